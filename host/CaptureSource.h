@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+
+namespace ketmon {
+
+// A captured frame. The bytes are the source's and stay until it is asked for the next frame.
+struct CCapturedFrame
+{
+    unsigned char const * data;
+    unsigned int capturedLength;
+    unsigned int length; // on the wire
+    long long ticks;     // when it was captured, in units of 100 ns since 1601-01-01 UTC
+};
+
+// Where frames come from.
+class CCaptureSource
+{
+public:
+    CCaptureSource() = default;
+    CCaptureSource(CCaptureSource const &) = delete;
+    CCaptureSource & operator=(CCaptureSource const &) = delete;
+    virtual ~CCaptureSource() = default;
+
+    // Fetches the next frame; false at the end. Throws CFailure if the input can't be read on.
+    virtual bool next(CCapturedFrame & frame) = 0;
+
+    // How much of the input was read so far and how much there is, in bytes; both 0 if that can't be told.
+    virtual std::uint64_t position() const { return 0; }
+    virtual std::uint64_t size() const { return 0; }
+};
+
+} // namespace ketmon

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "ketstats/ketstats.h"
+
+#include <nlohmann/json.hpp>
+
+namespace ketmon {
+
+// A statistic and all below it as JSON, walked by its descriptions. A group is an object keyed by the display
+// names of its children. Numbers are JSON numbers, with null for what isn't finite; texts are strings.
+nlohmann::ordered_json toJson(KetStats::CBaseStat const & stat);
+
+} // namespace ketmon

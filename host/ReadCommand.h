@@ -1,0 +1,25 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include <string>
+#include <vector>
+
+namespace ketmon {
+
+// `ketmon read FILE`: counts a capture file and prints what was counted.
+struct CReadOptions
+{
+    std::string file;
+    bool json = false;
+    bool quiet = false;
+    std::vector<std::string> enable;
+    long linkSpeed = 0;
+};
+
+void addReadCommand(CLI::App & app);
+
+// Throws CFailure.
+void readCapture(CReadOptions const & options);
+
+} // namespace ketmon

@@ -1,0 +1,6 @@
+#include "host/CommandLine.h"
+
+int main(int argc, char ** argv)
+{
+    return ketmon::run(argc, argv);
+}

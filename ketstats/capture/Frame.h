@@ -1,0 +1,65 @@
+#pragma once
+
+#include "ketstats/platform/Exports.h"
+
+// A captured frame: a view of bytes that stay with whoever captured them.
+//
+// Two lengths belong to a frame. GetLength is its length on the wire; GetCapturedLength is how many bytes lie
+// at GetData, which is less when the capture cut the frame, and can be more or even 0. Whatever the fields in
+// a frame say, no byte outside the captured ones is ever read: what lies beyond reads as zero.
+class KNDISLIB_API CFrame
+{
+public:
+    CFrame(void const * data, unsigned int capturedLength, unsigned int length)
+        : m_data(static_cast<unsigned char const *>(data)),
+          m_capturedLength(capturedLength),
+          m_length(length)
+    {}
+    virtual ~CFrame();
+
+    virtual unsigned char const * GetData() const;
+    virtual int GetLength() const;
+    virtual unsigned int GetCapturedLength() const;
+
+protected:
+    CFrame(CFrame const &) = default;
+    CFrame & operator=(CFrame const &) = default;
+
+    unsigned char const * m_data;
+    unsigned int m_capturedLength;
+    unsigned int m_length;
+};
+
+// Reads of a run of captured bytes that never leave it: a byte at or behind its end reads as zero.
+class CBoundedBytes
+{
+public:
+    CBoundedBytes(unsigned char const * data, unsigned int count) : m_data(data), m_count(count) {}
+    explicit CBoundedBytes(CFrame const & frame) : CBoundedBytes(frame.GetData(), frame.GetCapturedLength())
+    {}
+
+    // True if the `count` bytes from `offset` on all lie inside.
+    bool holds(unsigned int offset, unsigned int count) const
+    {
+        return offset <= m_count && count <= m_count - offset;
+    }
+
+    unsigned char operator[](unsigned int offset) const { return offset < m_count ? m_data[offset] : 0; }
+
+    // The two bytes at `offset` as a big-endian number.
+    unsigned int word(unsigned int offset) const
+    {
+        return static_cast<unsigned int>(operator[](offset)) << 8 | operator[](offset + 1);
+    }
+
+    // Copies `count` bytes from `offset` on.
+    void copy(unsigned int offset, unsigned char * target, unsigned int count) const
+    {
+        for (unsigned int i = 0; i < count; ++i)
+            target[i] = operator[](offset + i);
+    }
+
+private:
+    unsigned char const * m_data;
+    unsigned int m_count;
+};

@@ -1,0 +1,121 @@
+#include "ketstats/engine/StatManager.h"
+
+#include <algorithm>
+#include <limits>
+#include <new>
+
+namespace KetStats {
+
+namespace {
+
+// The enable flag of an identifier, null if it has none.
+template <class Flags>
+auto * flagOf(Flags & flags, COid const & oid)
+{
+    auto const found = topLevelOids.find(oid);
+    return found == topLevelOids.end() ? nullptr : &flags[static_cast<std::size_t>(found->second)];
+}
+
+int bytesPerSecond(long bitsPerSecond)
+{
+    long const bytes = bitsPerSecond / 8;
+    return static_cast<int>(
+        std::clamp<long>(bytes, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
+}
+
+} // namespace
+
+CKetrinStatManager::CKetrinStatManager() = default;
+
+CKetrinStatManager::~CKetrinStatManager()
+{
+    endAnalyzing();
+}
+
+bool CKetrinStatManager::beginAnalyzing(CNdisHook * hook)
+{
+    CWriteGuard const guard(gate);
+    if (analyzing())
+        return false;
+    doReset();
+    requester.reset(new (std::nothrow) CNDISRequesterProxy(hook));
+    if (!requester)
+        return false;
+    linkSpeed.store(bytesPerSecond(requester->GetLinkSpeed()), std::memory_order_relaxed);
+    isAnalyzing.store(true, std::memory_order_relaxed);
+    return true;
+}
+
+void CKetrinStatManager::endAnalyzing()
+{
+    CWriteGuard const guard(gate);
+    if (!analyzing())
+        return;
+    isAnalyzing.store(false, std::memory_order_relaxed);
+    requester.reset();
+}
+
+void CKetrinStatManager::analyzeFrame(CNetworkFrame * frame)
+{
+    {
+        CWriteGuard const guard(gate);
+        if (!analyzing())
+            return;
+        doAnalyzeFrame(frame);
+    }
+    if (FrameHandler const handler = frameHandler.load(std::memory_order_relaxed))
+        handler(frame, frameHandlerContext.load(std::memory_order_relaxed));
+}
+
+void CKetrinStatManager::reset()
+{
+    CWriteGuard const guard(gate);
+    doReset();
+}
+
+void CKetrinStatManager::doReset()
+{
+    agentStatistic.reset();
+}
+
+bool CKetrinStatManager::enableStatistic(COid const & oid)
+{
+    auto * const flag = flagOf(enabled, oid);
+    if (flag)
+        flag->store(true, std::memory_order_relaxed);
+    return flag != nullptr;
+}
+
+bool CKetrinStatManager::disableStatistic(COid const & oid)
+{
+    auto * const flag = flagOf(enabled, oid);
+    if (flag)
+        flag->store(false, std::memory_order_relaxed);
+    return flag != nullptr;
+}
+
+bool CKetrinStatManager::statisticEnabled(COid const & oid) const
+{
+    auto const * const flag = flagOf(enabled, oid);
+    return flag && flag->load(std::memory_order_relaxed);
+}
+
+void CKetrinStatManager::RegisterFrameHandler(FrameHandler handler, void * context)
+{
+    frameHandlerContext.store(context, std::memory_order_relaxed);
+    frameHandler.store(handler, std::memory_order_relaxed);
+}
+
+void CKetrinStatManager::setTCPPortRange(int low, int high)
+{
+    tcpPorts.low.store(low, std::memory_order_relaxed);
+    tcpPorts.high.store(high, std::memory_order_relaxed);
+}
+
+void CKetrinStatManager::setUDPPortRange(int low, int high)
+{
+    udpPorts.low.store(low, std::memory_order_relaxed);
+    udpPorts.high.store(high, std::memory_order_relaxed);
+}
+
+} // namespace KetStats

@@ -1,0 +1,118 @@
+#pragma once
+
+#include "ketstats/capture/NetworkFrame.h"
+#include "ketstats/capture/Requester.h"
+#include "ketstats/engine/ReadWriteGate.h"
+#include "ketstats/schema/AgentStatistic.h"
+
+#include <array>
+#include <atomic>
+#include <map>
+#include <memory>
+
+namespace KetStats {
+
+// Ties the identifiers of the top-level groups, "1.1" to "1.9", to the enable flags 1 to 9. It stops there on
+// purpose: the groups 10 and 11 follow the flag of "1.8".
+extern std::map<COid, int, COidLess> const topLevelOids;
+
+// The object that a host makes once per capture, and the only door to the live statistic tree. Frames come in
+// through analyzeFrame, samples go out by the reader side of the gate. The library starts no thread:
+// everything runs on the caller's.
+//
+// 1. Whatever changes the tree holds the writer side of the gate, whatever samples it the reader side.
+// 2. The host's frame handler runs outside the gate, on the thread that called analyzeFrame, so it may call
+//    gated operations of the manager.
+// 3. Flags, ranges and handler are single words without a lock; the pass reads each at the point where it
+// needs
+//    it, so a change made during a frame can apply to a later step of that frame. The handler and its context
+//    are two stores: a host sets them before frames flow.
+//
+// An exception that leaves an operation releases the gate on its way.
+class KETSTATS_API CKetrinStatManager
+{
+public:
+    using FrameHandler = void (*)(CNetworkFrame const * frame, void * context);
+
+    CKetrinStatManager();
+    virtual ~CKetrinStatManager();
+
+    CKetrinStatManager(CKetrinStatManager const &) = delete;
+    CKetrinStatManager & operator=(CKetrinStatManager const &) = delete;
+
+    // Clears the tree and starts an analysis on the adapter behind `hook`, which may be null and otherwise
+    // must live until endAnalyzing. False, with nothing changed, while an analysis runs already. Writer.
+    bool beginAnalyzing(CNdisHook * hook);
+    // Ends the analysis; the tree stays, so that clients can go on sampling it. Writer.
+    void endAnalyzing();
+    // Counts a frame and then calls the frame handler. Without an analysis it does neither. Writer.
+    void analyzeFrame(CNetworkFrame * frame);
+    // Clears the tree. Writer.
+    void reset();
+
+    // Turn a group on or off, and tell whether it is on. All groups are off at first. False for an identifier
+    // other than "1.1" to "1.9". The global counters and the ARP table are kept whatever the flags say.
+    //
+    //     "1.2" the driver's counters       "1.4" frame tables
+    //     "1.5" stations and MAC traffic    "1.6" protocols
+    //     "1.7" MAC traffic                 "1.8" IP traffic, IP sub-protocols, ports
+    //
+    // "1.1", "1.3" and "1.9" can be set and change nothing.
+    bool enableStatistic(COid const & oid);
+    bool disableStatistic(COid const & oid);
+    bool statisticEnabled(COid const & oid) const;
+
+    // Has `handler` called with every frame that was counted; null for none.
+    void RegisterFrameHandler(FrameHandler handler, void * context);
+
+    // The ports that get rows, limits included; 1 to 1024 at first. Low above high matches no port. It holds
+    // from the next frame on and leaves existing rows alone.
+    void setTCPPortRange(int low, int high);
+    void setUDPPortRange(int low, int high);
+
+    // Bytes per second, as the adapter told at the last beginAnalyzing; 0 before the first.
+    int getLinkSpeed() const { return linkSpeed.load(std::memory_order_relaxed); }
+    // Bytes on the medium that a frame's length doesn't include, as the first frame ever analysed told; -1
+    // before it.
+    long long getOverhead() const { return overhead.load(std::memory_order_relaxed); }
+    bool analyzing() const { return isAnalyzing.load(std::memory_order_relaxed); }
+
+    // The live tree, for whoever holds it still: no frame may be analysed meanwhile.
+    CAgentStatistic & getAgentStatistic() { return agentStatistic; }
+
+private:
+    // A word that any thread may read and write without ordering.
+    template <class T>
+    using Word = std::atomic<T>;
+
+    struct CPortRange
+    {
+        Word<int> low{1};
+        Word<int> high{1024};
+    };
+
+    void doAnalyzeFrame(CNetworkFrame * frame);
+    void doReset();
+
+    // The steps of the pass, in their order; see doAnalyzeFrame.
+    void measureOverhead(CMediaInfo const & media);
+    void countFrame(long long frameSize);
+    void countFrameType(bool broadcast, bool unicast, long long frameSize);
+    void countFrameSize(long long frameSize);
+
+    bool enabledGroup(unsigned int group) const { return enabled[group].load(std::memory_order_relaxed); }
+
+    Word<FrameHandler> frameHandler{nullptr};
+    Word<void *> frameHandlerContext{nullptr};
+    Word<int> linkSpeed{0};
+    CAgentStatistic agentStatistic;
+    CPortRange tcpPorts;
+    CPortRange udpPorts;
+    Word<long long> overhead{-1};
+    std::unique_ptr<CNDISRequesterProxy> requester;
+    std::array<Word<bool>, 10> enabled{}; // by value of topLevelOids; index 0 is never addressed
+    Word<bool> isAnalyzing{false};
+    CReadWriteGate gate;
+};
+
+} // namespace KetStats

@@ -1,0 +1,12 @@
+#pragma once
+
+// Everything that a host needs.
+
+#include "ketstats/capture/NetworkFrame.h"
+#include "ketstats/capture/Requester.h"
+#include "ketstats/engine/StatManager.h"
+#include "ketstats/ktools/MemoryBuffer.h"
+#include "ketstats/model/StatTypes.h"
+#include "ketstats/schema/AgentStatistic.h"
+#include "ketstats/text/StatDescription.h"
+#include "ketstats/text/StringResources.h"

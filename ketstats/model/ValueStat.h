@@ -1,0 +1,108 @@
+#pragma once
+
+#include "ketstats/model/BaseStat.h"
+
+#include <type_traits>
+
+namespace KetStats {
+
+// How values of a leaf type are told apart and ordered, where that isn't plainly == and <.
+template <class T>
+struct CStatValueTraits
+{
+    static bool differ(T const & left, T const & right) { return !(left == right); }
+    static bool before(T const & left, T const & right) { return left < right; }
+};
+
+template <>
+inline bool CStatValueTraits<CMACAddrPacked>::before(CMACAddrPacked const & left,
+                                                     CMACAddrPacked const & right)
+{
+    return left.bytes < right.bytes;
+}
+
+template <>
+inline bool CStatValueTraits<CProtocolIdPacked>::differ(CProtocolIdPacked const & left,
+                                                        CProtocolIdPacked const & right)
+{
+    return left.bytes != right.bytes;
+}
+
+template <>
+inline bool CStatValueTraits<CProtocolIdPacked>::before(CProtocolIdPacked const & left,
+                                                        CProtocolIdPacked const & right)
+{
+    return left.bytes < right.bytes;
+}
+
+// A leaf that holds one T. It has the public operations of a value beside those of a node:
+//
+//     operator=, operator T       leave `changed` alone
+//     add                         adds with no overflow test and raises `changed`: what counting means
+//     compareAssign(T const &)    can only raise `changed`, where CBaseStat's decides it afresh
+//
+// Percentages differ for compareAssign(T const &) only if they do so at the resolution of one hundredth.
+template <class T>
+class CValueStat : public CBaseValueStat
+{
+public:
+    CValueStat(CBaseStat * theParent, unsigned short theId, CValueStatDescription const & theDescription)
+        : CBaseValueStat(theParent, theId, theDescription, sizeof(T), &m_value)
+    {}
+
+    // A node outside any tree, with the id 1 and no value of its own. Copying a node gives such a one too.
+    CValueStat() { id = 1; }
+    CValueStat(CValueStat const & /*other*/) : CValueStat() {}
+
+    CValueStat & operator=(T const & other)
+    {
+        m_value = other;
+        return *this;
+    }
+    CValueStat & operator=(CValueStat const & other)
+    {
+        m_value = other.m_value;
+        return *this;
+    }
+
+    operator T() const { return m_value; }
+    T const & get() const { return m_value; }
+
+    void add(T amount) requires std::is_integral_v<T>
+    {
+        m_value = static_cast<T>(static_cast<unsigned long long>(m_value) +
+                                 static_cast<unsigned long long>(amount));
+        changed = true;
+    }
+
+    using CBaseStat::compareAssign;
+    bool compareAssign(T const & other)
+    {
+        if (!CStatValueTraits<T>::differ(m_value, other))
+            return false;
+        m_value = other;
+        changed = true;
+        return true;
+    }
+
+    int collate(CBaseStat const & other) const override
+    {
+        T const & theirs = static_cast<CValueStat const &>(other).m_value;
+        if (CStatValueTraits<T>::before(m_value, theirs))
+            return -1;
+        return CStatValueTraits<T>::before(theirs, m_value) ? 1 : 0;
+    }
+
+private:
+    T m_value{};
+};
+
+extern template class KETSTATS_API CValueStat<unsigned short>;
+extern template class KETSTATS_API CValueStat<unsigned int>;
+extern template class KETSTATS_API CValueStat<long long>;
+extern template class KETSTATS_API CValueStat<percentVal>;
+extern template class KETSTATS_API CValueStat<CIPAddress>;
+extern template class KETSTATS_API CValueStat<CMACAddrPacked>;
+extern template class KETSTATS_API CValueStat<CProtocolIdPacked>;
+
+} // namespace KetStats

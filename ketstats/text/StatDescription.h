@@ -1,0 +1,236 @@
+#pragma once
+
+#include "ketstats/platform/Exports.h"
+#include "ketstats/text/StatFormat.h"
+
+#include <string>
+
+namespace KetStats {
+
+class CBaseStat;
+
+// What a kind of statistic means: its display name, its id under its parent, the descriptions below it, and
+// how its value is read. One static object describes every node of a kind, so all rows of a table share one.
+//
+// 1. A description outlives every node that it describes; it lives as long as the library.
+// 2. Under a group, the sub-description at index i has the id i + 1, and so has the child at index i. The
+// group
+//    writes these ids when it is built.
+// 3. Names and units come from string resources and are fetched when they are first asked for, so that
+// whoever
+//    never asks pays nothing. That first request writes to the object and isn't locked.
+class KETSTATS_API CStatDescription
+{
+public:
+    enum StatType : unsigned int
+    {
+        stNone,
+        stValue,        // a leaf
+        stStruct,       // a group
+        stTable,        // a group whose children are rows of one kind
+        stDynamicArray, // a table whose rows appear at run time
+    };
+
+    // Descriptions aren't copied in earnest: a copy is unnamed, and assignment does nothing.
+    CStatDescription() = default;
+    CStatDescription(CStatDescription const &) {}
+    CStatDescription & operator=(CStatDescription const &) { return *this; }
+
+    // The display name; "Unknown statistic" if its resource is missing.
+    std::string const & getStringDescription() const;
+    unsigned short getOid() const { return oid; }
+    unsigned int getSubStatsCount() const { return subStatsCount; }
+    StatType getStatType() const { return statType; }
+
+    // Names the description of a node that was made without one. There is no object behind the reference.
+    static CStatDescription & GetNull();
+
+    // The description below at `index`, null if there is none.
+    virtual CStatDescription const * subStatDescription(unsigned int index) const;
+
+    // The formats that the value can be shown in; `index` is below the count.
+    virtual unsigned int getFormatCount() const;
+    virtual CStatFormatBase const * getFormat(unsigned int index) const;
+
+    // Whether the value reads as a number, an integer, a text, and what it reads. The node must be one of the
+    // kind that this description describes, which isn't checked.
+    virtual bool isNumeric() const;
+    virtual double getNumeric(CBaseStat const * stat) const;
+    virtual bool isInteger() const;
+    virtual long long getInteger(CBaseStat const * stat) const;
+    virtual bool isString() const;
+    virtual std::string getString(CBaseStat const * stat) const;
+
+    // The value as text in that format. It never fails: what can't be shown gives an error text. `context` is
+    // handed to the format.
+    virtual std::string formatValue(CBaseStat const * stat, unsigned int formatIndex, void * context) const;
+
+protected:
+    CStatDescription(unsigned int theNameResourceId, StatType theStatType, unsigned short theOid);
+    CStatDescription(std::string const & theName, StatType theStatType, unsigned short theOid);
+
+    StatType statType = stNone;
+    mutable unsigned short oid = 0;
+    unsigned int subStatsCount = 0;
+    mutable unsigned int nameResourceId = 0; // 0 once the name is there
+    mutable std::string name;
+
+    friend class CStructStatDescription;
+
+private:
+    void resetID(unsigned short newOid) const { oid = newOid; }
+
+    static CStatDescription * d;
+};
+
+class KETSTATS_API CValueStatDescription : public CStatDescription
+{
+public:
+    explicit CValueStatDescription(unsigned int theNameResourceId);
+    explicit CValueStatDescription(std::string const & theName);
+
+    // Always vtNone: the format decides how a value is shown, never its description.
+    CStatFormatBase::ValueType getValueType() const { return valueType; }
+
+protected:
+    CValueStatDescription() = default;
+    CValueStatDescription(CValueStatDescription const &) : CValueStatDescription() {}
+
+    CStatFormatBase::ValueType valueType = CStatFormatBase::vtNone;
+};
+
+// A leaf with a unit in the singular, the plural and short: "byte", "bytes", "B".
+class KETSTATS_API CNumericStatDescriptionBase : public CValueStatDescription
+{
+public:
+    // The plural stands at the resource behind that of the unit, the abbreviation at the one after.
+    CNumericStatDescriptionBase(unsigned int theNameResourceId, unsigned int theUnitResourceId);
+    CNumericStatDescriptionBase(std::string const & theName, std::string const & theUnit,
+                                std::string const & theUnits, std::string const & theAbbrev);
+
+    // A missing resource reads "Unknown format name" here, unlike a missing name. That is meant.
+    std::string const & getUnit() const;
+    std::string const & getUnits() const;
+    std::string const & getAbbrev() const;
+
+    bool isNumeric() const override;
+
+protected:
+    CNumericStatDescriptionBase() = default;
+    CNumericStatDescriptionBase(CNumericStatDescriptionBase const &) : CNumericStatDescriptionBase() {}
+
+    mutable std::string unit;
+    mutable std::string units;
+    mutable std::string abbrev;
+    mutable unsigned int unitResourceId = 0; // 0 once the three are there
+
+private:
+    void loadUnits() const;
+};
+
+// Reads a CValueStat<T> as a number.
+template <class T>
+class CNumericStatDescription : public CNumericStatDescriptionBase
+{
+public:
+    CNumericStatDescription(unsigned int theNameResourceId, unsigned int theUnitResourceId);
+    CNumericStatDescription() = default;
+    CNumericStatDescription(CNumericStatDescription const & other) = default;
+    CNumericStatDescription & operator=(CNumericStatDescription const &) { return *this; }
+
+    // Descriptions aren't compared in earnest.
+    bool operator==(CNumericStatDescription const &) const { return false; }
+
+    double getNumeric(CBaseStat const * stat) const override;
+};
+
+// Reads a CValueStat<T> as an integer too.
+template <class T>
+class CIntegerStatDescription : public CNumericStatDescription<T>
+{
+public:
+    CIntegerStatDescription(unsigned int theNameResourceId, unsigned int theUnitResourceId);
+
+    bool isInteger() const override;
+    long long getInteger(CBaseStat const * stat) const override;
+
+private:
+    CIntegerStatDescription() = default;
+    CIntegerStatDescription(CIntegerStatDescription const & other) = default;
+    CIntegerStatDescription & operator=(CIntegerStatDescription const &) { return *this; }
+};
+
+class KETSTATS_API CStringStatDescription : public CValueStatDescription
+{
+public:
+    using CValueStatDescription::CValueStatDescription;
+
+    bool isString() const override;
+    std::string getString(CBaseStat const * stat) const override;
+};
+
+class KETSTATS_API CMACAddressStatDescription : public CValueStatDescription
+{
+public:
+    using CValueStatDescription::CValueStatDescription;
+};
+
+class KETSTATS_API CIPAddressStatDescription : public CValueStatDescription
+{
+public:
+    using CValueStatDescription::CValueStatDescription;
+};
+
+class KETSTATS_API CProtocolIdStatDescription : public CValueStatDescription
+{
+public:
+    using CValueStatDescription::CValueStatDescription;
+};
+
+// A group. `children` is a null-terminated array that outlives the description; building the group writes the
+// ids 1, 2, 3 ... into them.
+class KETSTATS_API CStructStatDescription : public CStatDescription
+{
+public:
+    using Children = CStatDescription const * const *;
+
+    CStructStatDescription(unsigned int theNameResourceId, Children theChildren);
+    // Of stTable kind: all children are rows described like `row`.
+    CStructStatDescription(unsigned int theNameResourceId, Children theChildren,
+                           CStatDescription const * row);
+    // For a root, which has an id of its own.
+    CStructStatDescription(unsigned int theNameResourceId, Children theChildren, unsigned short theOid);
+
+    CStatDescription const * subStatDescription(unsigned int index) const override;
+
+    // Null but for the stTable kind.
+    CStatDescription const * getRowDescription() const { return rowDescription; }
+
+private:
+    void build();
+
+    Children children;
+    CStatDescription const * rowDescription = nullptr;
+};
+
+// A table; its one sub-description is that of every row.
+class KETSTATS_API CDynamicArrayStatDescription : public CStatDescription
+{
+public:
+    CDynamicArrayStatDescription(unsigned int theNameResourceId, CStatDescription const * row);
+
+    CStatDescription const * subStatDescription(unsigned int index) const override;
+
+private:
+    CStatDescription const * rowDescription;
+};
+
+extern template class KETSTATS_API CNumericStatDescription<struct percentVal>;
+extern template class KETSTATS_API CNumericStatDescription<unsigned short>;
+extern template class KETSTATS_API CNumericStatDescription<unsigned int>;
+extern template class KETSTATS_API CNumericStatDescription<long long>;
+extern template class KETSTATS_API CIntegerStatDescription<unsigned short>;
+extern template class KETSTATS_API CIntegerStatDescription<unsigned int>;
+extern template class KETSTATS_API CIntegerStatDescription<long long>;
+
+} // namespace KetStats

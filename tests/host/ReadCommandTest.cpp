@@ -1,0 +1,209 @@
+#include "tests/host/Program.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+using nlohmann::ordered_json;
+using test::capture;
+using test::fileContents;
+using test::ketmon;
+using test::Outcome;
+using test::TemporaryFile;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+ordered_json read(std::string const & name, std::vector<std::string> const & more = {})
+{
+    std::vector<std::string> arguments = {"read", "--json", capture(name)};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    Outcome const outcome = ketmon(arguments);
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.errors;
+    EXPECT_EQ(outcome.errors, "");
+    return outcome.json();
+}
+
+// One line on stderr that names the file, nothing on stdout, exit 2.
+void expectRefused(Outcome const & outcome, std::string const & reason)
+{
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(outcome.output, "");
+    EXPECT_THAT(outcome.errors, HasSubstr(reason));
+    EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1) << outcome.errors;
+    EXPECT_EQ(outcome.errors.rfind("ketmon: ", 0), 0U) << outcome.errors;
+}
+
+class BundledCapture : public testing::TestWithParam<std::string>
+{};
+
+// The expected numbers were obtained with another capture tool; see tests/captures/expected/README.md.
+TEST_P(BundledCapture, CountsAsAnotherToolCountsIt)
+{
+    std::string const stem = std::filesystem::path(GetParam()).stem().string();
+    auto const expected = ordered_json::parse(fileContents(capture("expected/" + stem + ".json")));
+
+    ordered_json const document = read(GetParam());
+
+    auto const & statistics = document["statistics"];
+    EXPECT_EQ(document["frames"], expected["frames"]);
+    EXPECT_EQ(statistics["Global statistics"]["Global transmitted frames"], expected["frames"]);
+    EXPECT_EQ(statistics["Global statistics"]["Global transmitted data"], expected["bytes"]);
+    for (auto const & [table, key] : {std::pair("Frame types", "types"), std::pair("Frame sizes", "sizes")}) {
+        auto const & rows = statistics["Frame tables"][table];
+        ASSERT_EQ(rows.size(), expected[key].size());
+        for (auto const & [name, counts] : expected[key].items()) {
+            EXPECT_EQ(rows[name]["Name"], name);
+            EXPECT_EQ(rows[name]["Frames"], counts[0]) << name;
+            EXPECT_EQ(rows[name]["Data"], counts[1]) << name;
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, BundledCapture, testing::ValuesIn(test::captures()), [](auto const & about) {
+    std::string name = about.param;
+    for (char & c : name)
+        c = std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
+    return name;
+});
+
+TEST(BundledCaptures, AreAllThere)
+{
+    EXPECT_EQ(test::captures().size(), 12U);
+}
+
+TEST(ReadCommand, EmptyFileGivesZeros)
+{
+    ordered_json const document = read("empty.pcap");
+
+    EXPECT_EQ(document["frames"], 0);
+    EXPECT_EQ(document["statistics"]["Global statistics"]["Global transmitted data"], 0);
+    EXPECT_EQ(document["statistics"]["Frame tables"]["Frame types"]["Unicast"]["Frames"], 0);
+}
+
+TEST(ReadCommand, GroupsStandInTheOrderOfTheTree)
+{
+    ordered_json const document = read("empty.pcap");
+    std::vector<std::string> names;
+    for (auto const & [name, group] : document["statistics"].items())
+        names.push_back(name);
+
+    ASSERT_GE(names.size(), 4U);
+    EXPECT_EQ(
+        std::vector<std::string>(names.begin(), names.begin() + 4),
+        (std::vector<std::string>{"Global statistics", "Global errors", "Global filter", "Frame tables"}));
+    EXPECT_EQ(document["statistics"]["Global errors"].size(), 13U);
+    EXPECT_EQ(document["statistics"]["Global filter"].size(), 5U);
+}
+
+TEST(ReadCommand, CountsOnlyTheGroupsThatAreEnabled)
+{
+    auto const unicast = [](ordered_json const & document) {
+        return document["statistics"]["Frame tables"]["Frame types"]["Unicast"]["Frames"].get<int>();
+    };
+    auto const frames = [](ordered_json const & document) {
+        return document["statistics"]["Global statistics"]["Global transmitted frames"].get<int>();
+    };
+
+    ordered_json const none = read("file-service-fragments.pcap", {"--enable", "none"});
+    EXPECT_EQ(unicast(none), 0);
+    EXPECT_EQ(frames(none), 601) << "these are always counted";
+    EXPECT_EQ(unicast(read("file-service-fragments.pcap", {"--enable", "1.5"})), 0);
+    EXPECT_EQ(unicast(read("file-service-fragments.pcap", {"--enable", "1.5", "--enable", "1.4"})), 601);
+}
+
+TEST(ReadCommand, TextNamesValuesAndUnits)
+{
+    Outcome const outcome = ketmon({"read", capture("file-service-fragments.pcap")});
+
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.output, HasSubstr("601 frames\n"));
+    EXPECT_THAT(outcome.output, HasSubstr("\nGlobal statistics\n"));
+    EXPECT_THAT(outcome.output, testing::ContainsRegex("Global transmitted frames +601  frames\n"));
+    EXPECT_THAT(outcome.output, testing::ContainsRegex("\n  Name +Frames \\[frames\\] +Data \\[bytes\\]"));
+    EXPECT_THAT(outcome.output, testing::ContainsRegex("\n  Unicast +601 "));
+    EXPECT_THAT(outcome.output, Not(HasSubstr(" \n"))) << "no blanks at the end of a line";
+}
+
+TEST(ReadCommand, TakesTheFileAsAnOptionToo)
+{
+    EXPECT_EQ(ketmon({"read", "-r", capture("nanosecond-big-endian.pcap"), "--json"}).json()["frames"], 10);
+}
+
+TEST(ReadCommand, RefusesWhatIsNoCapture)
+{
+    TemporaryFile const text("This is no capture file, and long enough for the header of one.\n");
+    TemporaryFile const nothing("");
+
+    expectRefused(ketmon({"read", text.path()}), text.path() + ": unknown file format");
+    expectRefused(ketmon({"read", nothing.path()}), nothing.path() + ": truncated dump file");
+    expectRefused(ketmon({"read", "/no/such/file"}), "/no/such/file: No such file or directory");
+    expectRefused(ketmon({"read", KETSTATS_CAPTURES}), "is a directory");
+}
+
+TEST(ReadCommand, RefusesAFileThatIsCutShort)
+{
+    std::string const whole = fileContents(capture("nanosecond-big-endian.pcap"));
+    for (std::size_t length :
+         {whole.size() - 1, whole.size() - 1300, std::size_t{24 + 16 + 3}, std::size_t{24 + 7}}) {
+        TemporaryFile const cut(whole.substr(0, length));
+        expectRefused(ketmon({"read", cut.path()}), cut.path() + ": damaged behind frame ");
+    }
+}
+
+TEST(ReadCommand, RefusesADamagedRecord)
+{
+    std::string damaged = fileContents(capture("truncated-snaplen.pcap"));
+    // The captured length of the second record, behind the file header, a record header and 74 or more bytes.
+    unsigned char const captured = static_cast<unsigned char>(damaged[24 + 8]);
+    damaged.replace(24 + 16 + captured + 8, 4, "\xFF\xFF\xFF\x7F");
+    TemporaryFile const file(damaged);
+
+    expectRefused(ketmon({"read", file.path()}), file.path() + ": damaged behind frame 1: ");
+}
+
+TEST(ReadCommand, RefusesOtherLinkTypes)
+{
+    std::string other = fileContents(capture("empty.pcap"));
+    other[20] = 101; // raw IP
+    TemporaryFile const file(other);
+
+    expectRefused(ketmon({"read", file.path()}), "the link type is RAW");
+}
+
+TEST(ReadCommand, RefusesBadArguments)
+{
+    std::string const file = capture("empty.pcap");
+
+    expectRefused(ketmon({"read"}), "FILE");
+    expectRefused(ketmon({"read", file, "--enable", "1.10"}), "1.10 can't be enabled");
+    expectRefused(ketmon({"read", file, "--enable", "1.x"}), "'1.x'");
+    expectRefused(ketmon({"read", file, "--enable", ""}), "''");
+    expectRefused(ketmon({"read", file, "--link-speed", "-5"}), "link-speed");
+    expectRefused(ketmon({"read", file, "--link-speed", "fast"}), "link-speed");
+    expectRefused(ketmon({"read", file, "another"}), "another");
+    expectRefused(ketmon({"read", file, "--no-such-option"}), "no-such-option");
+    expectRefused(ketmon({"nonsense"}), "nonsense");
+    expectRefused(ketmon({}), "--help");
+}
+
+TEST(Program, HelpsAndTellsItsVersion)
+{
+    Outcome const help = ketmon({"--help"});
+    EXPECT_EQ(help.exitCode, 0);
+    EXPECT_THAT(help.output, HasSubstr("read"));
+    EXPECT_EQ(help.errors, "");
+
+    Outcome const readHelp = ketmon({"read", "--help"});
+    EXPECT_EQ(readHelp.exitCode, 0);
+    for (char const * const option : {"--json", "--enable", "--link-speed", "Usage: ketmon read"})
+        EXPECT_THAT(readHelp.output, HasSubstr(option));
+
+    Outcome const version = ketmon({"--version"});
+    EXPECT_EQ(version.exitCode, 0);
+    EXPECT_THAT(version.output, testing::MatchesRegex("ketmon [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+} // namespace

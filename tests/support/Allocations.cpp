@@ -1,0 +1,77 @@
+#include "tests/support/Allocations.h"
+
+#include <cstdlib>
+#include <new>
+
+// The program's own operator new, which the shared libraries use too.
+
+namespace {
+
+thread_local long allocations = 0;
+
+void * allocate(std::size_t size)
+{
+    ++allocations;
+    return std::malloc(size ? size : 1);
+}
+
+void * allocateOrThrow(std::size_t size)
+{
+    if (void * const block = allocate(size))
+        return block;
+    throw std::bad_alloc();
+}
+
+} // namespace
+
+void * operator new(std::size_t size)
+{
+    return allocateOrThrow(size);
+}
+void * operator new[](std::size_t size)
+{
+    return allocateOrThrow(size);
+}
+void * operator new(std::size_t size, std::nothrow_t const &) noexcept
+{
+    return allocate(size);
+}
+void * operator new[](std::size_t size, std::nothrow_t const &) noexcept
+{
+    return allocate(size);
+}
+void operator delete(void * block) noexcept
+{
+    std::free(block);
+}
+void operator delete[](void * block) noexcept
+{
+    std::free(block);
+}
+void operator delete(void * block, std::size_t) noexcept
+{
+    std::free(block);
+}
+void operator delete[](void * block, std::size_t) noexcept
+{
+    std::free(block);
+}
+void operator delete(void * block, std::nothrow_t const &) noexcept
+{
+    std::free(block);
+}
+void operator delete[](void * block, std::nothrow_t const &) noexcept
+{
+    std::free(block);
+}
+
+namespace test {
+
+Allocations::Allocations() : m_before(allocations) {}
+
+long Allocations::count() const
+{
+    return allocations - m_before;
+}
+
+} // namespace test
