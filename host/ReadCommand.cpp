@@ -70,7 +70,8 @@ void addReadCommand(CLI::App & app)
 {
     auto const options = std::make_shared<CReadOptions>();
     CLI::App * const command = app.add_subcommand("read", "Count a capture file and print the statistics");
-    CLI::Option * const file = command->add_option("FILE", options->file, "Capture file with frames of Ethernet");
+    CLI::Option * const file =
+        command->add_option("FILE", options->file, "Capture file with frames of Ethernet");
     command->add_option("-r,--read", options->file, "The same as FILE")->excludes(file)->type_name("FILE");
     command->add_flag("--json", options->json, "Print one JSON object instead of tables");
     command

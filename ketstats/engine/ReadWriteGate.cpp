@@ -2,45 +2,80 @@
 
 namespace KetStats {
 
-void CReadWriteGate::awaitWriter()
+void CReadWriteGate::enterEntry()
 {
-    ++writersWaiting;
-    entry.leave();
-    writerDelay.enter();
-    --writersWaiting;
+    if (m_state.fetch_add(oneAtEntry, std::memory_order_acquire) >= oneAtEntry)
+        entry.wait();
+}
+
+void CReadWriteGate::leaveEntry(bool writerGoesIn)
+{
+    // The holder of entry knows the two low bits, since nobody else changes them meanwhile. So one addition
+    // puts them right and gives up its place.
+    unsigned int const before = m_state.load(std::memory_order_relaxed);
+    bool const others = readersActive != 0 || readersWaiting != 0 || writersWaiting != 0;
+    unsigned int const after =
+        (before & ~othersPresent) | (others ? othersPresent : 0U) | (writerGoesIn ? writerInside : 0U);
+    unsigned int const old = m_state.fetch_add(after - before - oneAtEntry, std::memory_order_release);
+    if (old >= 2 * oneAtEntry)
+        entry.post();
+}
+
+void CReadWriteGate::enterContendedWriter()
+{
+    enterEntry();
+    if (writerActive() || readersActive != 0) {
+        ++writersWaiting;
+        leaveEntry();
+        writerDelay.wait();
+        --writersWaiting;
+    }
+    leaveEntry(true);
+}
+
+void CReadWriteGate::leaveContendedWriter()
+{
+    enterEntry();
+    m_state.fetch_sub(writerInside, std::memory_order_relaxed);
+    if (readersWaiting != 0)
+        readerDelay.post();
+    else if (writersWaiting != 0)
+        writerDelay.post();
+    else
+        leaveEntry();
 }
 
 void CReadWriteGate::enterReader()
 {
-    entry.enter();
-    if (writerActive || writersWaiting != 0) {
+    enterEntry();
+    if (writerActive() || writersWaiting != 0) {
         ++readersWaiting;
-        entry.leave();
-        readerDelay.enter();
+        leaveEntry();
+        readerDelay.wait();
         --readersWaiting;
     }
     ++readersActive;
     if (readersWaiting != 0)
-        readerDelay.leave();
+        readerDelay.post();
     else
-        entry.leave();
+        leaveEntry();
 }
 
 void CReadWriteGate::leaveReader()
 {
-    entry.enter();
+    enterEntry();
     --readersActive;
     if (readersActive == 0 && writersWaiting != 0)
-        writerDelay.leave();
+        writerDelay.post();
     else
-        entry.leave();
+        leaveEntry();
 }
 
 unsigned int CReadWriteGate::waiting()
 {
-    entry.enter();
+    enterEntry();
     unsigned int const count = readersWaiting + writersWaiting;
-    entry.leave();
+    leaveEntry();
     return count;
 }
 

@@ -7,50 +7,28 @@
 
 namespace KetStats {
 
-// A section that is open for one thread at a time and can be passed on like a baton: the thread that leaves
-// it need not be the one that entered it. Uncontended it costs one atomic operation each way; only a thread
-// that finds it closed waits in the system.
-//
-//     m_vacancies   1 open   0 closed   -n closed, n threads waiting
-class CBaton
-{
-public:
-    enum State
-    {
-        closed = 0,
-        open = 1,
-    };
-
-    explicit CBaton(State initial) : m_vacancies(initial) {}
-
-    void enter()
-    {
-        if (m_vacancies.fetch_sub(1, std::memory_order_acquire) <= 0)
-            m_waiters.wait();
-    }
-
-    void leave()
-    {
-        if (m_vacancies.fetch_add(1, std::memory_order_release) < 0)
-            m_waiters.post();
-    }
-
-private:
-    std::atomic<int> m_vacancies;
-    platform::CSemaphore m_waiters;
-};
-
 // The reader/writer gate of a manager: any number of readers, or one writer.
 //
 // 1. A new reader gives way to a waiting writer.
 // 2. A finishing writer gives way to the waiting readers, which wake one another in a chain, before any
 // waiting
 //    writer. So under load readers and writers take turns, and neither starves.
-// 3. `entry` protects the four fields. Whoever is woken out of `writerDelay` or `readerDelay` holds `entry`
-// by
-//    hand-over: the thread that woke it entered it and did not leave it.
+// 3. `entry` is held by one thread at a time and protects the three counts. It is passed on like a baton:
+//    whoever is woken out of `writerDelay` or `readerDelay` holds it by hand-over, and the thread that woke
+//    it entered it and did not leave it.
+// 4. Nobody waits for a gate that is idle: a writer goes in and out with one atomic operation each, which
+// does
+//    in one step what entering `entry`, looking, and leaving it again would do.
 //
-// Works on every thread. It is not recursive: a thread inside must not enter again.
+// All that point 4 has to know lies in one word:
+//
+//     bit 0     a writer is inside
+//     bit 1     readers are inside, or somebody waits
+//     bits 2..  how many threads hold `entry` or wait for it
+//
+// The first two bits change only in a thread that holds `entry`, or in the one operation of point 4, which
+// needs the word to be clear but for the writer itself. Works on every thread, the one that made the gate
+// included. It is not recursive: a thread inside must not enter again.
 class KETSTATS_API CReadWriteGate
 {
 public:
@@ -63,23 +41,16 @@ public:
 
     void enterWriter()
     {
-        entry.enter();
-        if (writerActive || readersActive != 0)
-            awaitWriter();
-        writerActive = true;
-        entry.leave();
+        unsigned int idle = 0;
+        if (!m_state.compare_exchange_strong(idle, writerInside, std::memory_order_acquire))
+            enterContendedWriter();
     }
 
     void leaveWriter()
     {
-        entry.enter();
-        writerActive = false;
-        if (readersWaiting != 0)
-            readerDelay.leave();
-        else if (writersWaiting != 0)
-            writerDelay.leave();
-        else
-            entry.leave();
+        unsigned int alone = writerInside;
+        if (!m_state.compare_exchange_strong(alone, 0, std::memory_order_release))
+            leaveContendedWriter();
     }
 
     void enterReader();
@@ -89,15 +60,25 @@ public:
     unsigned int waiting();
 
 private:
-    void awaitWriter();
+    static constexpr unsigned int writerInside = 1;
+    static constexpr unsigned int othersPresent = 2;
+    static constexpr unsigned int oneAtEntry = 4;
 
-    bool writerActive = false;
+    void enterContendedWriter();
+    void leaveContendedWriter();
+
+    // Both for the holder of `entry`, who alone may ask and change this.
+    bool writerActive() const { return (m_state.load(std::memory_order_relaxed) & writerInside) != 0; }
+    void leaveEntry(bool writerGoesIn = false);
+    void enterEntry();
+
+    std::atomic<unsigned int> m_state{0};
     unsigned int readersWaiting = 0; // blocked on readerDelay
     unsigned int writersWaiting = 0; // blocked on writerDelay
     unsigned int readersActive = 0;
-    CBaton entry{CBaton::open};
-    CBaton writerDelay{CBaton::closed}; // opened by whoever releases, never by the one that waits
-    CBaton readerDelay{CBaton::closed};
+    platform::CSemaphore entry;
+    platform::CSemaphore writerDelay; // posted by whoever releases, never by the one that waits
+    platform::CSemaphore readerDelay;
 };
 
 // Hold one side of the gate for a scope, through exceptions too. release() ends the hold early.
