@@ -60,6 +60,11 @@ BENCHMARK_CAPTURE(AnalyzeFrame, internet_mixed_global_counters, "internet-mixed.
 BENCHMARK_CAPTURE(AnalyzeFrame, internet_mixed_frame_tables, "internet-mixed.pcap", {"1.4"});
 BENCHMARK_CAPTURE(AnalyzeFrame, many_stations_frame_tables, "many-stations-arp.pcap", {"1.4"});
 
+std::vector<std::string> const allGroups = {"1.1", "1.2", "1.3", "1.4", "1.5", "1.6", "1.7", "1.8", "1.9"};
+
+BENCHMARK_CAPTURE(AnalyzeFrame, internet_mixed_all, "internet-mixed.pcap", allGroups);
+BENCHMARK_CAPTURE(AnalyzeFrame, many_connections_all, "many-connections.pcap", allGroups);
+
 void GateWriter(benchmark::State & state)
 {
     KetStats::CReadWriteGate gate;

@@ -1,5 +1,7 @@
 #include "host/JsonTree.h"
 
+#include "host/Values.h"
+
 namespace ketmon {
 
 using KetStats::CBaseStat;
@@ -14,15 +16,27 @@ ordered_json leafToJson(CBaseStat const & stat, CStatDescription const & descrip
         return description.getInteger(&stat);
     if (description.isNumeric())
         return description.getNumeric(&stat);
-    return description.getString(&stat);
+    return textOf(stat);
 }
 
-ordered_json groupToJson(CBaseStat const & stat, CStatDescription const & description)
+void addChildren(ordered_json & object, CBaseStat const & stat)
 {
-    ordered_json object = ordered_json::object();
-    for (unsigned int index = 0; index < stat.getChildrenCount(); ++index)
-        object[description.subStatDescription(index)->getStringDescription()] = toJson(*stat.getChild(index));
-    return object;
+    for (unsigned int index = 0; index < stat.getChildrenCount(); ++index) {
+        CBaseStat const & child = *stat.getChild(index);
+        object[child.getDescription()->getStringDescription()] = toJson(child);
+    }
+}
+
+ordered_json tableToJson(CBaseStat const & table)
+{
+    ordered_json array = ordered_json::array();
+    for (CBaseStat const * const row : rowsOf(table)) {
+        ordered_json object;
+        object["id"] = row->getId();
+        addChildren(object, *row);
+        array.push_back(std::move(object));
+    }
+    return array;
 }
 
 } // namespace
@@ -30,8 +44,17 @@ ordered_json groupToJson(CBaseStat const & stat, CStatDescription const & descri
 ordered_json toJson(CBaseStat const & stat)
 {
     CStatDescription const & description = *stat.getDescription();
-    return description.getStatType() == CStatDescription::stValue ? leafToJson(stat, description)
-                                                                  : groupToJson(stat, description);
+    switch (description.getStatType()) {
+    case CStatDescription::stValue:
+        return leafToJson(stat, description);
+    case CStatDescription::stDynamicArray:
+        return tableToJson(stat);
+    default:
+        break;
+    }
+    ordered_json object = ordered_json::object();
+    addChildren(object, stat);
+    return object;
 }
 
 } // namespace ketmon

@@ -7,7 +7,8 @@
 namespace ketmon {
 
 // A statistic and all below it as JSON, walked by its descriptions. A group is an object keyed by the display
-// names of its children. Numbers are JSON numbers, with null for what isn't finite; texts are strings.
+// names of its children; a table is an array of its rows in update order, oldest first, each with its "id" in
+// front of its columns. Numbers are JSON numbers, with null for what isn't finite; the rest is text.
 nlohmann::ordered_json toJson(KetStats::CBaseStat const & stat);
 
 } // namespace ketmon

@@ -10,7 +10,9 @@
 
 #include <fmt/core.h>
 
+#include <charconv>
 #include <memory>
+#include <string_view>
 
 namespace ketmon {
 
@@ -53,11 +55,47 @@ void enableGroups(CKetrinStatManager & manager, std::vector<std::string> const &
                            fmt::format("--enable: {} can't be enabled; the groups are 1.1 to 1.9", name));
 }
 
+// "LOW-HIGH", or one port.
+struct CPorts
+{
+    int low;
+    int high;
+};
+
+CPorts parsedPorts(std::string const & option, std::string const & text)
+{
+    auto const port = [](std::string_view digits, int & value) {
+        char const * const end = digits.data() + digits.size();
+        auto const [stop, error] = std::from_chars(digits.data(), end, value);
+        return error == std::errc() && stop == end && value >= 0 && value <= 65535;
+    };
+    std::string_view const whole = text;
+    std::size_t const dash = whole.find('-');
+    CPorts ports{};
+    if (!port(whole.substr(0, dash), ports.low) ||
+        !port(dash == whole.npos ? whole : whole.substr(dash + 1), ports.high) || ports.low > ports.high)
+        throw CFailure(exitBadInput,
+                       fmt::format("{}: '{}' is no range of ports such as 1-1024", option, text));
+    return ports;
+}
+
+void setPortRanges(CKetrinStatManager & manager, CReadOptions const & options)
+{
+    if (!options.tcpPorts.empty()) {
+        CPorts const ports = parsedPorts("--tcp-ports", options.tcpPorts);
+        manager.setTCPPortRange(ports.low, ports.high);
+    }
+    if (!options.udpPorts.empty()) {
+        CPorts const ports = parsedPorts("--udp-ports", options.udpPorts);
+        manager.setUDPPortRange(ports.low, ports.high);
+    }
+}
+
 std::string render(CReadOptions const & options, unsigned long long frames,
                    KetStats::CBaseStat const & statistics)
 {
     if (!options.json)
-        return fmt::format("{}: {} frames\n\n{}", options.file, frames, toText(statistics));
+        return fmt::format("{}: {} frames\n\n{}", options.file, frames, toText(statistics, options.top));
     nlohmann::ordered_json document;
     document["frames"] = frames;
     document["statistics"] = toJson(statistics);
@@ -80,6 +118,15 @@ void addReadCommand(CLI::App & app)
         ->allow_extra_args(false)
         ->type_name("OID");
     command
+        ->add_option("--tcp-ports", options->tcpPorts,
+                     "TCP ports that get a row of their own, limits included; 1-1024 unless given")
+        ->type_name("LOW-HIGH");
+    command->add_option("--udp-ports", options->udpPorts, "The same for UDP")->type_name("LOW-HIGH");
+    command
+        ->add_option("--top", options->top, "How many rows of a table to print, the busiest first; 0 for all")
+        ->capture_default_str()
+        ->type_name("N");
+    command
         ->add_option("--link-speed", options->linkSpeed,
                      "Speed of the link in bits per second, which a capture file doesn't tell")
         ->check(CLI::NonNegativeNumber)
@@ -95,6 +142,7 @@ void readCapture(CReadOptions const & options)
 
     CKetrinStatManager manager;
     enableGroups(manager, options.enable);
+    setPortRanges(manager, options);
     CPcapFile source(options.file);
 
     CFileHook hook(options.linkSpeed);

@@ -14,7 +14,10 @@ struct CReadOptions
     bool json = false;
     bool quiet = false;
     std::vector<std::string> enable;
+    std::string tcpPorts;
+    std::string udpPorts;
     long linkSpeed = 0;
+    unsigned int top = 20;
 };
 
 void addReadCommand(CLI::App & app);

@@ -7,6 +7,7 @@
 namespace ketmon {
 
 // A statistic and all below it for people to read: a heading for each group, aligned tables with units below.
-std::string toText(KetStats::CBaseStat const & stat);
+// Of a table only the `top` busiest rows are shown, the busiest first; 0 shows all.
+std::string toText(KetStats::CBaseStat const & stat, unsigned int top);
 
 } // namespace ketmon

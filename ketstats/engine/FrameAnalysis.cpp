@@ -1,60 +1,231 @@
+#include "ketstats/engine/FramePass.h"
+#include "ketstats/engine/NetworkProtocol.h"
 #include "ketstats/engine/StatManager.h"
 
+#include <string>
+
+// Which tables are renewed decides who is evicted. Stations, protocols, MAC and IP connections follow the
+// last frame, so that their oldest row is the one idle longest; sub-protocols, ports and ARP bindings keep
+// the order in which they were created. A row that is evicted takes its counts with it.
+//
+// Where a frame has a direction, its source counts in "transmitted" and its destination in "received"; a
+// connection has one direction and counts in "transmitted".
+
 namespace KetStats {
+
+namespace {
+
+template <class Row>
+void countTransmitted(Row & row, long long frameSize)
+{
+    row.framesTransmitted.add(1);
+    row.dataTransmitted.add(frameSize);
+}
+
+template <class Row>
+void countReceived(Row & row, long long frameSize)
+{
+    row.framesReceived.add(1);
+    row.dataReceived.add(frameSize);
+}
+
+// A port as a number: the last four bytes of its id, reversed.
+int portNumber(CProtocolId const & id)
+{
+    unsigned int number = 0;
+    CRevAddr<6>::Reverse(id.bytes.data() + 2, reinterpret_cast<unsigned char *>(&number), 4);
+    return static_cast<int>(number);
+}
+
+} // namespace
 
 // One straight pass over a frame, with the writer side of the gate held. The order of the steps is fixed.
 void CKetrinStatManager::doAnalyzeFrame(CNetworkFrame * frame)
 {
     CMediaInfo * const media = frame->AnalyzeFrame();
-    if (overhead.load(std::memory_order_relaxed) == -1)
-        measureOverhead(*media);
+    measureOverhead(*media);
 
-    // Every statistic counts the frame with its overhead. Only the low 16 bits of a frame's length count.
-    long long const frameSize =
-        static_cast<unsigned short>(frame->GetLength()) + overhead.load(std::memory_order_relaxed);
-    countFrame(frameSize);
-
-    bool const broadcast = media->IsBroadcast();
-    bool const unicast = !broadcast && !media->IsMulticast();
+    CFramePass pass = countFrame(frame, media);
     if (enabledGroup(4)) {
-        countFrameType(broadcast, unicast, frameSize);
-        countFrameSize(frameSize);
+        countFrameType(pass);
+        countFrameSize(pass);
     }
+    if (enabledGroup(6))
+        countProtocol(pass);
+    if (pass.unicast && enabledGroup(8))
+        countIP(pass);
+    // "1.5" alone also keeps the MAC connections, and "1.7" alone keeps nothing but them.
+    if (enabledGroup(5)) {
+        countSourceStation(pass);
+        if (pass.unicast)
+            countDestinationStation(pass);
+    }
+    if (pass.unicast && (enabledGroup(5) || enabledGroup(7)))
+        countMACConnection(pass);
+    // No flag guards this step, and broadcasts reach it: that is how requests are seen.
+    if (!pass.ipFrame)
+        learnFromARP(pass);
 }
 
 // Done once in the life of a manager: the overhead is a property of the medium, told by its first frame.
 void CKetrinStatManager::measureOverhead(CMediaInfo const & media)
 {
-    overhead.store(media.GetOverhead(), std::memory_order_relaxed);
+    if (overhead.load(std::memory_order_relaxed) == -1)
+        overhead.store(media.GetOverhead(), std::memory_order_relaxed);
 }
 
-void CKetrinStatManager::countFrame(long long frameSize)
+// The global counters and the classification run whatever the flags say. Only the low 16 bits of a frame's
+// length count. A broadcast isn't asked whether it is a multicast.
+CFramePass CKetrinStatManager::countFrame(CNetworkFrame * frame, CMediaInfo * media)
 {
+    long long const frameSize =
+        static_cast<unsigned short>(frame->GetLength()) + overhead.load(std::memory_order_relaxed);
     agentStatistic.globalStatistics.transmittedFrames.add(1);
     agentStatistic.globalStatistics.transmittedData.add(frameSize);
+
+    bool const broadcast = media->IsBroadcast();
+    return {frame, media, frameSize, broadcast, !broadcast && !media->IsMulticast()};
 }
 
-void CKetrinStatManager::countFrameType(bool broadcast, bool unicast, long long frameSize)
+void CKetrinStatManager::countFrameType(CFramePass const & pass)
 {
     CFrameTypesStat & types = agentStatistic.frameTables.frameTypes;
-    CFrameTypeOrSizeStat & row = unicast ? types.unicast : broadcast ? types.broadcast : types.multicast;
-    row.data.add(frameSize);
+    CFrameTypeOrSizeStat & row = pass.unicast     ? types.unicast
+                                 : pass.broadcast ? types.broadcast
+                                                  : types.multicast;
+    row.data.add(pass.frameSize);
     row.frames.add(1);
 }
 
 // The limits are inclusive and hold for the size with the overhead, so that a row's bytes add up with the
 // global data. A negative size falls in the first row.
-void CKetrinStatManager::countFrameSize(long long frameSize)
+void CKetrinStatManager::countFrameSize(CFramePass const & pass)
 {
     CFrameSizesStat & sizes = agentStatistic.frameTables.frameSizes;
-    CFrameTypeOrSizeStat & row = frameSize <= 64     ? sizes.size64
-                                 : frameSize <= 128  ? sizes.size128
-                                 : frameSize <= 256  ? sizes.size256
-                                 : frameSize <= 512  ? sizes.size512
-                                 : frameSize <= 1024 ? sizes.size1024
-                                                     : sizes.sizeOver1024;
-    row.data.add(frameSize);
+    CFrameTypeOrSizeStat & row = pass.frameSize <= 64     ? sizes.size64
+                                 : pass.frameSize <= 128  ? sizes.size128
+                                 : pass.frameSize <= 256  ? sizes.size256
+                                 : pass.frameSize <= 512  ? sizes.size512
+                                 : pass.frameSize <= 1024 ? sizes.size1024
+                                                          : sizes.sizeOver1024;
+    row.data.add(pass.frameSize);
     row.frames.add(1);
+}
+
+// Every frame lands in this table, also one without a protocol.
+void CKetrinStatManager::countProtocol(CFramePass const & pass)
+{
+    if (CProtocolStat * const row = agentStatistic.protocols.renewed(pass.media->GetProtocolId()))
+        countTransmitted(*row, pass.frameSize);
+}
+
+void CKetrinStatManager::countIP(CFramePass & pass)
+{
+    CIPProtocol ip(pass.frame, pass.media);
+    if (!ip.analyze())
+        return;
+    pass.ipFrame = true;
+
+    CIPConnectionStat::CKey const key(ip.getSourceAddress(), ip.getDestinationAddress());
+    if (CIPConnectionStat * const row = agentStatistic.ipConnections.renewed(key))
+        countTransmitted(*row, pass.frameSize);
+
+    CProtocolId const subprotocol = ip.getSubprotocolId();
+    if (CGenProtoStat<0> * const row = agentStatistic.ipSubprotocols[subprotocol])
+        countTransmitted(*row, pass.frameSize);
+
+    pass.tcpFrame = subprotocol == CNetworkProtocol::tcpId();
+    pass.udpFrame = !pass.tcpFrame && subprotocol == CNetworkProtocol::udpId();
+    if (!pass.tcpFrame && !pass.udpFrame)
+        return;
+    pass.srcPortId = ip.getSrcPortId();
+    pass.dstPortId = ip.getDstPortId();
+    pass.srcPort = portNumber(pass.srcPortId);
+    pass.dstPort = portNumber(pass.dstPortId);
+    countSourcePort(pass, agentStatistic.ipPorts);
+    countDestinationPort(pass, agentStatistic.ipPorts);
+}
+
+// The port tables are those of the whole network or of a station. Each use of a range reads it afresh. A
+// frame whose ports are both in range counts in two rows, or twice in one, once each way.
+template <class Tables>
+void CKetrinStatManager::countSourcePort(CFramePass const & pass, Tables & tables)
+{
+    if (pass.tcpFrame && tcpPorts.contains(pass.srcPort))
+        countTransmitted(*tables.tcpPorts[pass.srcPortId], pass.frameSize);
+    else if (pass.udpFrame && udpPorts.contains(pass.srcPort))
+        countTransmitted(*tables.udpPorts[pass.srcPortId], pass.frameSize);
+}
+
+template <class Tables>
+void CKetrinStatManager::countDestinationPort(CFramePass const & pass, Tables & tables)
+{
+    if (pass.tcpFrame && tcpPorts.contains(pass.dstPort))
+        countReceived(*tables.tcpPorts[pass.dstPortId], pass.frameSize);
+    else if (pass.udpFrame && udpPorts.contains(pass.dstPort))
+        countReceived(*tables.udpPorts[pass.dstPortId], pass.frameSize);
+}
+
+// Every frame has a real sender, a broadcast too.
+void CKetrinStatManager::countSourceStation(CFramePass const & pass)
+{
+    CStationStat * const row = agentStatistic.stations.renewed(pass.media->sourceMAC);
+    if (!row)
+        return;
+    countTransmitted(*row, pass.frameSize);
+    nameVlan(pass, *row);
+    countSourcePort(pass, *row);
+}
+
+// A tag leaves its second byte as a decimal number. The flag stays down, and a later frame without a tag
+// leaves the text in place.
+void CKetrinStatManager::nameVlan(CFramePass const & pass, CStationStat & station)
+{
+    auto const * const ethernet = dynamic_cast<CEthernetInfo const *>(pass.media);
+    if (ethernet && ethernet->hasVlanTag())
+        station.vlanId = std::to_string(ethernet->vlanTag[1]);
+}
+
+void CKetrinStatManager::countDestinationStation(CFramePass const & pass)
+{
+    CStationStat * const row = agentStatistic.stations.renewed(pass.media->destinationMAC);
+    if (!row)
+        return;
+    countReceived(*row, pass.frameSize);
+    countDestinationPort(pass, *row);
+}
+
+void CKetrinStatManager::countMACConnection(CFramePass const & pass)
+{
+    CMACConnectionStat::CKey const key(pass.media->sourceMAC, pass.media->destinationMAC);
+    if (CMACConnectionStat * const row = agentStatistic.macConnections.renewed(key))
+        countTransmitted(*row, pass.frameSize);
+}
+
+// A request teaches only its sender, since its target MAC is what it asks for; a reply teaches both ends. A
+// sender address of 0 is a probe and teaches nothing.
+void CKetrinStatManager::learnFromARP(CFramePass const & pass)
+{
+    CARPProtocol arp(pass.frame, pass.media);
+    if (!arp.analyze() || !(arp.getProtocolType() == CNetworkProtocol::ipId()))
+        return;
+    unsigned int const opcode = arp.getOpcode();
+    if (opcode != CARPProtocol::request && opcode != CARPProtocol::reply)
+        return;
+    if (CIPAddress const sender = arp.getSenderIP(); sender != CIPAddress(0))
+        learnBinding(sender, arp.getSenderMAC());
+    if (opcode == CARPProtocol::reply)
+        learnBinding(arp.getTargetIP(), arp.getTargetMAC());
+}
+
+// The table records the first binding seen: a known address stays as it is.
+void CKetrinStatManager::learnBinding(CIPAddress const & address, CMACAddr const & mac)
+{
+    auto & table = agentStatistic.arpTable;
+    if (table.createIfNew(address, mac))
+        return;
+    table.deleteOldest();
+    table.createIfNew(address, mac);
 }
 
 } // namespace KetStats

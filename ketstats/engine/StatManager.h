@@ -3,14 +3,18 @@
 #include "ketstats/capture/NetworkFrame.h"
 #include "ketstats/capture/Requester.h"
 #include "ketstats/engine/ReadWriteGate.h"
+#include "ketstats/platform/NeighbourTable.h"
 #include "ketstats/schema/AgentStatistic.h"
 
 #include <array>
 #include <atomic>
 #include <map>
 #include <memory>
+#include <vector>
 
 namespace KetStats {
+
+struct CFramePass;
 
 // Ties the identifiers of the top-level groups, "1.1" to "1.9", to the enable flags 1 to 9. It stops there on
 // purpose: the groups 10 and 11 follow the flag of "1.8".
@@ -50,6 +54,14 @@ public:
     // Clears the tree. Writer.
     void reset();
 
+    // Seeds the ARP table from the system's cache, without deleting a row to make room. True if at least one
+    // row of the cache was handled; false, with the tree unchanged, if the cache can't be read. It works with
+    // and without an analysis, but beginAnalyzing clears what was there before. A slow system call delays
+    // frames. Writer.
+    bool InsertARPTable();
+    // The same from a table that the caller supplies.
+    bool InsertARPTable(bool (*readNeighbours)(std::vector<platform::CNeighbour> & rows));
+
     // Turn a group on or off, and tell whether it is on. All groups are off at first. False for an identifier
     // other than "1.1" to "1.9". The global counters and the ARP table are kept whatever the flags say.
     //
@@ -87,6 +99,12 @@ private:
 
     struct CPortRange
     {
+        bool contains(int port) const
+        {
+            return low.load(std::memory_order_relaxed) <= port &&
+                   high.load(std::memory_order_relaxed) >= port;
+        }
+
         Word<int> low{1};
         Word<int> high{1024};
     };
@@ -96,9 +114,21 @@ private:
 
     // The steps of the pass, in their order; see doAnalyzeFrame.
     void measureOverhead(CMediaInfo const & media);
-    void countFrame(long long frameSize);
-    void countFrameType(bool broadcast, bool unicast, long long frameSize);
-    void countFrameSize(long long frameSize);
+    CFramePass countFrame(CNetworkFrame * frame, CMediaInfo * media);
+    void countFrameType(CFramePass const & pass);
+    void countFrameSize(CFramePass const & pass);
+    void countProtocol(CFramePass const & pass);
+    void countIP(CFramePass & pass);
+    template <class Tables>
+    void countSourcePort(CFramePass const & pass, Tables & tables);
+    template <class Tables>
+    void countDestinationPort(CFramePass const & pass, Tables & tables);
+    void countSourceStation(CFramePass const & pass);
+    static void nameVlan(CFramePass const & pass, CStationStat & station);
+    void countDestinationStation(CFramePass const & pass);
+    void countMACConnection(CFramePass const & pass);
+    void learnFromARP(CFramePass const & pass);
+    void learnBinding(CIPAddress const & address, CMACAddr const & mac);
 
     bool enabledGroup(unsigned int group) const { return enabled[group].load(std::memory_order_relaxed); }
 

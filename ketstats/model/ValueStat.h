@@ -43,7 +43,7 @@ inline bool CStatValueTraits<CProtocolIdPacked>::before(CProtocolIdPacked const 
 //
 // Percentages differ for compareAssign(T const &) only if they do so at the resolution of one hundredth.
 template <class T>
-class CValueStat : public CBaseValueStat
+class KETSTATS_TYPE CValueStat : public CBaseValueStat
 {
 public:
     CValueStat(CBaseStat * theParent, unsigned short theId, CValueStatDescription const & theDescription)
@@ -97,12 +97,12 @@ private:
     T m_value{};
 };
 
-extern template class KETSTATS_API CValueStat<unsigned short>;
-extern template class KETSTATS_API CValueStat<unsigned int>;
-extern template class KETSTATS_API CValueStat<long long>;
-extern template class KETSTATS_API CValueStat<percentVal>;
-extern template class KETSTATS_API CValueStat<CIPAddress>;
-extern template class KETSTATS_API CValueStat<CMACAddrPacked>;
-extern template class KETSTATS_API CValueStat<CProtocolIdPacked>;
+extern template class CValueStat<unsigned short>;
+extern template class CValueStat<unsigned int>;
+extern template class CValueStat<long long>;
+extern template class CValueStat<percentVal>;
+extern template class CValueStat<CIPAddress>;
+extern template class CValueStat<CMACAddrPacked>;
+extern template class CValueStat<CProtocolIdPacked>;
 
 } // namespace KetStats

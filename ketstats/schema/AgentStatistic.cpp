@@ -12,6 +12,8 @@ constexpr unsigned short rootId = 1;
 
 CAgentStatistic::CAgentStatistic() : CUnfilteredContainerStat(nullptr, rootId, groupDescription()) {}
 
+CAgentStatistic::~CAgentStatistic() = default;
+
 CStructStatDescription const & CAgentStatistic::groupDescription()
 {
     static CStructStatDescription const description(1145, columnDescriptions(), rootId);

@@ -1,14 +1,18 @@
 #pragma once
 
+#include "ketstats/schema/Connections.h"
 #include "ketstats/schema/FrameTables.h"
 #include "ketstats/schema/GlobalStats.h"
+#include "ketstats/schema/Ports.h"
+#include "ketstats/schema/Stations.h"
 
 namespace KetStats {
 
 // The root of the statistic tree, shared in shape by the live tree of a manager and the trees of snapshots.
 // As a node it has the id 1 and no parent, so that "1" names it and "1.N" its child N.
 //
-// All children are members, by value. Building a root takes all the fixed memory of a tree, once.
+// All children are members, by value; a table column tells its row class, its name and its limit of rows.
+// Building a root takes all the fixed memory of a tree, once.
 class KETSTATS_API CAgentStatistic : public schema::CUnfilteredContainerStat
 {
 public:
@@ -28,6 +32,7 @@ public:
 
     // A tree with all values zero, all tables empty, and every node marked changed.
     CAgentStatistic();
+    ~CAgentStatistic();
 
     static CStructStatDescription const & groupDescription();
 
@@ -43,10 +48,17 @@ public:
 
     // clang-format off
 #define COLUMNS(COLUMN)                                                         \
-    COLUMN(1, globalStatistics, schema::CGroupColumn<CGlobalStatisticsStat>)    \
-    COLUMN(2, globalErrors,     schema::CGroupColumn<CGlobalErrorsStat>)        \
-    COLUMN(3, globalFilter,     schema::CGroupColumn<CGlobalFilterStat>)        \
-    COLUMN(4, frameTables,      schema::CGroupColumn<CFrameTablesStat>)
+    COLUMN( 1, globalStatistics, schema::CGroupColumn<CGlobalStatisticsStat>)   \
+    COLUMN( 2, globalErrors,     schema::CGroupColumn<CGlobalErrorsStat>)       \
+    COLUMN( 3, globalFilter,     schema::CGroupColumn<CGlobalFilterStat>)       \
+    COLUMN( 4, frameTables,      schema::CGroupColumn<CFrameTablesStat>)        \
+    COLUMN( 5, stations,         schema::CTableColumn<CStationStat, 1149, 200>) \
+    COLUMN( 6, protocols,        schema::CTableColumn<CProtocolStat, 1150, 200>)\
+    COLUMN( 7, macConnections,   schema::CTableColumn<CMACConnectionStat, 1146, 200>)\
+    COLUMN( 8, ipConnections,    schema::CTableColumn<CIPConnectionStat, 1147, 1000>)\
+    COLUMN( 9, arpTable,         schema::CTableColumn<CARPStat, 1148, 200>)     \
+    COLUMN(10, ipSubprotocols,   schema::CTableColumn<CGenProtoStat<0>, 1212, 200>)\
+    COLUMN(11, ipPorts,          schema::CGroupColumn<CIPPortsStat>)
     KETSTATS_COLUMNS(CAgentStatistic, COLUMNS)
 #undef COLUMNS
     // clang-format on

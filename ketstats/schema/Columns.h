@@ -53,6 +53,33 @@ private:
     }
 };
 
+// A column that is a table of rows.
+template <class Row, unsigned int Name, unsigned int Limit>
+struct CTableColumn
+{
+    using Node = typename Row::Container;
+
+    template <unsigned short Id>
+    static CStatDescription const & description()
+    {
+        return tableDescription<Id>();
+    }
+
+    template <unsigned short Id>
+    static Node make(CBaseStat * parent)
+    {
+        return Node(parent, Id, tableDescription<Id>(), Limit);
+    }
+
+private:
+    template <unsigned short Id>
+    static CDynamicArrayStatDescription const & tableDescription()
+    {
+        static CDynamicArrayStatDescription const theDescription(Name, &Row::groupDescription());
+        return theDescription;
+    }
+};
+
 // A column that is a group of a class of its own.
 template <class Group>
 struct CGroupColumn
@@ -81,8 +108,20 @@ using Bytes = CLeafColumn<CValueStat<long long>, CIntegerStatDescription<long lo
 template <unsigned int Name>
 using Text = CLeafColumn<CStringStat, CStringStatDescription, Name>;
 
+template <unsigned int Name>
+using MacAddress = CLeafColumn<CValueStat<CMACAddrPacked>, CMACAddressStatDescription, Name>;
+template <unsigned int Name>
+using IpAddress = CLeafColumn<CValueStat<CIPAddress>, CIPAddressStatDescription, Name>;
+template <unsigned int Name>
+using ProtocolId = CLeafColumn<CValueStat<CProtocolIdPacked>, CProtocolIdStatDescription, Name>;
+
 // Columns that several tables have.
 using Percentage = Ratio<1131, Unit::percent>;
+using DataTransmitted = Bytes<1156>;
+using FramesTransmitted = Counter<1157, Unit::frame>;
+using AverageFrameSize = Counter<1158, Unit::byte>;
+using DataReceived = Bytes<1162>;
+using FramesReceived = Counter<1163, Unit::frame>;
 
 // A group that describes no selection of traffic has no filter.
 class KETSTATS_API CUnfilteredContainerStat : public CBaseStaticContainerStat

@@ -278,6 +278,16 @@ CBaseStaticContainerStat::CBaseStaticContainerStat(CBaseStat * theParent, unsign
     : CBaseStat(theParent, theId, theDescription, 0)
 {}
 
+CBaseHashedContainerStat::CBaseHashedContainerStat(CBaseStat * theParent, unsigned short theId,
+                                                   CDynamicArrayStatDescription const & theDescription,
+                                                   unsigned int theLimit)
+    : CBaseStat(theParent, theId, theDescription, 0),
+      limit(theLimit),
+      childList(new CChildEntry[theLimit])
+{
+    initlist();
+}
+
 bool CBaseStat::isNumeric() const
 {
     return description->isNumeric();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ketstats/model/statvalues.h"
 #include "ketstats/platform/Exports.h"
 #include "ketstats/text/StatFormat.h"
 
@@ -130,7 +131,7 @@ private:
 
 // Reads a CValueStat<T> as a number.
 template <class T>
-class CNumericStatDescription : public CNumericStatDescriptionBase
+class KETSTATS_TYPE CNumericStatDescription : public CNumericStatDescriptionBase
 {
 public:
     CNumericStatDescription(unsigned int theNameResourceId, unsigned int theUnitResourceId);
@@ -146,7 +147,7 @@ public:
 
 // Reads a CValueStat<T> as an integer too.
 template <class T>
-class CIntegerStatDescription : public CNumericStatDescription<T>
+class KETSTATS_TYPE CIntegerStatDescription : public CNumericStatDescription<T>
 {
 public:
     CIntegerStatDescription(unsigned int theNameResourceId, unsigned int theUnitResourceId);
@@ -225,12 +226,12 @@ private:
     CStatDescription const * rowDescription;
 };
 
-extern template class KETSTATS_API CNumericStatDescription<struct percentVal>;
-extern template class KETSTATS_API CNumericStatDescription<unsigned short>;
-extern template class KETSTATS_API CNumericStatDescription<unsigned int>;
-extern template class KETSTATS_API CNumericStatDescription<long long>;
-extern template class KETSTATS_API CIntegerStatDescription<unsigned short>;
-extern template class KETSTATS_API CIntegerStatDescription<unsigned int>;
-extern template class KETSTATS_API CIntegerStatDescription<long long>;
+extern template class CNumericStatDescription<percentVal>;
+extern template class CNumericStatDescription<unsigned short>;
+extern template class CNumericStatDescription<unsigned int>;
+extern template class CNumericStatDescription<long long>;
+extern template class CIntegerStatDescription<unsigned short>;
+extern template class CIntegerStatDescription<unsigned int>;
+extern template class CIntegerStatDescription<long long>;
 
 } // namespace KetStats

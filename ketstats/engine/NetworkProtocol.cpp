@@ -1,0 +1,93 @@
+#include "ketstats/engine/NetworkProtocol.h"
+
+#include <cstring>
+
+namespace KetStats {
+
+namespace {
+
+CProtocolId idOf(int length, unsigned char first, unsigned char second = 0)
+{
+    unsigned char const wire[2] = {first, second};
+    CProtocolId id;
+    id.Set(length, wire);
+    return id;
+}
+
+} // namespace
+
+CNetworkProtocol::~CNetworkProtocol() = default;
+
+CProtocolId const & CNetworkProtocol::ipId()
+{
+    static CProtocolId const id = idOf(2, 0x08, 0x00);
+    return id;
+}
+
+CProtocolId const & CNetworkProtocol::arpId()
+{
+    static CProtocolId const id = idOf(2, 0x08, 0x06);
+    return id;
+}
+
+CProtocolId const & CNetworkProtocol::tcpId()
+{
+    static CProtocolId const id = idOf(1, 6);
+    return id;
+}
+
+CProtocolId const & CNetworkProtocol::udpId()
+{
+    static CProtocolId const id = idOf(1, 17);
+    return id;
+}
+
+bool CNetworkProtocol::analyze()
+{
+    if (!frame)
+        return false;
+    if (!media)
+        media = frame->AnalyzeFrame();
+    return media && media->GetProtocolId() == getProtocolId();
+}
+
+bool CNetworkProtocol::analyzeWithHeader()
+{
+    if (!CNetworkProtocol::analyze())
+        return false;
+    // A header that would start behind the captured bytes is an empty one at their end.
+    unsigned int const captured = frame->GetCapturedLength();
+    unsigned int const offset = media->networkOffset < captured ? media->networkOffset : captured;
+    header = frame->GetData() + offset;
+    m_available = captured - offset;
+    return true;
+}
+
+CProtocolId CNetworkProtocol::idAt(unsigned int offset, int length) const
+{
+    CProtocolId id;
+    if (header) {
+        unsigned char const wire[2] = {bytes()[offset], bytes()[offset + 1]};
+        id.Set(length, wire);
+    }
+    return id;
+}
+
+CIPAddress CNetworkProtocol::addressAt(unsigned int offset) const
+{
+    unsigned int address = 0;
+    if (bytes().holds(offset, sizeof address))
+        std::memcpy(&address, header + offset, sizeof address);
+    else
+        bytes().copy(offset, reinterpret_cast<unsigned char *>(&address), sizeof address);
+    return {address};
+}
+
+CMACAddr CARPProtocol::macAt(unsigned int offset) const
+{
+    CMACAddr address;
+    bytes().copy(offset, address.bytes.data(), 6);
+    return address;
+}
+
+} // namespace KetStats

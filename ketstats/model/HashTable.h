@@ -1,0 +1,329 @@
+#pragma once
+
+#include "ketstats/model/Hashing.h"
+
+#include <new>
+#include <utility>
+
+namespace KetStats {
+
+template <class T, class K, class H>
+class CHashedContainerStat;
+
+// The open-addressing table that holds the rows of a CHashedContainerStat: T is the row class, K the key, H
+// the hasher. It only says where a key is or would go; age and limits belong to the container.
+//
+// Slots have a state, and a slot that was used keeps its key:
+//
+//     free ----alloc---> used ----free---> deleted ----alloc---> used ...          clearing: all ----> free
+//
+// 1. A search walks from hash() in steps of rehash(), which visits every slot, since the size is prime. It
+// ends
+//    at the first slot that is free or bears the key, used or deleted. Only if the whole walk met neither
+//    does it end at the first deleted slot, and with none of these at `maxSize()`.
+// 2. A deleted slot becomes free only when the table is cleared. So on a long run the free ones run out, and
+// that
+//    walk would visit every slot for each new key. Therefore the table keeps an index from each key to the
+//    one slot that bears it: a key that is there is found through it, and of a walk for one that isn't only
+//    the states are left to look at, up to the first free or deleted slot.
+// 3. Keys, states and index lie apart from the rows, and rows are handed out densely, so that building or
+//    clearing a table touches no row's memory, and the memory in use follows the rows in use.
+//
+// All storage is taken by the constructor, in one block:
+//
+//     rows      capacity * T           raw storage
+//     slots     tableSize * CSlot      key, row, link of the index
+//     heads     buckets * 4            the index: first slot of each bucket
+//     vacated   capacity * 4           rows given back, to be handed out again
+//     states    tableSize * 1
+template <class T, class K, class H>
+class CHashTable
+{
+public:
+    using Container = CHashedContainerStat<T, K, H>;
+
+    enum State : unsigned char
+    {
+        stateFree = 0,    // never used since the last clearing
+        stateUsed = 1,    // holds a live T
+        stateDeleted = 2, // its T was destroyed; the key is still there
+    };
+
+    // For `maxElements` rows: the size is the first prime of at least one and a half times as many. Room is
+    // taken for `rowCapacity` rows, for one in every slot unless told otherwise.
+    explicit CHashTable(unsigned int maxElements) : CHashTable(maxElements, tableSizeFor(maxElements)) {}
+    CHashTable(unsigned int maxElements, unsigned int rowCapacity)
+        : tableSize(tableSizeFor(maxElements)),
+          m_capacity(rowCapacity),
+          m_plan(hashPlanOf(tableSize))
+    {
+        m_bucketShift = 64 - static_cast<unsigned int>(std::bit_width(tableSize)) - 1;
+        allocate();
+        init();
+    }
+    ~CHashTable() { destroy(); }
+
+    CHashTable(CHashTable const &) = delete;
+    CHashTable & operator=(CHashTable const &) = delete;
+
+    // Destroys all rows and gives the storage back: the end of the table.
+    void destroy()
+    {
+        if (!rows)
+            return;
+        destroyElements();
+        ::operator delete(static_cast<void *>(rows), blockAlignment);
+        rows = nullptr;
+    }
+
+    // Destroys all rows; the storage stays.
+    void destroyElements()
+    {
+        for (unsigned int slot = 0; count != 0; ++slot)
+            if (m_states[slot] == stateUsed) {
+                rowAt(slot)->~T();
+                --count;
+            }
+        init();
+    }
+
+    // The slot for a key; see 1 above. It holds the key's row unless isEmpty(slot), and `maxSize()` says that
+    // there is no room.
+    unsigned int find(K const & key) const
+    {
+        unsigned int const slot = bearer(key);
+        return slot != none ? slot : placeFor(key);
+    }
+    unsigned int find(T const & row) const { return find(getKey(row)); }
+
+    // The slot that holds the key's row, `none` if there is no such row.
+    unsigned int findUsed(K const & key) const
+    {
+        unsigned int const slot = bearer(key);
+        return slot != none && m_slots[slot].row != none ? slot : none;
+    }
+
+    // Takes the slot that find gave for a key into use, and yields raw storage in which the caller constructs
+    // the row of that key at once.
+    T * alloc(unsigned int slot)
+    {
+        settle();
+        m_unfiled = slot;
+        m_unfiledKnown = m_states[slot] != stateFree;
+        T * const row = storage();
+        take(slot);
+        return row;
+    }
+    // The same, and constructs the row from the other arguments. Nothing has changed if that throws.
+    template <class... Arguments>
+    T * alloc(unsigned int slot, Container * const & parent, unsigned short const & id, K const & key,
+              Arguments const &... arguments)
+    {
+        settle();
+        T * const row = new (storage()) T(parent, id, key, arguments...);
+        file(slot, key, m_states[slot] != stateFree);
+        take(slot);
+        m_slots[slot].index = static_cast<unsigned int>(id) - 1;
+        return row;
+    }
+
+    // Destroys the slot's row. The slot keeps its key.
+    void free(unsigned int slot)
+    {
+        settle();
+        rowAt(slot)->~T();
+        m_vacated[m_vacatedCount++] = m_slots[slot].row;
+        m_slots[slot].row = none;
+        m_states[slot] = stateDeleted;
+        --count;
+    }
+
+    // The row of a slot, with no check of state or range.
+    T & operator[](unsigned int slot) { return *rowAt(slot); }
+    T const & operator[](unsigned int slot) const { return *rowAt(slot); }
+
+    bool isEmpty(unsigned int slot) const { return m_states[slot] != stateUsed; }
+    State state(unsigned int slot) const { return m_states[slot]; }
+    K const & keyOf(unsigned int slot) const { return m_slots[slot].key; }
+    unsigned int size() const { return count; }
+    unsigned int maxSize() const { return tableSize; }
+
+    // The place of a row in the container's list, kept here so that finding a row doesn't touch it.
+    unsigned int indexOf(unsigned int slot) const { return m_slots[slot].index; }
+    void setIndex(unsigned int slot, unsigned int index) { m_slots[slot].index = index; }
+
+    // The key within a row.
+    static K const & getKey(T const & row) { return row.rowKey(); }
+    static bool keyCompare(K const & left, K const & right) { return CKeyBytes<K>::equal(left, right); }
+    static bool keyCompare(T const & left, K const & right) { return keyCompare(getKey(left), right); }
+
+    static constexpr unsigned int none = ~0U;
+
+private:
+    struct CSlot
+    {
+        K key;
+        unsigned int row;   // number of the row's storage, `none` unless the slot is used
+        unsigned int index; // see indexOf
+        unsigned int next;  // in the bucket of the index
+    };
+
+    static constexpr std::align_val_t blockAlignment{64};
+
+    static constexpr unsigned int tableSizeFor(unsigned int maxElements)
+    {
+        unsigned int const wanted = maxElements * 3 / 2;
+        for (unsigned int const prime : tablePrimes)
+            if (prime >= wanted)
+                return prime;
+        return wanted;
+    }
+
+    static std::size_t aligned(std::size_t bytes) { return (bytes + 63) & ~std::size_t{63}; }
+
+    unsigned int buckets() const { return 1U << (64 - m_bucketShift); }
+
+    void allocate()
+    {
+        std::size_t const rowBytes = aligned(sizeof(T) * m_capacity);
+        std::size_t const slotBytes = aligned(sizeof(CSlot) * tableSize);
+        std::size_t const headBytes = aligned(sizeof(unsigned int) * buckets());
+        std::size_t const vacatedBytes = aligned(sizeof(unsigned int) * m_capacity);
+        auto * block = static_cast<unsigned char *>(
+            ::operator new(rowBytes + slotBytes + headBytes + vacatedBytes + tableSize, blockAlignment));
+        rows = reinterpret_cast<T *>(block);
+        m_slots = reinterpret_cast<CSlot *>(block += rowBytes);
+        m_heads = reinterpret_cast<unsigned int *>(block += slotBytes);
+        m_vacated = reinterpret_cast<unsigned int *>(block += headBytes);
+        m_states = reinterpret_cast<State *>(block += vacatedBytes);
+    }
+
+    // All slots free and no row, destroying nothing.
+    void init()
+    {
+        std::memset(m_heads, 0xFF, sizeof(unsigned int) * buckets());
+        std::memset(m_states, stateFree, tableSize);
+        count = 0;
+        m_free = tableSize;
+        m_handedOut = 0;
+        m_vacatedCount = 0;
+        m_unfiled = none;
+    }
+
+    T * rowAt(unsigned int slot) const { return rows + m_slots[slot].row; }
+
+    unsigned int * bucketOf(K const & key) const
+    {
+        return m_heads + (CKeyBytes<K>::mix(key, m_multipliers) >> m_bucketShift);
+    }
+
+    // The slot that bears the key, used or deleted; `none` if there is none.
+    unsigned int bearer(K const & key) const
+    {
+        const_cast<CHashTable *>(this)->settle();
+        unsigned int slot = *bucketOf(key);
+        while (slot != none && !keyCompare(m_slots[slot].key, key))
+            slot = m_slots[slot].next;
+        return slot;
+    }
+
+    // Where a key goes that no slot bears.
+    unsigned int placeFor(K const & key) const
+    {
+        if (count == tableSize)
+            return tableSize;
+        unsigned int const start = startOf(key);
+        if (m_states[start] == stateFree)
+            return start;
+        unsigned int const step = stepOf(key);
+        unsigned int reusable = m_states[start] == stateDeleted ? start : none;
+        for (unsigned int slot = start; m_free != 0 || reusable == none;) {
+            slot = slot + step < tableSize ? slot + step : slot + step - tableSize;
+            if (m_states[slot] == stateFree)
+                return slot;
+            if (m_states[slot] == stateDeleted && reusable == none)
+                reusable = slot;
+        }
+        return reusable;
+    }
+
+    unsigned int startOf(K const & key) const
+    {
+        if constexpr (requires { H::hash(key, *m_plan); })
+            if (m_plan)
+                return H::hash(key, *m_plan);
+        return H::hash(key, tableSize);
+    }
+
+    unsigned int stepOf(K const & key) const
+    {
+        if constexpr (requires { H::rehash(key, *m_plan); })
+            if (m_plan)
+                return H::rehash(key, *m_plan);
+        return H::rehash(key, tableSize);
+    }
+
+    // Where the next row goes.
+    T * storage() const { return rows + nextRow(); }
+    unsigned int nextRow() const { return m_vacatedCount != 0 ? m_vacated[m_vacatedCount - 1] : m_handedOut; }
+
+    // Marks the slot used, with that storage as its row.
+    void take(unsigned int slot)
+    {
+        if (m_states[slot] == stateFree)
+            --m_free;
+        m_states[slot] = stateUsed;
+        m_slots[slot].row = nextRow();
+        ++count;
+        if (m_vacatedCount != 0)
+            --m_vacatedCount;
+        else
+            ++m_handedOut;
+    }
+
+    // Enters the key in the slot and in the index. A slot that `bore` another key gives that up.
+    void file(unsigned int slot, K const & key, bool bore)
+    {
+        CSlot & target = m_slots[slot];
+        if (bore) {
+            if (keyCompare(target.key, key))
+                return;
+            unsigned int * link = bucketOf(target.key);
+            while (*link != slot)
+                link = &m_slots[*link].next;
+            *link = target.next;
+        }
+        new (&target.key) K(key);
+        unsigned int * const bucket = bucketOf(key);
+        target.next = *bucket;
+        *bucket = slot;
+    }
+
+    // Files the row that the caller of the plain alloc() constructed, which tells its key only now.
+    void settle()
+    {
+        if (m_unfiled != none) [[unlikely]] {
+            unsigned int const slot = std::exchange(m_unfiled, none);
+            file(slot, getKey(*rowAt(slot)), m_unfiledKnown);
+        }
+    }
+
+    T * rows = nullptr;
+    unsigned int count = 0; // slots in state used
+    unsigned int tableSize;
+    unsigned int m_capacity; // rows that there is storage for
+    unsigned int m_free = 0; // slots in state free
+    unsigned int m_handedOut = 0;
+    unsigned int m_vacatedCount = 0;
+    unsigned int m_bucketShift;
+    unsigned int m_unfiled = none; // slot whose key wasn't told yet; see settle
+    bool m_unfiledKnown = false;   // whether that slot bore another key
+    CHashPlan const * m_plan;
+    std::uint64_t const (&m_multipliers)[2] = indexMultipliers();
+    CSlot * m_slots = nullptr;
+    unsigned int * m_heads = nullptr;
+    unsigned int * m_vacated = nullptr;
+    State * m_states = nullptr;
+};
+
+} // namespace KetStats

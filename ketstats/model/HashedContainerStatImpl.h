@@ -1,0 +1,259 @@
+#pragma once
+
+#include "ketstats/model/HashedContainerStat.h"
+#include "ketstats/platform/DebugBreak.h"
+
+#include <cstddef>
+
+namespace KetStats {
+
+template <class T, class K, class H>
+CHashedContainerStat<T, K, H>::CHashedContainerStat(CBaseStat * theParent, unsigned short theId,
+                                                    CDynamicArrayStatDescription const & theDescription,
+                                                    unsigned int theLimit)
+    : CBaseHashedContainerStat(theParent, theId, theDescription, theLimit),
+      // A new row is built before one that stands in its place is taken away.
+      table(theLimit, theLimit + 1)
+{}
+
+// What follows is for keys that are new, and out of the way of the others.
+template <class T, class K, class H>
+T * CHashedContainerStat<T, K, H>::create(K const & key)
+{
+    unsigned int const slot = table.find(key);
+    if (slot == table.maxSize())
+        return nullptr;
+    unsigned int index = getFreeIdx();
+    if (index == limit) {
+        if (oldest != limit) {
+            onDelete(oldest);
+            freeOldest();
+        }
+        if (!isFull())
+            index = getFreeIdx();
+        if (index == limit)
+            return nullptr;
+    }
+    // The slot is still good: deleting only turns a used slot into a deleted one.
+    T * const row = table.alloc(slot, this, static_cast<unsigned short>(index + 1), key);
+    createdNewChild(slot, row);
+    return row;
+}
+
+template <class T, class K, class H>
+T * CHashedContainerStat<T, K, H>::createIfNew(
+    K const & key, CMACAddrPacked const & address) requires std::is_same_v<T, CARPStat>
+{
+    unsigned int const slot = table.find(key);
+    if (slot == table.maxSize())
+        return nullptr;
+    if (!table.isEmpty(slot))
+        return &table[slot];
+    unsigned int const index = getFreeIdx();
+    if (index == limit)
+        return nullptr;
+    T * const row = table.alloc(slot, this, static_cast<unsigned short>(index + 1), key, address);
+    createdNewChild(slot, row);
+    return row;
+}
+
+template <class T, class K, class H>
+T * CHashedContainerStat<T, K, H>::createSummaryStat(K key)
+{
+    unsigned int const slot = table.find(key);
+    if (slot == table.maxSize() || limit == 0)
+        return nullptr;
+    if (!table.isEmpty(slot)) {
+        summaryRow = &table[slot];
+        return &table[slot];
+    }
+    if (childAt(limit - 1))
+        removeRow(limit - 1);
+    T * const row = table.alloc(slot, this, static_cast<unsigned short>(limit), key);
+    createdNewChild(slot, row);
+    summaryRow = row;
+    return row;
+}
+
+template <class T, class K, class H>
+unsigned int CHashedContainerStat<T, K, H>::createdNewChild(unsigned int hashIndex, T * row)
+{
+    unsigned int const index = row->getId() - 1U;
+    if (childAt(index))
+        removeRow(index);
+    enter(index, hashIndex, row);
+    ++m_rowCount;
+    return index;
+}
+
+template <class T, class K, class H>
+void CHashedContainerStat<T, K, H>::removeRow(unsigned int index)
+{
+    if (childList[index].child == summaryRow)
+        summaryRow = nullptr;
+    table.free(childList[index].hashIndex);
+    removeChildFromList(index);
+    --m_rowCount;
+}
+
+// The summary row has no exemption.
+template <class T, class K, class H>
+void CHashedContainerStat<T, K, H>::freeOldest()
+{
+    freeIdx = oldest;
+    removeRow(oldest);
+}
+
+template <class T, class K, class H>
+void CHashedContainerStat<T, K, H>::deleteOldest()
+{
+    if (oldest == limit)
+        return;
+    onDelete(oldest);
+    freeOldest();
+}
+
+template <class T, class K, class H>
+bool CHashedContainerStat<T, K, H>::TestOrder(CHashedContainerStat const * /*other*/) const
+{
+    for (unsigned int index = 0; index + 1 < m_rowCount; ++index)
+        if (!childAt(index)) {
+            DumpOrder(false);
+            platform::debugBreak();
+        }
+    return true;
+}
+
+template <class T, class K, class H>
+void CHashedContainerStat<T, K, H>::DumpOrder(bool flag) const
+{
+    if (!dumpOrderHandler)
+        return;
+    dumpOrderHandler(this, 0, flag, nullptr);
+    for (unsigned int index = oldest; index != limit; index = childList[index].newer)
+        dumpOrderHandler(this, 1, flag, static_cast<T *>(childList[index].child));
+    dumpOrderHandler(this, 2, flag, nullptr);
+}
+
+template <class T, class K, class H>
+void CHashedContainerStat<T, K, H>::doReset()
+{
+    table.destroyElements();
+    initlist();
+}
+
+template <class T, class K, class H>
+void CHashedContainerStat<T, K, H>::doPackValue(ktools::CMemoryBuffer & buffer, bool onlyChanged)
+{
+    for (unsigned int index = oldest; index != limit; index = childList[index].newer) {
+        T & row = static_cast<T &>(*childList[index].child);
+        if (onlyChanged && !row.isChanged())
+            continue;
+        auto const rowId = static_cast<unsigned short>(row.getId());
+        buffer.Write(&rowId, sizeof rowId);
+        // The receiver may not know the row, or know the id as another key's.
+        table.getKey(row).packValue(buffer);
+        row.packValue(buffer, onlyChanged);
+    }
+    unsigned short const endMark = 0;
+    buffer.Write(&endMark, sizeof endMark);
+    if (onlyChanged)
+        changed = false;
+}
+
+// The row that stands for `key` under `rowId` from now on. A row of another key under that id is dead; a row
+// of that key under another id has moved, with its values.
+template <class T, class K, class H>
+T * CHashedContainerStat<T, K, H>::rowFor(unsigned int rowId, K const & key, bool & isNew)
+{
+    unsigned int const index = rowId - 1;
+    isNew = false;
+    if (T * const known = static_cast<T *>(childAt(index))) {
+        if (table.keyCompare(*known, key))
+            return known;
+        onDelete(rowId);
+        // The handler may have changed the list, and a summary row that it made may stand here.
+        if (childAt(index))
+            removeRow(index);
+    }
+    isNew = true;
+    unsigned int const slot = table.find(key);
+    if (slot == table.maxSize())
+        return nullptr;
+    if (table.isEmpty(slot)) {
+        T * const row = table.alloc(slot, this, static_cast<unsigned short>(rowId), key);
+        createdNewChild(slot, row);
+        return row;
+    }
+    T & moved = table[slot];
+    removeChildFromList(moved.getId() - 1U);
+    moved.resetId(static_cast<unsigned short>(rowId));
+    table.setIndex(slot, index);
+    enter(index, slot, &moved);
+    moved.setChanged();
+    return &moved;
+}
+
+template <class T, class K, class H>
+void CHashedContainerStat<T, K, H>::doUnpackValue(ktools::CMemoryBuffer & buffer)
+{
+    for (;;) {
+        unsigned short rowId = 0;
+        buffer.Read(&rowId, sizeof rowId);
+        if (rowId == 0)
+            break;
+        if (rowId > limit)
+            ktools::raise<ktools::CMemoryBuffer::CException>(2, "StatTypes", 1204);
+        K key{};
+        key.unpackValue(buffer);
+        bool isNew = false;
+        T * const row = rowFor(rowId, key, isNew);
+        if (!row)
+            ktools::raise<ktools::CMemoryBuffer::CException>(2, "StatTypes", 1204);
+        row->unpackValue(buffer);
+        renew(row);
+    }
+    changed = true;
+}
+
+template <class T, class K, class H>
+void CHashedContainerStat<T, K, H>::doAssign(CBaseStat const & other)
+{
+    auto const & theirs = static_cast<CHashedContainerStat const &>(other);
+    doReset();
+    for (unsigned int index = theirs.oldest; index != theirs.limit; index = theirs.childList[index].newer) {
+        T const & source = static_cast<T const &>(*theirs.childList[index].child);
+        bool isNew = false;
+        if (T * const row = rowFor(source.getId(), table.getKey(source), isNew))
+            row->assign(source);
+    }
+    changed = true;
+}
+
+// Once a row is new or differs, every row behind it is flagged, and fully: rows go out oldest first and each
+// row read becomes the receiver's newest, so all rows newer than a changed one must follow it.
+template <class T, class K, class H>
+bool CHashedContainerStat<T, K, H>::doCompareAssign(CBaseStat const & other)
+{
+    auto const & theirs = static_cast<CHashedContainerStat const &>(other);
+    bool following = false;
+    for (unsigned int index = theirs.oldest; index != theirs.limit; index = theirs.childList[index].newer) {
+        T const & source = static_cast<T const &>(*theirs.childList[index].child);
+        bool isNew = false;
+        T * const row = rowFor(source.getId(), table.getKey(source), isNew);
+        if (!row)
+            continue;
+        following = following || isNew;
+        if (row->compareAssign(source)) {
+            changed = true;
+            following = true;
+        } else if (following) {
+            row->setChanged();
+            changed = true;
+        }
+        renew(row);
+    }
+    return changed;
+}
+
+} // namespace KetStats

@@ -1,0 +1,170 @@
+#pragma once
+
+#include "ketstats/platform/Exports.h"
+
+#include <array>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+// How keys become places in a table of prime size: remainders of the key's bytes read as one number.
+namespace KetStats {
+
+// Remainders by a fixed divisor, through multiplication. Exact for every x with x * divisor below 2^64.
+struct CDivisor
+{
+    constexpr CDivisor() = default;
+    explicit constexpr CDivisor(unsigned int divisor)
+        : value(divisor),
+          m_inverse(~std::uint64_t{0} / divisor + 1)
+    {}
+
+    constexpr unsigned int remainder(std::uint64_t x) const
+    {
+        auto const quotient = static_cast<std::uint64_t>(static_cast<Product>(x) * m_inverse >> 64);
+        return static_cast<unsigned int>(x - quotient * value);
+    }
+
+    unsigned int value = 1;
+
+private:
+    __extension__ using Product = unsigned __int128;
+
+    std::uint64_t m_inverse = 0;
+};
+
+// What hashing into a table of one size needs: the size and the weights of 16-bit words, 2^(16 i) modulo it,
+// and the same for the step, which works modulo the next lower number.
+struct CHashPlan
+{
+    static constexpr unsigned int mostWords = 6;
+
+    constexpr CHashPlan() = default;
+    explicit constexpr CHashPlan(unsigned int tableSize) : size(tableSize), step(tableSize - 1)
+    {
+        std::uint64_t ofSize = 1;
+        std::uint64_t ofStep = 1;
+        for (unsigned int i = 0; i < mostWords; ++i) {
+            sizeWeights[i] = static_cast<unsigned int>(ofSize % size.value);
+            stepWeights[i] = static_cast<unsigned int>(ofStep % step.value);
+            ofSize = (ofSize << 16) % size.value;
+            ofStep = (ofStep << 16) % step.value;
+        }
+    }
+
+    CDivisor size;
+    CDivisor step;
+    std::array<unsigned int, mostWords> sizeWeights{};
+    std::array<unsigned int, mostWords> stepWeights{};
+};
+
+// The sizes of tables: the largest primes below the powers of two from 2^8 to 2^30.
+inline constexpr unsigned int tablePrimes[] = {251,      509,       1021,      2039,      4093,      8191,
+                                               16381,    32749,     65521,     131071,    262139,    524287,
+                                               1048573,  2097143,   4194301,   8388593,   16777213,  33554393,
+                                               67108859, 134217689, 268435399, 536870909, 1073741789};
+
+// Below 2^16 a remainder shifted left by a word doesn't leave 32 bits, and only then is the loop of hash()
+// plain arithmetic on one long number, which the plans rely on.
+inline constexpr std::size_t plannedPrimes = 9;
+inline constexpr auto hashPlans = [] {
+    std::array<CHashPlan, plannedPrimes> plans;
+    for (std::size_t i = 0; i < plannedPrimes; ++i)
+        plans[i] = CHashPlan(tablePrimes[i]);
+    return plans;
+}();
+static_assert(tablePrimes[plannedPrimes - 1] < 65536 && tablePrimes[plannedPrimes] > 65536);
+
+// The plan of a table of that size, null if it has none.
+constexpr CHashPlan const * hashPlanOf(unsigned int tableSize)
+{
+    for (CHashPlan const & plan : hashPlans)
+        if (plan.size.value == tableSize)
+            return &plan;
+    return nullptr;
+}
+
+// Hashes a key of plain bytes as 16-bit little-endian words.
+template <class K>
+struct KETSTATS_TYPE CWordHasher
+{
+    static constexpr unsigned int words = sizeof(K) / 2;
+    static_assert(sizeof(K) % 2 == 0 && words <= CHashPlan::mostWords, "keys are up to six words");
+
+    // Where the search for a key starts, below n. All arithmetic is on 32 bits; a shift discards what leaves
+    // them.
+    static unsigned int hash(K const & key, unsigned int n)
+    {
+        auto const w = wordsOf(key);
+        unsigned int x = w[0] % n;
+        for (unsigned int i = 1; i < words; ++i)
+            x = ((x << 16) + w[i]) % n;
+        return x;
+    }
+
+    // How far it goes on each time, from 1 to n - 1. The words are taken in reverse order.
+    static unsigned int rehash(K const & key, unsigned int n)
+    {
+        auto const w = wordsOf(key);
+        unsigned int const m = n - 1;
+        unsigned int x = w[words - 1] % m;
+        for (unsigned int i = words - 1; i-- > 0;)
+            x = ((x << 16) + w[i]) % m;
+        return x + 1;
+    }
+
+    // The same numbers for a size that has a plan, without a division.
+    static unsigned int hash(K const & key, CHashPlan const & plan)
+    {
+        auto const w = wordsOf(key);
+        std::uint64_t sum = 0;
+        for (unsigned int i = 0; i < words; ++i)
+            sum += static_cast<std::uint64_t>(w[i]) * plan.sizeWeights[words - 1 - i];
+        return plan.size.remainder(sum);
+    }
+
+    static unsigned int rehash(K const & key, CHashPlan const & plan)
+    {
+        auto const w = wordsOf(key);
+        std::uint64_t sum = 0;
+        for (unsigned int i = 0; i < words; ++i)
+            sum += static_cast<std::uint64_t>(w[i]) * plan.stepWeights[i];
+        return plan.step.remainder(sum) + 1;
+    }
+
+private:
+    static std::array<std::uint16_t, words> wordsOf(K const & key)
+    {
+        static_assert(std::endian::native == std::endian::little, "words are read as they lie");
+        std::array<std::uint16_t, words> result;
+        std::memcpy(result.data(), &key, sizeof(K));
+        return result;
+    }
+};
+
+// Equality of keys of plain bytes, and the number whose upper bits say where a table keeps a key in its own
+// index. That index is private to a process: its multipliers are drawn at random, so that nobody on the
+// network can choose addresses that crowd it.
+template <class K>
+struct CKeyBytes
+{
+    static bool equal(K const & left, K const & right) { return std::memcmp(&left, &right, sizeof(K)) == 0; }
+
+    static std::uint64_t mix(K const & key, std::uint64_t const (&multipliers)[2])
+    {
+        std::uint64_t low = 0;
+        std::uint64_t high = 0;
+        std::memcpy(&low, &key, sizeof(K) < 8 ? sizeof(K) : 8);
+        if constexpr (sizeof(K) > 8) {
+            static_assert(sizeof(K) <= 16);
+            std::memcpy(&high, reinterpret_cast<unsigned char const *>(&key) + 8, sizeof(K) - 8);
+        }
+        return low * multipliers[0] + high * multipliers[1];
+    }
+};
+
+// The random multipliers of this process, odd.
+std::uint64_t const (&indexMultipliers())[2];
+
+} // namespace KetStats

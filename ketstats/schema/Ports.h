@@ -1,0 +1,97 @@
+#pragma once
+
+#include "ketstats/schema/Columns.h"
+
+namespace KetStats {
+
+// Traffic by IP protocol number: a row of the table "IP subprotocols". The template argument has no effect.
+template <int N>
+class KETSTATS_TYPE CGenProtoStat : public schema::CUnfilteredContainerStat
+{
+public:
+    using CHasher = CWordHasher<CProtocolIdPacked>;
+    using Container = CHashedContainerStat<CGenProtoStat, CProtocolIdPacked, CHasher>;
+
+    CGenProtoStat(CBaseStat * theParent, unsigned short theId);
+    CGenProtoStat(CBaseStat * theParent, unsigned short theId, CProtocolIdPacked const & key);
+
+    static CStructStatDescription const & groupDescription();
+    CProtocolIdPacked const & rowKey() const { return protocolId.get(); }
+
+    // clang-format off
+#define COLUMNS(COLUMN)                                             \
+    COLUMN(1, protocolId,        schema::ProtocolId<1211>)          \
+    COLUMN(2, dataTransmitted,   schema::DataTransmitted)           \
+    COLUMN(3, framesTransmitted, schema::FramesTransmitted)
+    KETSTATS_COLUMNS(CGenProtoStat, COLUMNS)
+#undef COLUMNS
+    // clang-format on
+
+private:
+    CGenProtoStat(CGenProtoStat const &) = delete;
+    CGenProtoStat & operator=(CGenProtoStat const &) = delete;
+};
+
+// Traffic by port, of TCP for 0 and of UDP for 1: a row of a table of ports, global or of a station.
+template <int N>
+class KETSTATS_TYPE CGenPortStat : public schema::CUnfilteredContainerStat
+{
+public:
+    using CHasher = CWordHasher<CProtocolIdPacked>;
+    using Container = CHashedContainerStat<CGenPortStat, CProtocolIdPacked, CHasher>;
+
+    CGenPortStat(CBaseStat * theParent, unsigned short theId);
+    CGenPortStat(CBaseStat * theParent, unsigned short theId, CProtocolIdPacked const & key);
+
+    static CStructStatDescription const & groupDescription();
+    CProtocolIdPacked const & rowKey() const { return port.get(); }
+
+    // A row is named after its key, so row and key column bear one name.
+    static constexpr unsigned int name = N == 0 ? 1215 : 1216;
+
+    // clang-format off
+#define COLUMNS(COLUMN)                                             \
+    COLUMN(1, port,              schema::ProtocolId<name>)          \
+    COLUMN(2, dataTransmitted,   schema::DataTransmitted)           \
+    COLUMN(3, framesTransmitted, schema::FramesTransmitted)         \
+    COLUMN(4, dataReceived,      schema::DataReceived)              \
+    COLUMN(5, framesReceived,    schema::FramesReceived)
+    KETSTATS_COLUMNS(CGenPortStat, COLUMNS)
+#undef COLUMNS
+    // clang-format on
+
+private:
+    CGenPortStat(CGenPortStat const &) = delete;
+    CGenPortStat & operator=(CGenPortStat const &) = delete;
+};
+
+using CTcpPortStat = CGenPortStat<0>;
+using CUdpPortStat = CGenPortStat<1>;
+
+// The TCP and UDP ports of the whole network.
+class KETSTATS_API CIPPortsStat : public schema::CUnfilteredContainerStat
+{
+public:
+    CIPPortsStat(CBaseStat * theParent, unsigned short theId, CStructStatDescription const & theDescription);
+    CIPPortsStat(CBaseStat * theParent, unsigned short theId)
+        : CIPPortsStat(theParent, theId, groupDescription())
+    {}
+    static CStructStatDescription const & groupDescription();
+
+    // clang-format off
+#define COLUMNS(COLUMN)                                                             \
+    COLUMN(1, tcpPorts, schema::CTableColumn<CTcpPortStat, 1217, 1000>)             \
+    COLUMN(2, udpPorts, schema::CTableColumn<CUdpPortStat, 1218, 1000>)
+    KETSTATS_COLUMNS(CIPPortsStat, COLUMNS)
+#undef COLUMNS
+    // clang-format on
+};
+
+extern template class CGenProtoStat<0>;
+extern template class CGenPortStat<0>;
+extern template class CGenPortStat<1>;
+extern template class CHashedContainerStat<CGenProtoStat<0>, CProtocolIdPacked, CGenProtoStat<0>::CHasher>;
+extern template class CHashedContainerStat<CGenPortStat<0>, CProtocolIdPacked, CGenPortStat<0>::CHasher>;
+extern template class CHashedContainerStat<CGenPortStat<1>, CProtocolIdPacked, CGenPortStat<1>::CHasher>;
+
+} // namespace KetStats

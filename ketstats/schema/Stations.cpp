@@ -1,0 +1,42 @@
+#include "ketstats/schema/Stations.h"
+
+#include "ketstats/model/HashedContainerStatImpl.h"
+
+namespace KetStats {
+
+CStationStat::CStationStat(CBaseStat * theParent, unsigned short theId)
+    : CUnfilteredContainerStat(theParent, theId, groupDescription())
+{}
+
+CStationStat::CStationStat(CBaseStat * theParent, unsigned short theId, CMACAddrPacked const & key)
+    : CStationStat(theParent, theId)
+{
+    address = key;
+}
+
+CStructStatDescription const & CStationStat::groupDescription()
+{
+    static CStructStatDescription const description(1161, columnDescriptions());
+    return description;
+}
+
+CProtocolStat::CProtocolStat(CBaseStat * theParent, unsigned short theId)
+    : CUnfilteredContainerStat(theParent, theId, groupDescription())
+{}
+
+CProtocolStat::CProtocolStat(CBaseStat * theParent, unsigned short theId, CProtocolIdPacked const & key)
+    : CProtocolStat(theParent, theId)
+{
+    protocolId = key;
+}
+
+CStructStatDescription const & CProtocolStat::groupDescription()
+{
+    static CStructStatDescription const description(1159, columnDescriptions());
+    return description;
+}
+
+template class CHashedContainerStat<CStationStat, CMACAddrPacked, CStationStat::CHasher>;
+template class CHashedContainerStat<CProtocolStat, CProtocolIdPacked, CProtocolStat::CHasher>;
+
+} // namespace KetStats

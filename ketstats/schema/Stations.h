@@ -1,0 +1,66 @@
+#pragma once
+
+#include "ketstats/schema/Ports.h"
+
+namespace KetStats {
+
+// A MAC address seen on the network: a row of the table "Network stations". It carries a whole table for each
+// of its TCP and UDP ports. `percentage` is worked out by the reading client.
+class KETSTATS_API CStationStat : public schema::CUnfilteredContainerStat
+{
+public:
+    using CHasher = CWordHasher<CMACAddrPacked>;
+    using Container = CHashedContainerStat<CStationStat, CMACAddrPacked, CHasher>;
+
+    CStationStat(CBaseStat * theParent, unsigned short theId);
+    CStationStat(CBaseStat * theParent, unsigned short theId, CMACAddrPacked const & key);
+
+    static CStructStatDescription const & groupDescription();
+    CMACAddrPacked const & rowKey() const { return address.get(); }
+
+    // clang-format off
+#define COLUMNS(COLUMN)                                                                 \
+    COLUMN(1, address,           schema::MacAddress<1210>)                              \
+    COLUMN(2, dataTransmitted,   schema::DataTransmitted)                               \
+    COLUMN(3, framesTransmitted, schema::FramesTransmitted)                             \
+    COLUMN(4, dataReceived,      schema::DataReceived)                                  \
+    COLUMN(5, framesReceived,    schema::FramesReceived)                                \
+    COLUMN(6, percentage,        schema::Percentage)                                    \
+    COLUMN(7, tcpPorts,          schema::CTableColumn<CTcpPortStat, 1217, 200>)         \
+    COLUMN(8, udpPorts,          schema::CTableColumn<CUdpPortStat, 1218, 200>)         \
+    COLUMN(9, vlanId,            schema::Text<1166>)
+    KETSTATS_COLUMNS(CStationStat, COLUMNS)
+#undef COLUMNS
+    // clang-format on
+};
+
+// A protocol seen in frames: a row of the table "Network protocols". `averageFrameSize` and `percentage` are
+// worked out by the reading client.
+class KETSTATS_API CProtocolStat : public schema::CUnfilteredContainerStat
+{
+public:
+    using CHasher = CWordHasher<CProtocolIdPacked>;
+    using Container = CHashedContainerStat<CProtocolStat, CProtocolIdPacked, CHasher>;
+
+    CProtocolStat(CBaseStat * theParent, unsigned short theId);
+    CProtocolStat(CBaseStat * theParent, unsigned short theId, CProtocolIdPacked const & key);
+
+    static CStructStatDescription const & groupDescription();
+    CProtocolIdPacked const & rowKey() const { return protocolId.get(); }
+
+    // clang-format off
+#define COLUMNS(COLUMN)                                             \
+    COLUMN(1, protocolId,        schema::ProtocolId<1160>)          \
+    COLUMN(2, dataTransmitted,   schema::DataTransmitted)           \
+    COLUMN(3, framesTransmitted, schema::FramesTransmitted)         \
+    COLUMN(4, averageFrameSize,  schema::AverageFrameSize)          \
+    COLUMN(5, percentage,        schema::Percentage)
+    KETSTATS_COLUMNS(CProtocolStat, COLUMNS)
+#undef COLUMNS
+    // clang-format on
+};
+
+extern template class CHashedContainerStat<CStationStat, CMACAddrPacked, CStationStat::CHasher>;
+extern template class CHashedContainerStat<CProtocolStat, CProtocolIdPacked, CProtocolStat::CHasher>;
+
+} // namespace KetStats

@@ -1,0 +1,81 @@
+#!/usr/bin/env python3
+"""Holds `ketmon read --json` against the independent count of count.py, whole trees, over capture files.
+
+    check.py KETMON FILE_OR_FOLDER...            the captures named, or in the folders named
+    check.py KETMON --generate   captures made by generate.py
+
+Exit 0 if every file counts alike, 1 if not. A run that compares nothing fails.
+"""
+
+import argparse
+import json
+import pathlib
+import subprocess
+import sys
+import tempfile
+
+HERE = pathlib.Path(__file__).resolve().parent
+
+# With which options a file is counted: all with none, and some with wide port ranges or few groups too.
+WIDE = ["--tcp-ports", "0-65535", "--udp-ports", "0-65535"]
+VARIANTS = {
+    "wide-ports": [[], WIDE, ["--tcp-ports", "80-80", "--udp-ports", "1025-65535"]],
+    "internet-mixed": [[], WIDE, ["--enable", "1.5"], ["--enable", "1.7", "--enable", "1.8"], ["--enable", "none"]],
+    "flood": [[], ["--enable", "1.6", "--enable", "1.8"]],
+}
+
+
+def run(command):
+    result = subprocess.run(command, capture_output=True, text=True)
+    if result.returncode != 0:
+        raise RuntimeError(f"{' '.join(command)}: exit {result.returncode}: {result.stderr.strip()}")
+    return result.stdout
+
+
+def differences(ketmon, capture, options, folder):
+    counted = folder / "counted.json"
+    expected = folder / "expected.json"
+    counted.write_text(run([ketmon, "read", "--json", str(capture), *options]))
+    expected.write_text(run([sys.executable, str(HERE / "count.py"), str(capture), *options]))
+    if not json.loads(expected.read_text())["statistics"]:
+        raise RuntimeError(f"{capture}: nothing was counted")
+    result = subprocess.run([sys.executable, str(HERE / "compare.py"), str(counted), str(expected)],
+                            capture_output=True, text=True)
+    return "" if result.returncode == 0 else result.stdout + result.stderr
+
+
+def captures(paths):
+    for path in paths:
+        if path.is_dir():
+            yield from sorted(file for file in path.iterdir() if file.suffix in (".pcap", ".pcapng"))
+        else:
+            yield path
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("ketmon")
+    parser.add_argument("paths", nargs="*", type=pathlib.Path)
+    parser.add_argument("--generate", action="store_true")
+    arguments = parser.parse_args()
+
+    with tempfile.TemporaryDirectory() as name:
+        folder = pathlib.Path(name)
+        paths = list(arguments.paths)
+        if arguments.generate:
+            paths.append(folder / "generated")
+            run([sys.executable, str(HERE / "generate.py"), str(paths[-1])])
+        compared = failed = 0
+        for capture in captures(paths):
+            for options in VARIANTS.get(capture.stem, [[]]):
+                found = differences(arguments.ketmon, capture, options, folder)
+                compared += 1
+                if found:
+                    failed += 1
+                    print(f"{capture.name} {' '.join(options)}\n{found}")
+        print(f"{compared} counts compared, {failed} differ")
+        return 0 if compared and not failed else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
