@@ -1,5 +1,6 @@
 #include "host/CommandLine.h"
 
+#include "host/BenchCommand.h"
 #include "host/Failure.h"
 #include "host/ReadCommand.h"
 
@@ -27,6 +28,7 @@ int runCommands(int argc, char const * const * argv)
     app.footer("'ketmon COMMAND --help' tells the options of a command.\n"
                "Exit: 0 success, 1 failure while running, 2 bad usage or unreadable input.");
     addReadCommand(app);
+    addBenchCommand(app);
 
     try {
         app.parse(argc, argv);

@@ -1,13 +1,14 @@
 #pragma once
 
-#include "host/CaptureSource.h"
+#include "ketstats/capture/NetworkFrame.h"
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
 namespace ketmon {
 
-// All frames of a capture file in memory, one behind the other.
+// Frames in memory, one behind the other.
 class CLoadedCapture
 {
 public:
@@ -20,9 +21,33 @@ public:
 
     // Appends the frames of a file. Throws CFailure.
     void load(std::string const & path);
+    // Appends a frame.
+    void add(unsigned char const * data, unsigned int capturedLength, unsigned int length);
+    // Appends its own frames again until there are `count`.
+    void repeat(std::size_t count);
 
     std::vector<CFrameAt> const & frames() const { return m_frames; }
-    unsigned char const * data(CFrameAt const & frame) const { return m_bytes.data() + frame.offset; }
+
+    // Calls `operation` with each frame in turn, through one frame object as a capture loop does it. The
+    // headers of the frames that come next are fetched ahead: memory is slower than the counting.
+    template <class Operation>
+    void overFrames(Operation const & operation) const
+    {
+        constexpr std::size_t ahead = 8;
+        constexpr std::size_t line = 64;
+        CNetworkFrame frame;
+        std::size_t const count = m_frames.size();
+        for (std::size_t i = 0; i < count; ++i) {
+            if (i + ahead < count) {
+                unsigned char const * const next = m_bytes.data() + m_frames[i + ahead].offset;
+                __builtin_prefetch(next);
+                __builtin_prefetch(next + line);
+            }
+            CFrameAt const & at = m_frames[i];
+            frame.Assign(m_bytes.data() + at.offset, at.capturedLength, at.length);
+            operation(frame);
+        }
+    }
 
 private:
     std::vector<CFrameAt> m_frames;

@@ -1,6 +1,7 @@
 #include "host/ReadCommand.h"
 
 #include "host/Failure.h"
+#include "host/Groups.h"
 #include "host/JsonTree.h"
 #include "host/PcapFile.h"
 #include "host/Progress.h"
@@ -17,7 +18,6 @@
 namespace ketmon {
 
 using KetStats::CKetrinStatManager;
-using KetStats::COid;
 
 namespace {
 
@@ -30,30 +30,6 @@ public:
 private:
     long m_linkSpeed;
 };
-
-COid parsedOid(std::string const & text)
-{
-    try {
-        return {text};
-    } catch (COid::CException * raised) {
-        delete raised;
-        throw CFailure(exitBadInput, fmt::format("--enable: '{}' is no identifier such as 1.4", text));
-    }
-}
-
-// All groups, unless some are named; "none" names none.
-void enableGroups(CKetrinStatManager & manager, std::vector<std::string> const & names)
-{
-    if (names.empty()) {
-        for (int group = 1; group <= 9; ++group)
-            manager.enableStatistic(fmt::format("1.{}", group));
-        return;
-    }
-    for (std::string const & name : names)
-        if (name != "none" && !manager.enableStatistic(parsedOid(name)))
-            throw CFailure(exitBadInput,
-                           fmt::format("--enable: {} can't be enabled; the groups are 1.1 to 1.9", name));
-}
 
 // "LOW-HIGH", or one port.
 struct CPorts
@@ -112,11 +88,7 @@ void addReadCommand(CLI::App & app)
         command->add_option("FILE", options->file, "Capture file with frames of Ethernet");
     command->add_option("-r,--read", options->file, "The same as FILE")->excludes(file)->type_name("FILE");
     command->add_flag("--json", options->json, "Print one JSON object instead of tables");
-    command
-        ->add_option("--enable", options->enable,
-                     "Group to count, 1.1 to 1.9, or 'none'; may be given again. All groups unless given")
-        ->allow_extra_args(false)
-        ->type_name("OID");
+    addEnableOption(*command, options->enable);
     command
         ->add_option("--tcp-ports", options->tcpPorts,
                      "TCP ports that get a row of their own, limits included; 1-1024 unless given")

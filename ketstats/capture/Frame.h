@@ -2,6 +2,8 @@
 
 #include "ketstats/platform/Exports.h"
 
+#include <cstring>
+
 // A captured frame: a view of bytes that stay with whoever captured them.
 //
 // Two lengths belong to a frame. GetLength is its length on the wire; GetCapturedLength is how many bytes lie
@@ -52,11 +54,15 @@ public:
         return static_cast<unsigned int>(operator[](offset)) << 8 | operator[](offset + 1);
     }
 
-    // Copies `count` bytes from `offset` on.
-    void copy(unsigned int offset, unsigned char * target, unsigned int count) const
+    // Copies Count bytes from `offset` on.
+    template <unsigned int Count>
+    void copy(unsigned int offset, unsigned char * target) const
     {
-        for (unsigned int i = 0; i < count; ++i)
-            target[i] = operator[](offset + i);
+        if (holds(offset, Count))
+            std::memcpy(target, m_data + offset, Count);
+        else
+            for (unsigned int i = 0; i < Count; ++i)
+                target[i] = operator[](offset + i);
     }
 
 private:

@@ -60,7 +60,7 @@ public:
     bool hasVlanTag() const { return frameFormat == ffTaggedEthernet2 || frameFormat == ffTagged8023; }
 
 private:
-    unsigned char reserved[2] = {};
+    [[maybe_unused]] unsigned char reserved[2] = {};
 
 public:
     // The two bytes behind the first tag type, stored as on the wire; used only if hasVlanTag().

@@ -56,8 +56,8 @@ CMediaInfo * CNetworkFrame::AnalyzeFrame()
 void CNetworkFrame::analyseEthernet()
 {
     CBoundedBytes const bytes(m_data, m_capturedLength);
-    bytes.copy(0, m_media.destinationMAC.bytes.data(), 6);
-    bytes.copy(6, m_media.sourceMAC.bytes.data(), 6);
+    bytes.copy<6>(0, m_media.destinationMAC.bytes.data());
+    bytes.copy<6>(6, m_media.sourceMAC.bytes.data());
 
     unsigned int at = typeOffset;
     unsigned int type = bytes.word(at);

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstring>
 
 // The identifier of a protocol, six bytes that are copied, compared and used as keys as they lie. The value
 // stands right-aligned and big-endian behind zeros:
@@ -18,12 +19,19 @@ public:
 
     void Reset() { bytes = {}; }
 
-    // Stores `length` bytes, given in wire order, as the value. Of more than six the last six count.
+    // Stores `length` bytes, given in wire order, as the value. Of more than six the last six count. Ids of
+    // one and two bytes are what every frame brings.
     void Set(int length, unsigned char const * value)
     {
         Reset();
-        for (int i = length > size ? length - size : 0; i < length; ++i)
-            bytes[static_cast<std::size_t>(size - length + i)] = value[i];
+        if (length == 2) {
+            std::memcpy(&bytes[4], value, 2);
+        } else if (length == 1) {
+            bytes[5] = value[0];
+        } else {
+            for (int i = length > size ? length - size : 0; i < length; ++i)
+                bytes[static_cast<std::size_t>(size - length + i)] = value[i];
+        }
     }
 
     friend bool operator==(CProtocolId const &, CProtocolId const &) = default;

@@ -2,7 +2,9 @@
 #include "ketstats/engine/NetworkProtocol.h"
 #include "ketstats/engine/StatManager.h"
 
+#include <bit>
 #include <string>
+#include <typeinfo>
 
 // Which tables are renewed decides who is evicted. Stations, protocols, MAC and IP connections follow the
 // last frame, so that their oldest row is the one idle longest; sub-protocols, ports and ARP bindings keep
@@ -29,12 +31,20 @@ void countReceived(Row & row, long long frameSize)
     row.dataReceived.add(frameSize);
 }
 
-// A port as a number: the last four bytes of its id, reversed.
+// A port as a number: the last four bytes of its id, reversed into the machine's order.
 int portNumber(CProtocolId const & id)
 {
-    unsigned int number = 0;
-    CRevAddr<6>::Reverse(id.bytes.data() + 2, reinterpret_cast<unsigned char *>(&number), 4);
-    return static_cast<int>(number);
+    unsigned char number[4];
+    CRevAddr<6>::Reverse(id.bytes.data() + 2, number, sizeof number);
+    return std::bit_cast<int>(number);
+}
+
+// The Ethernet part of an analysis, null for media of another kind. Media of exactly that class, which are
+// all that a capture brings, need no search through their bases.
+CEthernetInfo const * asEthernet(CMediaInfo const & media)
+{
+    return typeid(media) == typeid(CEthernetInfo) ? static_cast<CEthernetInfo const *>(&media)
+                                                  : dynamic_cast<CEthernetInfo const *>(&media);
 }
 
 } // namespace
@@ -181,7 +191,7 @@ void CKetrinStatManager::countSourceStation(CFramePass const & pass)
 // leaves the text in place.
 void CKetrinStatManager::nameVlan(CFramePass const & pass, CStationStat & station)
 {
-    auto const * const ethernet = dynamic_cast<CEthernetInfo const *>(pass.media);
+    CEthernetInfo const * const ethernet = asEthernet(*pass.media);
     if (ethernet && ethernet->hasVlanTag())
         station.vlanId = std::to_string(ethernet->vlanTag[1]);
 }

@@ -1,7 +1,5 @@
 #include "ketstats/engine/NetworkProtocol.h"
 
-#include <cstring>
-
 namespace KetStats {
 
 namespace {
@@ -63,30 +61,10 @@ bool CNetworkProtocol::analyzeWithHeader()
     return true;
 }
 
-CProtocolId CNetworkProtocol::idAt(unsigned int offset, int length) const
-{
-    CProtocolId id;
-    if (header) {
-        unsigned char const wire[2] = {bytes()[offset], bytes()[offset + 1]};
-        id.Set(length, wire);
-    }
-    return id;
-}
-
-CIPAddress CNetworkProtocol::addressAt(unsigned int offset) const
-{
-    unsigned int address = 0;
-    if (bytes().holds(offset, sizeof address))
-        std::memcpy(&address, header + offset, sizeof address);
-    else
-        bytes().copy(offset, reinterpret_cast<unsigned char *>(&address), sizeof address);
-    return {address};
-}
-
 CMACAddr CARPProtocol::macAt(unsigned int offset) const
 {
     CMACAddr address;
-    bytes().copy(offset, address.bytes.data(), 6);
+    bytes().copy<6>(offset, address.bytes.data());
     return address;
 }
 

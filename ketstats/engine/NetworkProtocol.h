@@ -37,8 +37,21 @@ protected:
 
     // The captured bytes from the header on; none before it was found.
     CBoundedBytes bytes() const { return {header, m_available}; }
-    CProtocolId idAt(unsigned int offset, int length) const;
-    CIPAddress addressAt(unsigned int offset) const;
+    CProtocolId idAt(unsigned int offset, int length) const
+    {
+        CBoundedBytes const captured = bytes();
+        unsigned char wire[2];
+        captured.copy<2>(offset, wire);
+        CProtocolId id;
+        id.Set(length, wire);
+        return id;
+    }
+    CIPAddress addressAt(unsigned int offset) const
+    {
+        unsigned int address = 0;
+        bytes().copy<sizeof address>(offset, reinterpret_cast<unsigned char *>(&address));
+        return {address};
+    }
 
     CNetworkFrame * frame;
     CMediaInfo * media;

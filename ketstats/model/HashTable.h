@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ketstats/model/Hashing.h"
+#include "ketstats/model/SpareStorage.h"
 
 #include <new>
 #include <utility>
@@ -36,6 +37,10 @@ class CHashedContainerStat;
 //     heads     buckets * 4            the index: first slot of each bucket
 //     vacated   capacity * 4           rows given back, to be handed out again
 //     states    tableSize * 1
+//     extra     as asked for           the container's own
+//
+// A table that comes and goes with a row takes its block from a CSpareStorage and gives it back as clean as
+// it was new, so that such a row costs neither an allocation nor a walk over the block.
 template <class T, class K, class H>
 class CHashTable
 {
@@ -51,15 +56,18 @@ public:
 
     // For `maxElements` rows: the size is the first prime of at least one and a half times as many. Room is
     // taken for `rowCapacity` rows, for one in every slot unless told otherwise.
-    explicit CHashTable(unsigned int maxElements) : CHashTable(maxElements, tableSizeFor(maxElements)) {}
-    CHashTable(unsigned int maxElements, unsigned int rowCapacity)
+    explicit CHashTable(unsigned int maxElements)
+        : CHashTable(maxElements, tableSizeFor(maxElements), 0, nullptr)
+    {}
+    CHashTable(unsigned int maxElements, unsigned int rowCapacity, std::size_t extraBytes,
+               CSpareStorage * spare)
         : tableSize(tableSizeFor(maxElements)),
           m_capacity(rowCapacity),
-          m_plan(hashPlanOf(tableSize))
+          m_bucketShift(64 - static_cast<unsigned int>(std::bit_width(tableSize)) - 1),
+          m_plan(hashPlanOf(tableSize)),
+          m_spare(spare)
     {
-        m_bucketShift = 64 - static_cast<unsigned int>(std::bit_width(tableSize)) - 1;
-        allocate();
-        init();
+        allocate(extraBytes);
     }
     ~CHashTable() { destroy(); }
 
@@ -72,18 +80,28 @@ public:
         if (!rows)
             return;
         destroyElements();
-        ::operator delete(static_cast<void *>(rows), blockAlignment);
+        if (m_spare)
+            m_spare->give(rows, m_blockBytes);
+        else
+            CSpareStorage::release(rows);
         rows = nullptr;
     }
 
     // Destroys all rows; the storage stays.
     void destroyElements()
     {
-        for (unsigned int slot = 0; count != 0; ++slot)
-            if (m_states[slot] == stateUsed) {
-                rowAt(slot)->~T();
-                --count;
-            }
+        bool const anyDeleted = m_free + count != tableSize;
+        State const * at = m_states;
+        for (; count != 0; --count) {
+            at = static_cast<State const *>(
+                std::memchr(at, stateUsed, static_cast<std::size_t>(m_states + tableSize - at)));
+            auto const slot = static_cast<unsigned int>(at - m_states);
+            rowAt(slot)->T::~T();
+            m_states[slot] = stateFree;
+            *bucketOf(m_slots[slot].key) = none;
+        }
+        if (anyDeleted)
+            clean();
         init();
     }
 
@@ -91,7 +109,7 @@ public:
     // there is no room.
     unsigned int find(K const & key) const
     {
-        unsigned int const slot = bearer(key);
+        unsigned int const slot = bearer(CKeyBits<K>(key));
         return slot != none ? slot : placeFor(key);
     }
     unsigned int find(T const & row) const { return find(getKey(row)); }
@@ -99,7 +117,7 @@ public:
     // The slot that holds the key's row, `none` if there is no such row.
     unsigned int findUsed(K const & key) const
     {
-        unsigned int const slot = bearer(key);
+        unsigned int const slot = bearer(CKeyBits<K>(key));
         return slot != none && m_slots[slot].row != none ? slot : none;
     }
 
@@ -131,7 +149,7 @@ public:
     void free(unsigned int slot)
     {
         settle();
-        rowAt(slot)->~T();
+        rowAt(slot)->T::~T();
         m_vacated[m_vacatedCount++] = m_slots[slot].row;
         m_slots[slot].row = none;
         m_states[slot] = stateDeleted;
@@ -144,7 +162,8 @@ public:
 
     bool isEmpty(unsigned int slot) const { return m_states[slot] != stateUsed; }
     State state(unsigned int slot) const { return m_states[slot]; }
-    K const & keyOf(unsigned int slot) const { return m_slots[slot].key; }
+    // Storage of the container's own, as much as the constructor was asked for.
+    void * extra() const { return m_extra; }
     unsigned int size() const { return count; }
     unsigned int maxSize() const { return tableSize; }
 
@@ -154,7 +173,10 @@ public:
 
     // The key within a row.
     static K const & getKey(T const & row) { return row.rowKey(); }
-    static bool keyCompare(K const & left, K const & right) { return CKeyBytes<K>::equal(left, right); }
+    static bool keyCompare(K const & left, K const & right)
+    {
+        return CKeyBits<K>(left) == CKeyBits<K>(right);
+    }
     static bool keyCompare(T const & left, K const & right) { return keyCompare(getKey(left), right); }
 
     static constexpr unsigned int none = ~0U;
@@ -162,13 +184,11 @@ public:
 private:
     struct CSlot
     {
-        K key;
+        CKeyBits<K> key;
         unsigned int row;   // number of the row's storage, `none` unless the slot is used
         unsigned int index; // see indexOf
         unsigned int next;  // in the bucket of the index
     };
-
-    static constexpr std::align_val_t blockAlignment{64};
 
     static constexpr unsigned int tableSizeFor(unsigned int maxElements)
     {
@@ -183,26 +203,38 @@ private:
 
     unsigned int buckets() const { return 1U << (64 - m_bucketShift); }
 
-    void allocate()
+    void allocate(std::size_t extraBytes)
     {
         std::size_t const rowBytes = aligned(sizeof(T) * m_capacity);
         std::size_t const slotBytes = aligned(sizeof(CSlot) * tableSize);
         std::size_t const headBytes = aligned(sizeof(unsigned int) * buckets());
         std::size_t const vacatedBytes = aligned(sizeof(unsigned int) * m_capacity);
-        auto * block = static_cast<unsigned char *>(
-            ::operator new(rowBytes + slotBytes + headBytes + vacatedBytes + tableSize, blockAlignment));
+        std::size_t const stateBytes = aligned(tableSize);
+        m_blockBytes = rowBytes + slotBytes + headBytes + vacatedBytes + stateBytes + aligned(extraBytes);
+
+        void * const spare = m_spare ? m_spare->take(m_blockBytes) : nullptr;
+        auto * block = static_cast<unsigned char *>(spare ? spare : CSpareStorage::obtain(m_blockBytes));
         rows = reinterpret_cast<T *>(block);
         m_slots = reinterpret_cast<CSlot *>(block += rowBytes);
         m_heads = reinterpret_cast<unsigned int *>(block += slotBytes);
         m_vacated = reinterpret_cast<unsigned int *>(block += headBytes);
         m_states = reinterpret_cast<State *>(block += vacatedBytes);
+        m_extra = block + stateBytes;
+        if (!spare)
+            clean();
+        init();
+    }
+
+    // Puts states and index as they are in a table without slots in use.
+    void clean()
+    {
+        std::memset(m_heads, 0xFF, sizeof(unsigned int) * buckets());
+        std::memset(m_states, stateFree, tableSize);
     }
 
     // All slots free and no row, destroying nothing.
     void init()
     {
-        std::memset(m_heads, 0xFF, sizeof(unsigned int) * buckets());
-        std::memset(m_states, stateFree, tableSize);
         count = 0;
         m_free = tableSize;
         m_handedOut = 0;
@@ -212,17 +244,17 @@ private:
 
     T * rowAt(unsigned int slot) const { return rows + m_slots[slot].row; }
 
-    unsigned int * bucketOf(K const & key) const
+    unsigned int * bucketOf(CKeyBits<K> const & key) const
     {
-        return m_heads + (CKeyBytes<K>::mix(key, m_multipliers) >> m_bucketShift);
+        return m_heads + (key.mix(m_multipliers) >> m_bucketShift);
     }
 
     // The slot that bears the key, used or deleted; `none` if there is none.
-    unsigned int bearer(K const & key) const
+    unsigned int bearer(CKeyBits<K> const & key) const
     {
         const_cast<CHashTable *>(this)->settle();
         unsigned int slot = *bucketOf(key);
-        while (slot != none && !keyCompare(m_slots[slot].key, key))
+        while (slot != none && !(m_slots[slot].key == key))
             slot = m_slots[slot].next;
         return slot;
     }
@@ -285,16 +317,17 @@ private:
     void file(unsigned int slot, K const & key, bool bore)
     {
         CSlot & target = m_slots[slot];
+        CKeyBits<K> const bits(key);
         if (bore) {
-            if (keyCompare(target.key, key))
+            if (target.key == bits)
                 return;
             unsigned int * link = bucketOf(target.key);
             while (*link != slot)
                 link = &m_slots[*link].next;
             *link = target.next;
         }
-        new (&target.key) K(key);
-        unsigned int * const bucket = bucketOf(key);
+        target.key = bits;
+        unsigned int * const bucket = bucketOf(bits);
         target.next = *bucket;
         *bucket = slot;
     }
@@ -324,6 +357,9 @@ private:
     unsigned int * m_heads = nullptr;
     unsigned int * m_vacated = nullptr;
     State * m_states = nullptr;
+    void * m_extra = nullptr;
+    std::size_t m_blockBytes = 0;
+    CSpareStorage * m_spare; // where the block comes from and goes to; null for the free store
 };
 
 } // namespace KetStats

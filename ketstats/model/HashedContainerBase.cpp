@@ -2,6 +2,13 @@
 
 namespace KetStats {
 
+CSpareStorage * CBaseHashedContainerStat::spareStorageFor(CBaseStat const * theParent)
+{
+    CBaseStat const * const outer = theParent ? theParent->getParent() : nullptr;
+    auto const * const container = dynamic_cast<CBaseHashedContainerStat const *>(outer);
+    return container ? &const_cast<CBaseHashedContainerStat *>(container)->m_spareStorage : nullptr;
+}
+
 void CBaseHashedContainerStat::initlist()
 {
     freeIdx = limit;

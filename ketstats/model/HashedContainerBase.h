@@ -1,9 +1,9 @@
 #pragma once
 
 #include "ketstats/model/BaseStat.h"
+#include "ketstats/model/SpareStorage.h"
 
 #include <cstddef>
-#include <memory>
 
 namespace KetStats {
 
@@ -103,9 +103,14 @@ protected:
     unsigned int freeIdx; // the index that the last deletion gave up
     unsigned int oldest;
     unsigned int newest;
-    unsigned int m_rowCount = 0; // rows in the table
-    unsigned int m_listed = 0;   // entries from this index on are vacant and were never written
-    std::unique_ptr<CChildEntry[]> childList;
+    unsigned int m_rowCount = 0;       // rows in the table
+    unsigned int m_listed = 0;         // entries from this index on are vacant and were never written
+    CChildEntry * childList = nullptr; // within the table's storage
+    CSpareStorage m_spareStorage;      // of tables within rows of this one
+
+    // Where the storage of this container comes from: the container among whose rows its parent is, null if
+    // there is none.
+    static CSpareStorage * spareStorageFor(CBaseStat const * theParent);
 };
 
 inline void CBaseHashedContainerStat::link(unsigned int olderIndex, unsigned int newerIndex)

@@ -56,11 +56,17 @@ public:
         return slot != table.none ? &table[slot] : nullptr;
     }
 
-    // The row of that key as it is, or a new one. Null if there is no room: this never deletes a row.
-    T * createIfNew(K const & key, CMACAddrPacked const & address) requires std::is_same_v<T, CARPStat>;
-    T * createIfNew(K const & key, CMACAddr const & address) requires std::is_same_v<T, CARPStat>
+    // For ARP rows: the row of that key as it is, or a new one with that address. Null if there is no room:
+    // this never deletes a row.
+    template <class Row = T>
+    requires std::is_same_v<Row, CARPStat> Row * createIfNew(K const & key, CMACAddrPacked const & address)
     {
-        return createIfNew(key, CMACAddrPacked(address));
+        return createBinding(key, address);
+    }
+    template <class Row = T>
+    requires std::is_same_v<Row, CARPStat> Row * createIfNew(K const & key, CMACAddr const & address)
+    {
+        return createBinding(key, CMACAddrPacked(address));
     }
 
     // Makes the summary row, with the id `limit`, as the newest. Whoever uses one keeps it away from the old
@@ -103,6 +109,7 @@ protected:
 
 private:
     T * create(K const & key);
+    T * createBinding(K const & key, CMACAddrPacked const & address);
     void freeOldest();
     void removeRow(unsigned int index);
     T * rowFor(unsigned int rowId, K const & key, bool & isNew);

@@ -13,8 +13,10 @@ CHashedContainerStat<T, K, H>::CHashedContainerStat(CBaseStat * theParent, unsig
                                                     unsigned int theLimit)
     : CBaseHashedContainerStat(theParent, theId, theDescription, theLimit),
       // A new row is built before one that stands in its place is taken away.
-      table(theLimit, theLimit + 1)
-{}
+      table(theLimit, theLimit + 1, sizeof(CChildEntry) * theLimit, spareStorageFor(theParent))
+{
+    childList = static_cast<CChildEntry *>(table.extra());
+}
 
 // What follows is for keys that are new, and out of the way of the others.
 template <class T, class K, class H>
@@ -41,8 +43,7 @@ T * CHashedContainerStat<T, K, H>::create(K const & key)
 }
 
 template <class T, class K, class H>
-T * CHashedContainerStat<T, K, H>::createIfNew(
-    K const & key, CMACAddrPacked const & address) requires std::is_same_v<T, CARPStat>
+T * CHashedContainerStat<T, K, H>::createBinding(K const & key, CMACAddrPacked const & address)
 {
     unsigned int const slot = table.find(key);
     if (slot == table.maxSize())
@@ -52,8 +53,11 @@ T * CHashedContainerStat<T, K, H>::createIfNew(
     unsigned int const index = getFreeIdx();
     if (index == limit)
         return nullptr;
-    T * const row = table.alloc(slot, this, static_cast<unsigned short>(index + 1), key, address);
-    createdNewChild(slot, row);
+    T * row = nullptr;
+    if constexpr (std::is_constructible_v<T, CBaseStat *, unsigned short, K, CMACAddrPacked>)
+        row = table.alloc(slot, this, static_cast<unsigned short>(index + 1), key, address);
+    if (row)
+        createdNewChild(slot, row);
     return row;
 }
 

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 // How keys become places in a table of prime size: remainders of the key's bytes read as one number.
 namespace KetStats {
@@ -143,28 +144,64 @@ private:
     }
 };
 
-// Equality of keys of plain bytes, and the number whose upper bits say where a table keeps a key in its own
-// index. That index is private to a process: its multipliers are drawn at random, so that nobody on the
-// network can choose addresses that crowd it.
+// A key of plain bytes as numbers, which is how a table holds and compares keys. They are put together from
+// the pieces in which keys are written, 4 and 2 bytes: a load that spans several fresh stores would have to
+// wait for them.
 template <class K>
-struct CKeyBytes
+struct CKeyBits
 {
-    static bool equal(K const & left, K const & right) { return std::memcmp(&left, &right, sizeof(K)) == 0; }
+    static_assert(sizeof(K) == 4 || sizeof(K) == 6 || sizeof(K) == 8 || sizeof(K) == 12);
 
-    static std::uint64_t mix(K const & key, std::uint64_t const (&multipliers)[2])
+    explicit CKeyBits(K const & key)
     {
-        std::uint64_t low = 0;
-        std::uint64_t high = 0;
-        std::memcpy(&low, &key, sizeof(K) < 8 ? sizeof(K) : 8);
-        if constexpr (sizeof(K) > 8) {
-            static_assert(sizeof(K) <= 16);
-            std::memcpy(&high, reinterpret_cast<unsigned char const *>(&key) + 8, sizeof(K) - 8);
+        auto const * const bytes = reinterpret_cast<unsigned char const *>(&key);
+        if constexpr (sizeof(K) == 4) {
+            low = load<std::uint32_t>(bytes);
+        } else if constexpr (sizeof(K) == 8) {
+            low = load<std::uint32_t>(bytes) | load<std::uint32_t>(bytes + 4) << 32;
+        } else {
+            low = load<std::uint32_t>(bytes) | load<std::uint16_t>(bytes + 4) << 32;
+            if constexpr (sizeof(K) == 12)
+                high = load<std::uint32_t>(bytes + 6) | load<std::uint16_t>(bytes + 10) << 32;
         }
-        return low * multipliers[0] + high * multipliers[1];
     }
+
+    bool operator==(CKeyBits const & other) const
+    {
+        if constexpr (sizeof(K) == 12)
+            return low == other.low && high == other.high;
+        else
+            return low == other.low;
+    }
+
+    // The number whose upper bits say where a table keeps the key in its own index. That index is private to
+    // a process: its multipliers are drawn at random, so that nobody on the network can choose addresses that
+    // crowd it.
+    std::uint64_t mix(std::uint64_t const (&multipliers)[2]) const
+    {
+        if constexpr (sizeof(K) == 12)
+            return low * multipliers[0] + high * multipliers[1];
+        else
+            return low * multipliers[0];
+    }
+
+private:
+    struct CNothing
+    {};
+
+    template <class Word>
+    static std::uint64_t load(unsigned char const * bytes)
+    {
+        Word word;
+        std::memcpy(&word, bytes, sizeof word);
+        return word;
+    }
+
+    std::uint64_t low;
+    [[no_unique_address]] std::conditional_t<sizeof(K) == 12, std::uint64_t, CNothing> high;
 };
 
 // The random multipliers of this process, odd.
-std::uint64_t const (&indexMultipliers())[2];
+KETSTATS_API std::uint64_t const (&indexMultipliers())[2];
 
 } // namespace KetStats

@@ -68,7 +68,9 @@ public:
     operator T() const { return m_value; }
     T const & get() const { return m_value; }
 
-    void add(T amount) requires std::is_integral_v<T>
+    template <class Amount = T>
+    requires std::is_integral_v<Amount>
+    void add(std::type_identity_t<Amount> amount)
     {
         m_value = static_cast<T>(static_cast<unsigned long long>(m_value) +
                                  static_cast<unsigned long long>(amount));

@@ -1,8 +1,10 @@
 #pragma once
 
+#include "ketstats/platform/Exports.h"
+
 namespace KetStats::platform {
 
 // Stops in the debugger; without one it ends the program.
-void debugBreak();
+KETSTATS_API void debugBreak();
 
 } // namespace KetStats::platform

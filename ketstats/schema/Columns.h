@@ -140,7 +140,7 @@ protected:
 #define KETSTATS_COLUMN_CHECK(ID, MEMBER, ...)                                                               \
     static_assert(position_##MEMBER == (ID), "children are numbered from 1 in table order");
 #define KETSTATS_COLUMN_MEMBER(ID, MEMBER, ...)                                                              \
-    __VA_ARGS__::Node MEMBER = __VA_ARGS__::template make<ID>(this);
+    typename __VA_ARGS__::Node MEMBER = __VA_ARGS__::template make<ID>(this);
 #define KETSTATS_COLUMN_CHILD(ID, MEMBER, ...) childPointer(&Self::MEMBER),
 #define KETSTATS_COLUMN_DESCRIPTION(ID, MEMBER, ...) &__VA_ARGS__::template description<ID>(),
 

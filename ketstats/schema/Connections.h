@@ -16,11 +16,11 @@ public:
     struct CKey
     {
         CKey() = default;
-        CKey(CMACAddr const & source, CMACAddr const & destination) : first(source), second(destination) {}
-        void update(CMACAddr const & source, CMACAddr const & destination)
+        CKey(CMACAddr const & from, CMACAddr const & to) : first(from), second(to) {}
+        void update(CMACAddr const & from, CMACAddr const & to)
         {
-            first = source;
-            second = destination;
+            first = from;
+            second = to;
         }
         void packValue(ktools::CMemoryBuffer & buffer) const { buffer.Write(this, sizeof *this); }
         void unpackValue(ktools::CMemoryBuffer & buffer) { buffer.Read(this, sizeof *this); }
@@ -68,12 +68,11 @@ public:
     struct CKey
     {
         CKey() = default;
-        CKey(CIPAddress const & source, CIPAddress const & destination) : first(source), second(destination)
-        {}
-        void update(CIPAddress const & source, CIPAddress const & destination)
+        CKey(CIPAddress const & from, CIPAddress const & to) : first(from), second(to) {}
+        void update(CIPAddress const & from, CIPAddress const & to)
         {
-            first = source;
-            second = destination;
+            first = from;
+            second = to;
         }
         bool operator==(CKey const & other) const { return first == other.first && second == other.second; }
         void packValue(ktools::CMemoryBuffer & buffer) const { buffer.Write(this, sizeof *this); }

@@ -282,8 +282,7 @@ CBaseHashedContainerStat::CBaseHashedContainerStat(CBaseStat * theParent, unsign
                                                    CDynamicArrayStatDescription const & theDescription,
                                                    unsigned int theLimit)
     : CBaseStat(theParent, theId, theDescription, 0),
-      limit(theLimit),
-      childList(new CChildEntry[theLimit])
+      limit(theLimit)
 {
     initlist();
 }

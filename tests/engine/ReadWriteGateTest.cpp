@@ -325,8 +325,9 @@ TEST_F(ReadWriteGateScript, WritersGoInOneAfterAnother)
     waitsAsNumber(2);
 
     stopWriter(0);
-    waitsAsNumber(1);
+    eventually([&] { return entered().size() == std::string("w0 w1 ").size(); }, "the next writer to go in");
     EXPECT_EQ(checker.writers(), 1);
+    EXPECT_EQ(gate.waiting(), 1U);
     std::size_t const next = entered() == "w0 w1 " ? 1 : 2;
     settled(next);
     stopWriter(next);
