@@ -24,10 +24,9 @@ public:
     void Set(int length, unsigned char const * value)
     {
         Reset();
-        if (length == 2) {
-            std::memcpy(&bytes[4], value, 2);
-        } else if (length == 1) {
-            bytes[5] = value[0];
+        if (length == 1 || length == 2) {
+            unsigned char const low[2] = {length == 2 ? value[0] : static_cast<unsigned char>(0), value[length - 1]};
+            std::memcpy(&bytes[4], low, sizeof low);
         } else {
             for (int i = length > size ? length - size : 0; i < length; ++i)
                 bytes[static_cast<std::size_t>(size - length + i)] = value[i];

@@ -2,7 +2,6 @@
 #include "ketstats/engine/NetworkProtocol.h"
 #include "ketstats/engine/StatManager.h"
 
-#include <bit>
 #include <string>
 #include <typeinfo>
 
@@ -29,14 +28,6 @@ void countReceived(Row & row, long long frameSize)
 {
     row.framesReceived.add(1);
     row.dataReceived.add(frameSize);
-}
-
-// A port as a number: the last four bytes of its id, reversed into the machine's order.
-int portNumber(CProtocolId const & id)
-{
-    unsigned char number[4];
-    CRevAddr<6>::Reverse(id.bytes.data() + 2, number, sizeof number);
-    return std::bit_cast<int>(number);
 }
 
 // The Ethernet part of an analysis, null for media of another kind. Media of exactly that class, which are
@@ -150,8 +141,8 @@ void CKetrinStatManager::countIP(CFramePass & pass)
         return;
     pass.srcPortId = ip.getSrcPortId();
     pass.dstPortId = ip.getDstPortId();
-    pass.srcPort = portNumber(pass.srcPortId);
-    pass.dstPort = portNumber(pass.dstPortId);
+    pass.srcPort = ip.getSrcPort();
+    pass.dstPort = ip.getDstPort();
     countSourcePort(pass, agentStatistic.ipPorts);
     countDestinationPort(pass, agentStatistic.ipPorts);
 }

@@ -76,6 +76,9 @@ public:
     // Ports, where the transport header stands behind the IP header.
     CProtocolId getSrcPortId() const { return idAt(headerLength(), 2); }
     CProtocolId getDstPortId() const { return idAt(headerLength() + 2, 2); }
+    // The same as numbers.
+    int getSrcPort() const { return static_cast<int>(bytes().word(headerLength())); }
+    int getDstPort() const { return static_cast<int>(bytes().word(headerLength() + 2)); }
 
 private:
     unsigned int headerLength() const { return (bytes()[0] & 0x0FU) * 4; }
