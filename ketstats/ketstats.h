@@ -8,5 +8,6 @@
 #include "ketstats/ktools/MemoryBuffer.h"
 #include "ketstats/model/StatTypes.h"
 #include "ketstats/schema/AgentStatistic.h"
+#include "ketstats/snapshot/StatSnapshot.h"
 #include "ketstats/text/StatDescription.h"
 #include "ketstats/text/StringResources.h"

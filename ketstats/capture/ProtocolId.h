@@ -25,7 +25,8 @@ public:
     {
         Reset();
         if (length == 1 || length == 2) {
-            unsigned char const low[2] = {length == 2 ? value[0] : static_cast<unsigned char>(0), value[length - 1]};
+            unsigned char const low[2] = {length == 2 ? value[0] : static_cast<unsigned char>(0),
+                                          value[length - 1]};
             std::memcpy(&bytes[4], low, sizeof low);
         } else {
             for (int i = length > size ? length - size : 0; i < length; ++i)

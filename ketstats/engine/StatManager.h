@@ -15,6 +15,11 @@
 namespace KetStats {
 
 struct CFramePass;
+class CStatSnapshot;
+
+// The counters of "Global errors" that the adapter tells, in the order in which it is asked.
+using CHardwareCounter = CValueStat<unsigned int> CGlobalErrorsStat::*;
+std::vector<CHardwareCounter> const & hardwareCounters();
 
 // Ties the identifiers of the top-level groups, "1.1" to "1.9", to the enable flags 1 to 9. It stops there on
 // purpose: the groups 10 and 11 follow the flag of "1.8".
@@ -61,6 +66,12 @@ public:
     bool InsertARPTable();
     // The same from a table that the caller supplies.
     bool InsertARPTable(bool (*readNeighbours)(std::vector<platform::CNeighbour> & rows));
+
+    // Set a snapshot's zero point, after the adapter was polled for its counters, and take its next sample.
+    // Any number of them can run at once; the adapter's hook must bear being asked by several threads. Both
+    // yield true. Reader.
+    bool initSnapshot(CStatSnapshot * snapshot);
+    bool nextSample(CStatSnapshot * snapshot);
 
     // Turn a group on or off, and tell whether it is on. All groups are off at first. False for an identifier
     // other than "1.1" to "1.9". The global counters and the ARP table are kept whatever the flags say.
@@ -111,6 +122,7 @@ private:
 
     void doAnalyzeFrame(CNetworkFrame * frame);
     void doReset();
+    void UpdateHardwareStats();
 
     // The steps of the pass, in their order; see doAnalyzeFrame.
     void measureOverhead(CMediaInfo const & media);

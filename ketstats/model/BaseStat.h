@@ -2,6 +2,7 @@
 
 #include "ketstats/model/statvalues.h"
 
+#include <atomic>
 #include <cstring>
 
 class CFilter;
@@ -67,6 +68,8 @@ public:
     // This node's own flag as it stands.
     bool isChanged() const { return changed; }
     void resetId(unsigned short newId) { id = newId; }
+    // Raises this node's own flag, and no other.
+    void markChanged() { changed = true; }
 
     // The child with that id, null if there is none.
     CBaseStat * getChildById(unsigned short childId);
@@ -154,9 +157,13 @@ inline void copy(void * target, void const * source, unsigned int size)
     case 8:
         std::memcpy(target, source, 8);
         break;
-    case 4:
-        std::memcpy(target, source, 4);
+    case 4: {
+        // The one kind of value that can be stored while it is copied: see CValueStat::storeShared.
+        auto & word = *static_cast<unsigned int *>(const_cast<void *>(source));
+        unsigned int const value = std::atomic_ref<unsigned int>(word).load(std::memory_order_relaxed);
+        std::memcpy(target, &value, sizeof value);
         break;
+    }
     case 6:
         std::memcpy(target, source, 6);
         break;

@@ -19,8 +19,9 @@ class CARPStat;
 // a row that vanished is replaced when its id is given to another key, or stays. The order of the source is
 // carried by the order of the rows, each of which becomes the receiver's newest in turn.
 //
-// T is a static container built with (parent, id, key), K its key of plain bytes, which `T::rowKey()` yields.
-// Definitions stand in HashedContainerStatImpl.h, for whoever instantiates the template.
+// T is a static container built with (parent, id, key), K its key of plain bytes, which `T::rowKey()` yields
+// and `T::takeKey()` stores. Definitions stand in HashedContainerStatImpl.h, for whoever instantiates the
+// template.
 template <class T, class K, class H>
 class KETSTATS_TYPE CHashedContainerStat : public CBaseHashedContainerStat
 {
@@ -71,7 +72,7 @@ public:
 
     // Makes the summary row, with the id `limit`, as the newest. Whoever uses one keeps it away from the old
     // end with renew, for it can be deleted like any row. A row that has the key already becomes the summary
-    // row, and a row that has that id goes.
+    // row, under that id, and a row that has that id goes.
     T * createSummaryStat(K key);
     T * getSummaryStat() { return static_cast<T *>(summaryRow); }
     T const * getSummaryStat() const { return static_cast<T const *>(summaryRow); }
@@ -112,7 +113,12 @@ private:
     T * createBinding(K const & key, CMACAddrPacked const & address);
     void freeOldest();
     void removeRow(unsigned int index);
-    T * rowFor(unsigned int rowId, K const & key, bool & isNew);
+    struct CMatch
+    {
+        T * row;    // null if there can't be one
+        bool isNew; // it was made, or moved to this id
+    };
+    CMatch rowFor(unsigned int rowId, K const & key);
     void DumpOrder(bool flag) const;
 
     CHashTable<T, K, H> table;

@@ -7,6 +7,10 @@
 
 namespace KetStats {
 
+// Where a stream that doesn't fit is refused.
+constexpr int badRowId = 1204;  // an id above the limit, or one that no row can take
+constexpr int badRowKey = 1211; // a row that shows another key than its own
+
 template <class T, class K, class H>
 CHashedContainerStat<T, K, H>::CHashedContainerStat(CBaseStat * theParent, unsigned short theId,
                                                     CDynamicArrayStatDescription const & theDescription,
@@ -64,17 +68,12 @@ T * CHashedContainerStat<T, K, H>::createBinding(K const & key, CMACAddrPacked c
 template <class T, class K, class H>
 T * CHashedContainerStat<T, K, H>::createSummaryStat(K key)
 {
-    unsigned int const slot = table.find(key);
-    if (slot == table.maxSize() || limit == 0)
+    if (limit < 2)
         return nullptr;
-    if (!table.isEmpty(slot)) {
-        summaryRow = &table[slot];
-        return &table[slot];
-    }
-    if (childAt(limit - 1))
+    if (T * const occupant = static_cast<T *>(childAt(limit - 1));
+        occupant && !table.keyCompare(*occupant, key))
         removeRow(limit - 1);
-    T * const row = table.alloc(slot, this, static_cast<unsigned short>(limit), key);
-    createdNewChild(slot, row);
+    T * const row = rowFor(limit, key).row;
     summaryRow = row;
     return row;
 }
@@ -168,26 +167,25 @@ void CHashedContainerStat<T, K, H>::doPackValue(ktools::CMemoryBuffer & buffer, 
 // The row that stands for `key` under `rowId` from now on. A row of another key under that id is dead; a row
 // of that key under another id has moved, with its values.
 template <class T, class K, class H>
-T * CHashedContainerStat<T, K, H>::rowFor(unsigned int rowId, K const & key, bool & isNew)
+typename CHashedContainerStat<T, K, H>::CMatch CHashedContainerStat<T, K, H>::rowFor(unsigned int rowId,
+                                                                                     K const & key)
 {
     unsigned int const index = rowId - 1;
-    isNew = false;
     if (T * const known = static_cast<T *>(childAt(index))) {
         if (table.keyCompare(*known, key))
-            return known;
+            return {known, false};
         onDelete(rowId);
-        // The handler may have changed the list, and a summary row that it made may stand here.
+        // The handler may have moved the row away.
         if (childAt(index))
             removeRow(index);
     }
-    isNew = true;
     unsigned int const slot = table.find(key);
     if (slot == table.maxSize())
-        return nullptr;
+        return {nullptr, false};
     if (table.isEmpty(slot)) {
         T * const row = table.alloc(slot, this, static_cast<unsigned short>(rowId), key);
         createdNewChild(slot, row);
-        return row;
+        return {row, true};
     }
     T & moved = table[slot];
     removeChildFromList(moved.getId() - 1U);
@@ -195,26 +193,56 @@ T * CHashedContainerStat<T, K, H>::rowFor(unsigned int rowId, K const & key, boo
     table.setIndex(slot, index);
     enter(index, slot, &moved);
     moved.setChanged();
-    return &moved;
+    return {&moved, true};
 }
+
+// A row is found by the key that it was filed under, so it must go on showing that key, also when a damaged
+// stream brings another one in the row's own columns, or ends there.
+template <class T, class K>
+class CKeyKeeper
+{
+public:
+    CKeyKeeper(T & row, K const & key) : m_row(row), m_key(key) {}
+    ~CKeyKeeper() { restore(); }
+    CKeyKeeper(CKeyKeeper const &) = delete;
+    CKeyKeeper & operator=(CKeyKeeper const &) = delete;
+
+    // False if the row showed another key.
+    bool restore()
+    {
+        if (CKeyBits<K>(m_row.rowKey()) == CKeyBits<K>(m_key))
+            return true;
+        m_row.takeKey(m_key);
+        return false;
+    }
+
+private:
+    T & m_row;
+    K const & m_key;
+};
 
 template <class T, class K, class H>
 void CHashedContainerStat<T, K, H>::doUnpackValue(ktools::CMemoryBuffer & buffer)
 {
+    auto const refuse = [](int line) {
+        ktools::raise<ktools::CMemoryBuffer::CException>(2, "StatTypes", line);
+    };
     for (;;) {
         unsigned short rowId = 0;
         buffer.Read(&rowId, sizeof rowId);
         if (rowId == 0)
             break;
         if (rowId > limit)
-            ktools::raise<ktools::CMemoryBuffer::CException>(2, "StatTypes", 1204);
+            refuse(badRowId);
         K key{};
         key.unpackValue(buffer);
-        bool isNew = false;
-        T * const row = rowFor(rowId, key, isNew);
+        T * const row = rowFor(rowId, key).row;
         if (!row)
-            ktools::raise<ktools::CMemoryBuffer::CException>(2, "StatTypes", 1204);
+            refuse(badRowId);
+        CKeyKeeper<T, K> keeper(*row, key);
         row->unpackValue(buffer);
+        if (!keeper.restore())
+            refuse(badRowKey);
         renew(row);
     }
     changed = true;
@@ -227,8 +255,7 @@ void CHashedContainerStat<T, K, H>::doAssign(CBaseStat const & other)
     doReset();
     for (unsigned int index = theirs.oldest; index != theirs.limit; index = theirs.childList[index].newer) {
         T const & source = static_cast<T const &>(*theirs.childList[index].child);
-        bool isNew = false;
-        if (T * const row = rowFor(source.getId(), table.getKey(source), isNew))
+        if (T * const row = rowFor(source.getId(), table.getKey(source)).row)
             row->assign(source);
     }
     changed = true;
@@ -243,8 +270,7 @@ bool CHashedContainerStat<T, K, H>::doCompareAssign(CBaseStat const & other)
     bool following = false;
     for (unsigned int index = theirs.oldest; index != theirs.limit; index = theirs.childList[index].newer) {
         T const & source = static_cast<T const &>(*theirs.childList[index].child);
-        bool isNew = false;
-        T * const row = rowFor(source.getId(), table.getKey(source), isNew);
+        auto const [row, isNew] = rowFor(source.getId(), table.getKey(source));
         if (!row)
             continue;
         following = following || isNew;

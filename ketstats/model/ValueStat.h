@@ -2,6 +2,7 @@
 
 #include "ketstats/model/BaseStat.h"
 
+#include <atomic>
 #include <type_traits>
 
 namespace KetStats {
@@ -67,6 +68,18 @@ public:
 
     operator T() const { return m_value; }
     T const & get() const { return m_value; }
+
+    // For the few counters that are stored while others read them: one word, of which a reader sees the old
+    // or the new value.
+    template <class Word = T>
+    requires std::is_integral_v<Word> Word shared()
+    const { return std::atomic_ref<Word>(const_cast<Word &>(m_value)).load(std::memory_order_relaxed); }
+    template <class Word = T>
+    requires std::is_integral_v<Word>
+    void storeShared(std::type_identity_t<Word> figure)
+    {
+        std::atomic_ref<Word>(m_value).store(figure, std::memory_order_relaxed);
+    }
 
     template <class Amount = T>
     requires std::is_integral_v<Amount>

@@ -11,6 +11,11 @@ CMACConnectionStat::CMACConnectionStat(CBaseStat * theParent, unsigned short the
 CMACConnectionStat::CMACConnectionStat(CBaseStat * theParent, unsigned short theId, CKey const & theKey)
     : CMACConnectionStat(theParent, theId)
 {
+    takeKey(theKey);
+}
+
+void CMACConnectionStat::takeKey(CKey const & theKey)
+{
     key = theKey;
     fromKey();
 }
@@ -52,6 +57,11 @@ CIPConnectionStat::CIPConnectionStat(CBaseStat * theParent, unsigned short theId
 CIPConnectionStat::CIPConnectionStat(CBaseStat * theParent, unsigned short theId, CKey const & theKey)
     : CIPConnectionStat(theParent, theId)
 {
+    takeKey(theKey);
+}
+
+void CIPConnectionStat::takeKey(CKey const & theKey)
+{
     key = theKey;
     source = key.first;
     destination = key.second;
@@ -88,7 +98,7 @@ CARPStat::CARPStat(CBaseStat * theParent, unsigned short theId)
 CARPStat::CARPStat(CBaseStat * theParent, unsigned short theId, CIPAddress const & key)
     : CARPStat(theParent, theId)
 {
-    ipAddress = key;
+    takeKey(key);
 }
 
 CARPStat::CARPStat(CBaseStat * theParent, unsigned short theId, CIPAddress const & key,

@@ -36,6 +36,7 @@ public:
 
     static CStructStatDescription const & groupDescription();
     CKey const & rowKey() const { return key; }
+    void takeKey(CKey const & theKey);
 
     // The key takes the children's addresses, and the other way round.
     void updateKey();
@@ -89,6 +90,7 @@ public:
 
     static CStructStatDescription const & groupDescription();
     CKey const & rowKey() const { return key; }
+    void takeKey(CKey const & theKey);
 
     // The key takes the children's addresses.
     void updateKey();
@@ -131,6 +133,7 @@ public:
 
     static CStructStatDescription const & groupDescription();
     CIPAddress const & rowKey() const { return ipAddress.get(); }
+    void takeKey(CIPAddress const & key) { ipAddress = key; }
 
     // clang-format off
 #define COLUMNS(COLUMN)                                     \

@@ -13,7 +13,7 @@ template <int N>
 CGenProtoStat<N>::CGenProtoStat(CBaseStat * theParent, unsigned short theId, CProtocolIdPacked const & key)
     : CGenProtoStat(theParent, theId)
 {
-    protocolId = key;
+    takeKey(key);
 }
 
 template <int N>
@@ -32,7 +32,7 @@ template <int N>
 CGenPortStat<N>::CGenPortStat(CBaseStat * theParent, unsigned short theId, CProtocolIdPacked const & key)
     : CGenPortStat(theParent, theId)
 {
-    port = key;
+    takeKey(key);
 }
 
 template <int N>

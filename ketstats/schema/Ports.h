@@ -17,6 +17,7 @@ public:
 
     static CStructStatDescription const & groupDescription();
     CProtocolIdPacked const & rowKey() const { return protocolId.get(); }
+    void takeKey(CProtocolIdPacked const & key) { protocolId = key; }
 
     // clang-format off
 #define COLUMNS(COLUMN)                                             \
@@ -45,6 +46,7 @@ public:
 
     static CStructStatDescription const & groupDescription();
     CProtocolIdPacked const & rowKey() const { return port.get(); }
+    void takeKey(CProtocolIdPacked const & key) { port = key; }
 
     // A row is named after its key, so row and key column bear one name.
     static constexpr unsigned int name = N == 0 ? 1215 : 1216;

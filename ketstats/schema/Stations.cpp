@@ -11,7 +11,7 @@ CStationStat::CStationStat(CBaseStat * theParent, unsigned short theId)
 CStationStat::CStationStat(CBaseStat * theParent, unsigned short theId, CMACAddrPacked const & key)
     : CStationStat(theParent, theId)
 {
-    address = key;
+    takeKey(key);
 }
 
 CStructStatDescription const & CStationStat::groupDescription()
@@ -27,7 +27,7 @@ CProtocolStat::CProtocolStat(CBaseStat * theParent, unsigned short theId)
 CProtocolStat::CProtocolStat(CBaseStat * theParent, unsigned short theId, CProtocolIdPacked const & key)
     : CProtocolStat(theParent, theId)
 {
-    protocolId = key;
+    takeKey(key);
 }
 
 CStructStatDescription const & CProtocolStat::groupDescription()

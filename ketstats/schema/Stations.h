@@ -17,6 +17,7 @@ public:
 
     static CStructStatDescription const & groupDescription();
     CMACAddrPacked const & rowKey() const { return address.get(); }
+    void takeKey(CMACAddrPacked const & key) { address = key; }
 
     // clang-format off
 #define COLUMNS(COLUMN)                                                                 \
@@ -47,6 +48,7 @@ public:
 
     static CStructStatDescription const & groupDescription();
     CProtocolIdPacked const & rowKey() const { return protocolId.get(); }
+    void takeKey(CProtocolIdPacked const & key) { protocolId = key; }
 
     // clang-format off
 #define COLUMNS(COLUMN)                                             \

@@ -127,6 +127,57 @@ TEST(ReadCommand, TextNamesValuesAndUnits)
     EXPECT_THAT(outcome.output, Not(HasSubstr(" \n"))) << "no blanks at the end of a line";
 }
 
+TEST(ReadCommand, TablesAreArraysOfRowsOldestFirst)
+{
+    auto const statistics = read("internet-mixed.pcap")["statistics"];
+
+    auto const & protocols = statistics["Network protocols"];
+    ASSERT_EQ(protocols.size(), 4U);
+    EXPECT_EQ(protocols[0].begin().key(), "id");
+    EXPECT_EQ(protocols[0]["Protocol ID"], "0x2000") << "the one idle longest";
+    EXPECT_EQ(protocols[3]["Protocol ID"], "0x800");
+    EXPECT_EQ(protocols[3]["Frames transmitted"], 4683);
+
+    auto const & stations = statistics["Network stations"];
+    auto const router = std::find_if(stations.begin(), stations.end(),
+                                     [](auto const & row) { return row["Station"] == "30-46-9A-23-FB-FA"; });
+    ASSERT_NE(router, stations.end());
+    EXPECT_EQ((*router)["VLAN ID"], "");
+    ASSERT_EQ((*router)["TCP ports"].size(), 2U);
+    EXPECT_EQ((*router)["TCP ports"][0]["TCP port"], "0x50");
+    EXPECT_EQ((*router)["UDP ports"][0]["UDP port"], "0x35");
+    EXPECT_EQ(statistics["IP ports"]["TCP ports"].size(), 2U);
+    EXPECT_EQ(statistics["ARP connections"][0]["IP address"], "10.0.0.1");
+}
+
+TEST(ReadCommand, PortRangesDecideWhichPortsGetRows)
+{
+    auto const ports = [](std::vector<std::string> const & options, char const * table) {
+        return read("internet-mixed.pcap", options)["statistics"]["IP ports"][table].size();
+    };
+
+    EXPECT_EQ(ports({}, "TCP ports"), 2U);
+    EXPECT_EQ(ports({"--tcp-ports", "443-443"}, "TCP ports"), 1U);
+    EXPECT_EQ(ports({"--tcp-ports", "443"}, "TCP ports"), 1U);
+    EXPECT_EQ(ports({"--tcp-ports", "443-443"}, "UDP ports"), 1U);
+    EXPECT_EQ(ports({"--udp-ports", "0-52"}, "UDP ports"), 0U);
+    EXPECT_EQ(ports({"--udp-ports", "0-65535"}, "UDP ports"), 125U) << "multicasts open no port";
+}
+
+TEST(ReadCommand, TextShowsTheBusiestRowsFirst)
+{
+    std::string const file = capture("internet-mixed.pcap");
+    Outcome const few = ketmon({"read", file, "--top", "2"});
+    Outcome const all = ketmon({"read", file, "--top", "0"});
+
+    EXPECT_THAT(few.output, HasSubstr("\nIP traffic (the busiest 2 of 121)\n"));
+    EXPECT_THAT(few.output, HasSubstr("\n  54.192.94.30 "));
+    EXPECT_THAT(all.output, HasSubstr("\nIP traffic\n"));
+    EXPECT_GT(std::count(all.output.begin(), all.output.end(), '\n'),
+              100 + std::count(few.output.begin(), few.output.end(), '\n'));
+    EXPECT_THAT(few.output, testing::ContainsRegex("UDP ports\n  UDP port.*\n  0x35 "));
+}
+
 TEST(ReadCommand, TakesTheFileAsAnOptionToo)
 {
     EXPECT_EQ(ketmon({"read", "-r", capture("nanosecond-big-endian.pcap"), "--json"}).json()["frames"], 10);
@@ -183,6 +234,9 @@ TEST(ReadCommand, RefusesBadArguments)
     expectRefused(ketmon({"read", file, "--enable", ""}), "''");
     expectRefused(ketmon({"read", file, "--link-speed", "-5"}), "link-speed");
     expectRefused(ketmon({"read", file, "--link-speed", "fast"}), "link-speed");
+    for (char const * const ports : {"", "80-", "-80", "90-80", "1-65536", "x", "1-2-3", "80 - 90"})
+        expectRefused(ketmon({"read", file, "--tcp-ports=" + std::string(ports)}), "--tcp-ports");
+    expectRefused(ketmon({"read", file, "--top", "-1"}), "--top");
     expectRefused(ketmon({"read", file, "another"}), "another");
     expectRefused(ketmon({"read", file, "--no-such-option"}), "no-such-option");
     expectRefused(ketmon({"nonsense"}), "nonsense");

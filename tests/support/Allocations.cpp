@@ -15,6 +15,15 @@ void * allocate(std::size_t size)
     return std::malloc(size ? size : 1);
 }
 
+void * allocateAligned(std::size_t size, std::align_val_t alignment)
+{
+    ++allocations;
+    auto const bytes = static_cast<std::size_t>(alignment);
+    if (void * const block = std::aligned_alloc(bytes, (size + bytes - 1) / bytes * bytes))
+        return block;
+    throw std::bad_alloc();
+}
+
 void * allocateOrThrow(std::size_t size)
 {
     if (void * const block = allocate(size))
@@ -39,6 +48,18 @@ void * operator new(std::size_t size, std::nothrow_t const &) noexcept
 void * operator new[](std::size_t size, std::nothrow_t const &) noexcept
 {
     return allocate(size);
+}
+void * operator new(std::size_t size, std::align_val_t alignment)
+{
+    return allocateAligned(size, alignment);
+}
+void operator delete(void * block, std::align_val_t) noexcept
+{
+    std::free(block);
+}
+void operator delete(void * block, std::size_t, std::align_val_t) noexcept
+{
+    std::free(block);
 }
 void operator delete(void * block) noexcept
 {

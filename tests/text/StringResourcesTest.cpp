@@ -9,15 +9,29 @@ using namespace KetStats;
 
 namespace {
 
-// Each test runs in a process of its own.
+// The ring as it was when the library had been loaded, before anything in this program ran.
+struct RingAtLoad
+{
+    int current = CStringResources::instance().current;
+    std::array<std::string, 10> ring = CStringResources::instance().ring;
+    HMODULE module = CStringResources::instance().module;
+} const ringAtLoad;
+
 TEST(StringResources, NothingIsFetchedWhileTheLibraryLoads)
 {
-    CStringResources const & resources = CStringResources::instance();
-
-    EXPECT_EQ(resources.current, 0);
-    for (std::string const & slot : resources.ring)
+    EXPECT_EQ(ringAtLoad.current, 0);
+    for (std::string const & slot : ringAtLoad.ring)
         EXPECT_TRUE(slot.empty());
-    EXPECT_NE(resources.module, nullptr) << "the entry function has run";
+    EXPECT_NE(ringAtLoad.module, nullptr) << "the entry function has run";
+}
+
+TEST(StringResources, RingGoesFromSlotToSlotAndAround)
+{
+    CStringResources & resources = CStringResources::instance();
+    for (int fetch = 0; fetch < 25; ++fetch) {
+        auto const next = static_cast<std::size_t>((resources.current + 1) % 10);
+        EXPECT_EQ(&resources.getString(1129), &resources.ring[next]);
+    }
 }
 
 TEST(StringResources, TenFetchesStayReadableAndTheEleventhOverwritesTheFirst)
@@ -27,8 +41,6 @@ TEST(StringResources, TenFetchesStayReadableAndTheEleventhOverwritesTheFirst)
     for (unsigned int i = 0; i < 10; ++i)
         fetched[i] = &resources.getString(1101 + i);
 
-    EXPECT_EQ(fetched[0], &resources.ring[1]) << "the ring fills from slot 1";
-    EXPECT_EQ(fetched[9], &resources.ring[0]);
     EXPECT_EQ(*fetched[0], "Sample number");
     EXPECT_EQ(*fetched[9], "Software overflows");
 
@@ -65,7 +77,7 @@ TEST(StringResources, IdZeroGetsTheCurrentSlotUnfetched)
     std::string const & last = resources.getString(1129);
 
     EXPECT_EQ(&resources.getString(0), &last);
-    EXPECT_EQ(resources.current, 1);
+    EXPECT_EQ(&resources.ring[static_cast<std::size_t>(resources.current)], &last);
 }
 
 TEST(StringResources, RawFetchTellsWhetherThereIsAString)

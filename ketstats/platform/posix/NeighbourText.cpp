@@ -25,8 +25,11 @@ bool parseLine(std::string const & line, CNeighbour & row)
     if (inet_pton(AF_INET, address, &parsed) != 1)
         return false;
     row.address = parsed.s_addr;
-    for (std::size_t i = 0; i < 6; ++i)
+    for (std::size_t i = 0; i < 6; ++i) {
+        if (octets[i] > 0xFF)
+            return false;
         row.hardwareAddress[i] = static_cast<unsigned char>(octets[i]);
+    }
     row.type = (flags & completeFlag) != 0 ? dynamicEntry : CNeighbour::invalid;
     return true;
 }

@@ -1,0 +1,219 @@
+#include "ketstats/snapshot/StatSnapshot.h"
+
+// A sample is the live tree less the base, for the selected groups. The live tree is never reset for a
+// client.
+
+namespace KetStats {
+
+namespace {
+
+constexpr double secondsPerTick = 1e-07;
+constexpr double shortestSample = 0.001; // seconds
+
+template <class T>
+void subtract(CValueStat<T> & target, CValueStat<T> const & live, CValueStat<T> const & base)
+{
+    target = static_cast<T>(static_cast<unsigned long long>(live.shared()) -
+                            static_cast<unsigned long long>(base.get()));
+}
+
+// Takes the base's count off a counter of a row, and raises that counter's flag.
+template <class T>
+void reduce(CValueStat<T> & counter, CValueStat<T> const & base)
+{
+    subtract(counter, counter, base);
+    counter.setChanged();
+}
+
+void reduceTransmitted(auto & row, auto const & base)
+{
+    reduce(row.dataTransmitted, base.dataTransmitted);
+    reduce(row.framesTransmitted, base.framesTransmitted);
+}
+
+// The counters of a kind of row that a base is taken off, and the frame counters by which a base row is known
+// to have counted anything.
+template <class Row>
+struct CRowBase
+{
+    static bool counted(Row const & base) { return base.framesTransmitted != 0; }
+    static void forget(Row & base) { base.framesTransmitted = 0U; }
+    static void reduceBy(Row & row, Row const & base) { reduceTransmitted(row, base); }
+};
+
+template <>
+struct CRowBase<CStationStat>
+{
+    static bool counted(CStationStat const & base)
+    {
+        return base.framesTransmitted != 0 || base.framesReceived != 0;
+    }
+    static void forget(CStationStat & base)
+    {
+        base.framesTransmitted = 0U;
+        base.framesReceived = 0U;
+    }
+    static void reduceBy(CStationStat & row, CStationStat const & base)
+    {
+        reduceTransmitted(row, base);
+        reduce(row.dataReceived, base.dataReceived);
+        reduce(row.framesReceived, base.framesReceived);
+    }
+};
+
+// Rows keep their index for as long as they live, so a base row stands at the index of its row. If it has
+// another key the index changed hands since, and its frame counters are zeroed so that it is never asked
+// again. Nothing below a row is reduced.
+template <class T, class K, class H>
+void sampleRows(CHashedContainerStat<T, K, H> & sample, CHashedContainerStat<T, K, H> & base,
+                CHashedContainerStat<T, K, H> const & live)
+{
+    sample.compareAssign(live);
+    for (unsigned int id = sample.getOldestId(); id != 0; id = sample.getNextNewerId(id)) {
+        T & row = *sample.getChildById(id);
+        T * const baseRow = base.getChildById(id);
+        if (!baseRow || !CRowBase<T>::counted(*baseRow))
+            continue;
+        if (CHashTable<T, K, H>::keyCompare(*baseRow, row.rowKey()))
+            CRowBase<T>::reduceBy(row, *baseRow);
+        else
+            CRowBase<T>::forget(*baseRow);
+    }
+}
+
+} // namespace
+
+void CStatSnapshot::nextSample(CAgentStatistic const & live)
+{
+    m_sampleEnd.getSystemTime();
+    if (selected(2))
+        calculateGlobalErrors(live);
+    calculateSampleStats(live);
+    if (selected(2))
+        calculateAccuracy();
+    m_sampleStart = m_sampleEnd;
+}
+
+void CStatSnapshot::calculateSampleStats(CAgentStatistic const & live)
+{
+    m_sample.globalStatistics.sampleNumber.add(1);
+    calculateGlobalStats(live); // whatever is selected
+    if (selected(4))
+        calculateFrameTables(live);
+    if (selected(5))
+        calculateNetworkStationsStats(live);
+    if (selected(6))
+        calculateNetworkProtocolsStats(live);
+    if (selected(7))
+        calculateMACConnectionsStats(live);
+    if (selected(8))
+        calculateIPConnectionsStats(live);
+    if (selected(9))
+        calculateARPTableStats(live);
+    if (selected(10))
+        calculateIPSubProtocolStats(live);
+    if (selected(11))
+        calculateIPPortsStats(live);
+    if (selected(3) && m_globalFiltering)
+        calculateGlobalFilterStats();
+}
+
+// All counters of the group, which is all of it but "Accuracy".
+void CStatSnapshot::calculateGlobalErrors(CAgentStatistic const & live)
+{
+    for (auto const counter : hardwareCounters())
+        subtract(m_sample.globalErrors.*counter, live.globalErrors.*counter, m_base.globalErrors.*counter);
+}
+
+// In percent: 100 for a capture that lost nothing, 0 for one that saw nothing.
+void CStatSnapshot::calculateAccuracy()
+{
+    unsigned int const frames = m_sample.globalStatistics.transmittedFrames;
+    unsigned int const all =
+        frames + m_sample.globalErrors.hardwareOverflows + m_sample.globalErrors.softwareOverflows;
+    double const share = all == 0 ? 0.0 : static_cast<double>(frames) / static_cast<double>(all);
+    m_sample.globalErrors.accuracy = percentVal(share * 100.0);
+}
+
+// The bytes of the last sample are measured against what the client sees, which a pack brings up to date,
+// while its time runs from the last sample. So two samples between two packs show the bytes of both over the
+// time of one.
+void CStatSnapshot::calculateGlobalStats(CAgentStatistic const & live)
+{
+    double const sampleTime = static_cast<double>(m_sampleEnd - m_sampleStart) * secondsPerTick;
+    double const allTime = static_cast<double>(m_sampleEnd - m_firstSampleStart) * secondsPerTick;
+    // Too short, or the clock was set back: the group stays as it was.
+    if (!(sampleTime > shortestSample))
+        return;
+
+    CGlobalStatisticsStat & sample = m_sample.globalStatistics;
+    CGlobalStatisticsStat const & base = m_base.globalStatistics;
+    subtract(sample.transmittedData, live.globalStatistics.transmittedData, base.transmittedData);
+    subtract(sample.transmittedFrames, live.globalStatistics.transmittedFrames, base.transmittedFrames);
+
+    auto const newData = static_cast<double>(static_cast<long long>(
+        static_cast<unsigned long long>(sample.transmittedData.get()) -
+        static_cast<unsigned long long>(m_visible.globalStatistics.transmittedData.get())));
+    percentVal const current(newData / m_linkSpeed / sampleTime);
+    sample.currentUtilisation = current;
+    if (sample.peakUtilisation.get() < current)
+        sample.peakUtilisation = current;
+    sample.averageUtilisation =
+        percentVal(static_cast<double>(sample.transmittedData.get()) / m_linkSpeed / allTime);
+}
+
+void CStatSnapshot::calculateFrameTables(CAgentStatistic const & live)
+{
+    auto const sampleTable = [](auto & sample, auto & base, auto & current) {
+        for (unsigned int index = 0; index < sample.getChildrenCount(); ++index) {
+            auto const row = [index](auto & table) -> auto &
+            {
+                return static_cast<CFrameTypeOrSizeStat &>(const_cast<CBaseStat &>(*table.getChild(index)));
+            };
+            subtract(row(sample).frames, row(current).frames, row(base).frames);
+            subtract(row(sample).data, row(current).data, row(base).data);
+        }
+    };
+    sampleTable(m_sample.frameTables.frameTypes, m_base.frameTables.frameTypes, live.frameTables.frameTypes);
+    sampleTable(m_sample.frameTables.frameSizes, m_base.frameTables.frameSizes, live.frameTables.frameSizes);
+}
+
+void CStatSnapshot::calculateNetworkStationsStats(CAgentStatistic const & live)
+{
+    sampleRows(m_sample.stations, m_base.stations, live.stations);
+}
+
+void CStatSnapshot::calculateNetworkProtocolsStats(CAgentStatistic const & live)
+{
+    sampleRows(m_sample.protocols, m_base.protocols, live.protocols);
+}
+
+void CStatSnapshot::calculateMACConnectionsStats(CAgentStatistic const & live)
+{
+    sampleRows(m_sample.macConnections, m_base.macConnections, live.macConnections);
+}
+
+void CStatSnapshot::calculateIPConnectionsStats(CAgentStatistic const & live)
+{
+    sampleRows(m_sample.ipConnections, m_base.ipConnections, live.ipConnections);
+}
+
+// The three groups below have no base: they show what the live tree holds.
+
+// Its flag goes up at every sample.
+void CStatSnapshot::calculateARPTableStats(CAgentStatistic const & live)
+{
+    m_sample.arpTable.assign(live.arpTable);
+}
+
+void CStatSnapshot::calculateIPSubProtocolStats(CAgentStatistic const & live)
+{
+    m_sample.ipSubprotocols.compareAssign(live.ipSubprotocols);
+}
+
+void CStatSnapshot::calculateIPPortsStats(CAgentStatistic const & live)
+{
+    m_sample.ipPorts.compareAssign(live.ipPorts);
+}
+
+} // namespace KetStats

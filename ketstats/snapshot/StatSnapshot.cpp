@@ -1,0 +1,125 @@
+#include "ketstats/snapshot/StatSnapshot.h"
+
+namespace KetStats {
+
+CStatSnapshot::CStatSnapshot()
+{
+    removeAllOids();
+}
+
+CStatSnapshot::~CStatSnapshot()
+{
+    if (m_root)
+        m_root->destroyChildren();
+}
+
+void CStatSnapshot::enableAllOids()
+{
+    m_enabled.fill(1);
+}
+
+void CStatSnapshot::removeAllOids()
+{
+    m_enabled.fill(0);
+}
+
+// Identifiers of three and more components set no flag, and of two the first one isn't looked at.
+void CStatSnapshot::setGroupFlags(COid const & oid, bool on)
+{
+    if (oid.length() == 2 && oid[1] >= 1 && oid[1] < m_enabled.size())
+        m_enabled[oid[1]] = on ? 1 : 0;
+    else if (oid.length() == 1 && oid[0] == 1)
+        on ? enableAllOids() : removeAllOids();
+}
+
+void CStatSnapshot::addOid(COid const & oid)
+{
+    if (!m_root)
+        m_root = std::make_unique<CStatTreeNode>();
+    m_root->insertOid(oid, m_visible);
+    setGroupFlags(oid, true);
+}
+
+void CStatSnapshot::removeOid(COid const & oid)
+{
+    if (!m_root)
+        return;
+    m_root->eraseOid(oid);
+    setGroupFlags(oid, false);
+}
+
+CBaseStat * CStatSnapshot::getStat(COid const & oid)
+{
+    return m_visible.getStatPointer(oid, 1);
+}
+
+CBaseStat const * CStatSnapshot::getStat(COid const & oid) const
+{
+    return const_cast<CStatSnapshot *>(this)->getStat(oid);
+}
+
+CBaseStat * CStatSnapshot::getStat(COid const & oid, bool & changed)
+{
+    CBaseStat * const stat = getStat(oid);
+    if (stat)
+        changed = stat->isChanged();
+    return stat;
+}
+
+void CStatSnapshot::initSnapshot(CKetrinStatManager & manager)
+{
+    manager.initSnapshot(this);
+    m_linkSpeed = manager.getLinkSpeed();
+}
+
+void CStatSnapshot::initSnapshot(CAgentStatistic const & live)
+{
+    m_sampleStart.getSystemTime();
+    m_firstSampleStart = m_sampleStart;
+    m_base.assign(live);
+    m_sample.globalStatistics.sampleNumber = 0U;
+    m_sample.globalFilter.reset();
+    m_passedFrames = 0;
+}
+
+void CStatSnapshot::nextSample(CKetrinStatManager & manager)
+{
+    manager.nextSample(this);
+}
+
+void CStatSnapshot::reset()
+{
+    m_visible.reset();
+}
+
+void CStatSnapshot::resetChanged()
+{
+    m_visible.resetChanged();
+}
+
+void CStatSnapshot::checkChanged() const
+{
+    m_visible.checkChanged();
+}
+
+_SYSTEMTIME CStatSnapshot::getSampleStart() const
+{
+    return m_sampleStart;
+}
+
+bool CKetrinStatManager::initSnapshot(CStatSnapshot * snapshot)
+{
+    CReadGuard const guard(gate);
+    UpdateHardwareStats();
+    snapshot->initSnapshot(agentStatistic);
+    return true;
+}
+
+bool CKetrinStatManager::nextSample(CStatSnapshot * snapshot)
+{
+    CReadGuard const guard(gate);
+    snapshot->nextSample(agentStatistic);
+    return true;
+}
+
+} // namespace KetStats

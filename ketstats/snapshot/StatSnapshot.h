@@ -1,0 +1,134 @@
+#pragma once
+
+#include "ketstats/engine/StatManager.h"
+#include "ketstats/snapshot/StatTreeNode.h"
+
+#include <array>
+#include <memory>
+
+class CFrame;
+
+namespace KetStats {
+
+// A client's private view of the statistics: what happened since its own zero point.
+//
+//     live tree  --initSnapshot-->  m_base                       the zero point
+//     live tree  --nextSample--->   m_sample = live - m_base     what happened since
+//     m_sample   --pack--------->   m_visible, and bytes         what the client reads and sends
+//     bytes      --unpack------->   m_visible of another         what a console reads
+//                                   calculatePercentStats()      derived there
+//
+// 1. A selection by identifiers says what pack writes; the group flags, which only identifiers of one and two
+//    components set, say what nextSample calculates. A host enables the same groups in the manager.
+// 2. A snapshot belongs to one thread at a time and has no lock; only its two operations that take a manager
+// enter
+//    the manager's gate, as readers. Nothing ties a snapshot to one manager.
+// 3. It is usable for getStat, reset and unpack from construction on. nextSample needs initSnapshot first,
+// and
+//    pack without a selection does nothing.
+class KETSTATS_API CStatSnapshot
+{
+public:
+    CStatSnapshot();
+    ~CStatSnapshot();
+
+    CStatSnapshot(CStatSnapshot const &) = delete;
+    CStatSnapshot & operator=(CStatSnapshot const &) = delete;
+
+    // Selects a statistic with everything below it. A narrower selection below one that stands is dropped; a
+    // broader one above some that stand leaves the selection as it is, though it sets the flags. Throws
+    // CAgentStatistic::CException 2/204, source "StatSnapshot", for an identifier that leads nowhere, and for
+    // a row: rows are selected through their table.
+    void addOid(COid const & oid);
+    // Takes a selection back. A node above that loses its last selected statistic is selected whole from then
+    // on.
+    void removeOid(COid const & oid);
+
+    // The statistic that an identifier names in what the client sees; null if it leads nowhere. `changed`
+    // receives the statistic's own flag.
+    CBaseStat * getStat(COid const & oid);
+    CBaseStat const * getStat(COid const & oid) const;
+    CBaseStat * getStat(COid const & oid, bool & changed);
+
+    // Sets the zero point. With the manager: polls the adapter, and takes the link speed.
+    void initSnapshot(CKetrinStatManager & manager);
+    void initSnapshot(CAgentStatistic const & live);
+
+    // Takes a sample. The second form is for whoever holds the tree still.
+    void nextSample(CKetrinStatManager & manager);
+    void nextSample(CAgentStatistic const & live);
+
+    // Brings what the client sees up to date with the last sample, for the selected statistics, and appends
+    // it to `buffer`: all of it, or with `onlyChanged` what changed since the last pack, which is 2 bytes
+    // when nothing did. A full pack updates the groups that aren't selected too. Throws
+    // CAgentStatistic::CException 1/559 where the selection holds what a failed addOid left, and with
+    // `onlyChanged` after the last identifier was removed; what was written before stays in the buffer.
+    void pack(ktools::CMemoryBuffer & buffer, bool onlyChanged);
+
+    // Reads one packed snapshot into what the client sees. Its last 2 bytes stay unread. Of traffic rows that
+    // the sender dropped the counts go to a summary row. Throws CMemoryBuffer::CException: 2/555
+    // "StatSnapshot" for bytes that are no snapshot, 2 "StatTypes" for ids that don't fit, 1 if the bytes end
+    // early; what was read before stays.
+    void unpack(ktools::CMemoryBuffer & buffer);
+
+    // Derives every "Percentage" and "Average frame size" from the counters that the client sees.
+    void calculatePercentStats();
+
+    // Zeroes what the client sees; lowers, and asks, its flags.
+    void reset();
+    void resetChanged();
+    void checkChanged() const;
+
+    // When the last sample was taken, or before any the zero point.
+    _SYSTEMTIME getSampleStart() const;
+
+    // Starts or ends the counting of what a filter of the host's accepts, and counts a frame that passed it.
+    // The host serialises the latter with nextSample.
+    void EnableGlobalFiltering(bool on);
+    void FramePassedFilter(CFrame const * frame);
+
+private:
+    using IPConnections = CIPConnectionStat::Container;
+
+    void enableAllOids();
+    void removeAllOids();
+    void setGroupFlags(COid const & oid, bool on);
+    bool selected(unsigned int group) const { return m_enabled[group] != 0; }
+
+    void calculateSampleStats(CAgentStatistic const & live);
+    void calculateGlobalErrors(CAgentStatistic const & live);
+    void calculateAccuracy();
+    void calculateGlobalStats(CAgentStatistic const & live);
+    void calculateFrameTables(CAgentStatistic const & live);
+    void calculateNetworkStationsStats(CAgentStatistic const & live);
+    void calculateNetworkProtocolsStats(CAgentStatistic const & live);
+    void calculateMACConnectionsStats(CAgentStatistic const & live);
+    void calculateIPConnectionsStats(CAgentStatistic const & live);
+    void calculateARPTableStats(CAgentStatistic const & live);
+    void calculateIPSubProtocolStats(CAgentStatistic const & live);
+    void calculateIPPortsStats(CAgentStatistic const & live);
+    void calculateGlobalFilterStats();
+
+    void calculateFrameTablesPercent(percentVal base);
+    void calculateNetworkStationsStatsPercent(percentVal base);
+    void calculateNetworkProtocolsStatsPercent(percentVal base);
+    void calculateMACConnectionsStatsPercent(percentVal base);
+    void calculateIPConnectionsStatsPercent(percentVal base);
+
+    bool compareAssign(CAgentStatistic const & source, CAgentStatistic & target, CStatTreeNode * node);
+    static void foldDroppedIPConnection(IPConnections * container, unsigned int rowId);
+
+    std::unique_ptr<CStatTreeNode> m_root; // null until the first addOid
+    CAgentStatistic m_visible;
+    CAgentStatistic m_sample;
+    CAgentStatistic m_base;
+    CSystemTime m_sampleStart;
+    CSystemTime m_sampleEnd;
+    CSystemTime m_firstSampleStart;
+    double m_linkSpeed = 0.0;                  // bytes per second
+    std::array<unsigned char, 50> m_enabled{}; // by id of the groups under the root
+    bool m_globalFiltering = false;
+    unsigned int m_passedFrames = 0;
+};
+
+} // namespace KetStats
