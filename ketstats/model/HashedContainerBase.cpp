@@ -131,8 +131,8 @@ int CBaseHashedContainerStat::collate(CBaseStat const & other) const
         a = childList[a].newer;
         b = theirs.childList[b].newer;
     }
-    bool const ended = !childAt(a);
-    bool const theirsEnded = !theirs.childAt(b);
+    bool const ended = a == limit;
+    bool const theirsEnded = b == limit;
     return ended == theirsEnded ? 0 : ended ? -1 : 1;
 }
 

@@ -111,7 +111,6 @@ protected:
 private:
     T * create(K const & key);
     T * createBinding(K const & key, CMACAddrPacked const & address);
-    void freeOldest();
     void removeRow(unsigned int index);
     struct CMatch
     {

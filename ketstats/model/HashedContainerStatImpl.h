@@ -26,21 +26,26 @@ CHashedContainerStat<T, K, H>::CHashedContainerStat(CBaseStat * theParent, unsig
 template <class T, class K, class H>
 T * CHashedContainerStat<T, K, H>::create(K const & key)
 {
-    unsigned int const slot = table.find(key);
+    unsigned int slot = table.find(key);
     if (slot == table.maxSize())
         return nullptr;
     unsigned int index = getFreeIdx();
     if (index == limit) {
-        if (oldest != limit) {
-            onDelete(oldest);
-            freeOldest();
-        }
+        deleteOldest();
         if (!isFull())
             index = getFreeIdx();
         if (index == limit)
             return nullptr;
+        // Deleting only turns a used slot into a deleted one, so the slot is still good, unless a handler made a
+        // row of its own there.
+        if (!table.isEmpty(slot)) {
+            slot = table.find(key);
+            if (slot == table.maxSize())
+                return nullptr;
+            if (!table.isEmpty(slot))
+                return &table[slot];
+        }
     }
-    // The slot is still good: deleting only turns a used slot into a deleted one.
     T * const row = table.alloc(slot, this, static_cast<unsigned short>(index + 1), key);
     createdNewChild(slot, row);
     return row;
@@ -101,19 +106,17 @@ void CHashedContainerStat<T, K, H>::removeRow(unsigned int index)
 
 // The summary row has no exemption.
 template <class T, class K, class H>
-void CHashedContainerStat<T, K, H>::freeOldest()
-{
-    freeIdx = oldest;
-    removeRow(oldest);
-}
-
-template <class T, class K, class H>
 void CHashedContainerStat<T, K, H>::deleteOldest()
 {
     if (oldest == limit)
         return;
-    onDelete(oldest);
-    freeOldest();
+    unsigned int const index = oldest;
+    onDelete(index);
+    // The handler may have emptied the container.
+    if (!childAt(index))
+        return;
+    freeIdx = index;
+    removeRow(index);
 }
 
 template <class T, class K, class H>
@@ -203,22 +206,25 @@ class CKeyKeeper
 {
 public:
     CKeyKeeper(T & row, K const & key) : m_row(row), m_key(key) {}
-    ~CKeyKeeper() { restore(); }
+    ~CKeyKeeper()
+    {
+        if (!m_kept)
+            m_row.takeKey(m_key);
+    }
     CKeyKeeper(CKeyKeeper const &) = delete;
     CKeyKeeper & operator=(CKeyKeeper const &) = delete;
 
-    // False if the row showed another key.
-    bool restore()
+    // Whether a row that was read whole still shows its key.
+    bool kept()
     {
-        if (CKeyBits<K>(m_row.rowKey()) == CKeyBits<K>(m_key))
-            return true;
-        m_row.takeKey(m_key);
-        return false;
+        m_kept = CKeyBits<K>(m_row.rowKey()) == CKeyBits<K>(m_key);
+        return m_kept;
     }
 
 private:
     T & m_row;
     K const & m_key;
+    bool m_kept = false;
 };
 
 template <class T, class K, class H>
@@ -241,7 +247,7 @@ void CHashedContainerStat<T, K, H>::doUnpackValue(ktools::CMemoryBuffer & buffer
             refuse(badRowId);
         CKeyKeeper<T, K> keeper(*row, key);
         row->unpackValue(buffer);
-        if (!keeper.restore())
+        if (!keeper.kept())
             refuse(badRowKey);
         renew(row);
     }

@@ -10,7 +10,7 @@ namespace KetStats {
 // id 1 is the tree's root, so that the nodes mirror the identifiers with every component of them. A node
 // without children is a selected statistic, with everything below it; a node with children only leads to
 // some.
-struct CStatTreeNode
+struct KETSTATS_API CStatTreeNode
 {
     std::map<unsigned short, CStatTreeNode *> children; // owned, ascending by id
     unsigned short id = 0;

@@ -1,5 +1,3 @@
-#include "ketstats/snapshot/StatTreeNode.h"
-
 #include "tests/snapshot/Clock.h"
 #include "tests/snapshot/Snapshots.h"
 
@@ -324,60 +322,6 @@ TEST(Selection, RefusesRowsOfTables)
     test::fillEveryGroup(visible(snapshot));
     ASSERT_NE(snapshot.getStat("1.5.1"), nullptr);
     EXPECT_EQ(raisedBySelection([&] { snapshot.addOid("1.5.1"); }), test::noSuchStatistic);
-}
-
-// ---- nodes ----
-
-TEST(SelectionTree, WholeTreeIsOneLeafAtTheStart)
-{
-    test::Live tree;
-    CStatTreeNode root;
-    root.insertOid("1", *tree);
-
-    EXPECT_EQ(root.id, 0);
-    EXPECT_LT(root.statPointer.offset, 0);
-    ASSERT_EQ(root.children.size(), 1U);
-    CStatTreeNode const & leaf = *root.children.at(1);
-    EXPECT_EQ(leaf.id, 1);
-    EXPECT_EQ(leaf.statPointer.offset, 0);
-    EXPECT_TRUE(leaf.changed);
-    EXPECT_TRUE(leaf.children.empty());
-    root.destroyChildren();
-    EXPECT_TRUE(root.children.empty());
-}
-
-TEST(SelectionTree, EveryComponentHasItsNode)
-{
-    test::Live tree;
-    CStatTreeNode root;
-    root.insertOid("1.4.1.3", *tree);
-    root.insertOid("1.4.1.2", *tree);
-
-    CStatTreeNode const & group = *root.children.at(1)->children.at(4);
-    EXPECT_EQ(&(*tree)[group.statPointer], &tree->frameTables);
-    CStatTreeNode const & types = *group.children.at(1);
-    ASSERT_EQ(types.children.size(), 2U);
-    EXPECT_EQ(&(*tree)[types.children.at(3)->statPointer], &tree->frameTables.frameTypes.unicast);
-    EXPECT_EQ(&(*tree)[types.children.at(2)->statPointer], &tree->frameTables.frameTypes.multicast);
-
-    root.eraseOid("1.4.1.3");
-    root.eraseOid("1.4.1.2");
-    EXPECT_TRUE(types.children.empty()) << "and the node stays";
-    root.destroyChildren();
-}
-
-TEST(SelectionTree, RefusedComponentStaysLinkedWithoutAPosition)
-{
-    test::Live tree;
-    CStatTreeNode root;
-    EXPECT_EQ(raisedBySelection([&] { root.insertOid("1.4.9.1", *tree); }), test::noSuchStatistic);
-
-    CStatTreeNode const & group = *root.children.at(1)->children.at(4);
-    EXPECT_GT(group.statPointer.offset, 0);
-    ASSERT_EQ(group.children.size(), 1U);
-    EXPECT_LT(group.children.at(9)->statPointer.offset, 0);
-    EXPECT_TRUE(group.children.at(9)->children.empty()) << "nothing behind it was made";
-    root.destroyChildren();
 }
 
 // ---- what clients read ----

@@ -1,0 +1,288 @@
+#pragma once
+
+#include "ketstats/ketstats.h"
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <set>
+#include <span>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+// What must hold for the reading of any bytes as a packed snapshot. The fuzz target and the tests share it. A
+// read or write out of bounds, and a leak, are for the sanitizers to find.
+namespace fuzz {
+
+using Stream = std::vector<unsigned char>;
+
+// A row as a reader sees it: its id, its key, and every column that isn't a table, packed.
+struct Row
+{
+    unsigned int id = 0;
+    std::string key;
+    std::string columns;
+
+    friend bool operator==(Row const &, Row const &) = default;
+};
+
+inline std::string text(ktools::CMemoryBuffer const & buffer)
+{
+    return {buffer.data, buffer.data + buffer.size};
+}
+
+template <class Key>
+std::string keyText(Key const & key)
+{
+    ktools::CMemoryBuffer buffer;
+    key.packValue(buffer);
+    return text(buffer);
+}
+
+template <class T>
+Row rowOf(T & row)
+{
+    ktools::CMemoryBuffer columns;
+    for (unsigned int index = 0; index < row.getChildrenCount(); ++index)
+        if (KetStats::CBaseStat * const column = row.getChild(index);
+            !dynamic_cast<KetStats::CBaseHashedContainerStat const *>(column))
+            column->packValue(columns, false);
+    return {row.getId(), keyText(row.rowKey()), text(columns)};
+}
+
+// Hands every table of a tree to `visit`, with the table of the same place in another tree.
+template <class Visit>
+void forEachTable(KetStats::CAgentStatistic & tree, KetStats::CAgentStatistic & other, Visit && visit)
+{
+    visit("Network stations", tree.stations, other.stations);
+    visit("Network protocols", tree.protocols, other.protocols);
+    visit("MAC traffic", tree.macConnections, other.macConnections);
+    visit("IP traffic", tree.ipConnections, other.ipConnections);
+    visit("ARP connections", tree.arpTable, other.arpTable);
+    visit("IP subprotocols", tree.ipSubprotocols, other.ipSubprotocols);
+    visit("TCP ports", tree.ipPorts.tcpPorts, other.ipPorts.tcpPorts);
+    visit("UDP ports", tree.ipPorts.udpPorts, other.ipPorts.udpPorts);
+}
+
+// Tells how a table fails to hold together; empty if it does.
+template <class Table>
+std::string brokenTable(Table & table)
+{
+    std::set<std::string> keys;
+    unsigned int rows = 0;
+    for (unsigned int id = table.getOldestId(); id != 0; id = table.getNextNewerId(id)) {
+        if (id > table.getLimit() || ++rows > table.getLimit())
+            return "more rows or higher ids than the limit";
+        auto * const row = table.getChildById(id);
+        if (!row || row->getId() != id)
+            return "a row isn't where its id says";
+        if (!keys.insert(keyText(row->rowKey())).second)
+            return "two rows with one key";
+        if (table.find(row->rowKey()) != row)
+            return "a row isn't found by its key";
+        if constexpr (requires { row->source; }) {
+            if (keyText(row->source.get()) + keyText(row->destination.get()) != keyText(row->rowKey()))
+                return "a row shows another key than its own";
+        }
+        if constexpr (requires { row->tcpPorts; }) {
+            for (std::string broken : {brokenTable(row->tcpPorts), brokenTable(row->udpPorts)})
+                if (!broken.empty())
+                    return broken + ", of a station";
+        }
+    }
+    if (rows != table.size())
+        return "the number of rows isn't theirs";
+    if (auto const * const summary = table.getSummaryStat();
+        summary && table.getChildById(summary->getId()) != summary)
+        return "the summary row is none of the rows";
+    return {};
+}
+
+inline std::string brokenTree(KetStats::CAgentStatistic & tree)
+{
+    std::string result;
+    forEachTable(tree, tree, [&](char const * name, auto & table, auto &) {
+        std::string const broken = brokenTable(table);
+        if (!broken.empty() && result.empty())
+            result = std::string(name) + ": " + broken;
+    });
+    return result;
+}
+
+// Tells where the rows of `table` that have ids of `sender` are not the sender's rows, in their order; empty
+// if they are. The number of other rows is added to `others`.
+template <class Table>
+std::string difference(Table & table, Table & sender, unsigned int & others)
+{
+    unsigned int expected = sender.getOldestId();
+    for (unsigned int id = table.getOldestId(); id != 0; id = table.getNextNewerId(id)) {
+        if (!sender.getChildById(id)) {
+            ++others;
+            continue;
+        }
+        if (id != expected)
+            return "id " + std::to_string(id) + " stands where " + std::to_string(expected) + " should";
+        auto * const mine = table.getChildById(id);
+        auto * const theirs = sender.getChildById(id);
+        if (!(rowOf(*mine) == rowOf(*theirs)))
+            return "row " + std::to_string(id) + " differs";
+        if constexpr (requires { mine->tcpPorts; }) {
+            for (std::string differs : {difference(mine->tcpPorts, theirs->tcpPorts, others),
+                                        difference(mine->udpPorts, theirs->udpPorts, others)})
+                if (!differs.empty())
+                    return differs + ", of the station of row " + std::to_string(id);
+        }
+        expected = sender.getNextNewerId(id);
+    }
+    return expected == 0 ? std::string() : "row " + std::to_string(expected) + " is missing";
+}
+
+// The same for whole trees: their groups of fixed shape are equal and their tables follow the sender's.
+inline std::string difference(KetStats::CAgentStatistic & tree, KetStats::CAgentStatistic & sender)
+{
+    for (unsigned int index = 0; index < 4; ++index) {
+        ktools::CMemoryBuffer mine;
+        ktools::CMemoryBuffer theirs;
+        tree.getChild(index)->packValue(mine, false);
+        sender.getChild(index)->packValue(theirs, false);
+        if (text(mine) != text(theirs))
+            return "group " + std::to_string(index + 1) + " differs";
+    }
+    std::string result;
+    unsigned int others = 0;
+    forEachTable(tree, sender, [&](char const * name, auto & mine, auto & theirs) {
+        std::string const differs = difference(mine, theirs, others);
+        if (!differs.empty() && result.empty())
+            result = std::string(name) + ": " + differs;
+    });
+    return result;
+}
+
+inline KetStats::CAgentStatistic & treeOf(KetStats::CStatSnapshot & snapshot)
+{
+    return static_cast<KetStats::CAgentStatistic &>(*snapshot.getStat(KetStats::COid("1")));
+}
+
+// Reads a stream. True at a clean end, false if it was refused; any other exception is a failure of its own.
+inline bool reads(KetStats::CStatSnapshot & snapshot, Stream const & stream)
+{
+    // A block of exactly its size, so that a read behind its end is seen.
+    auto const exact = std::make_unique<unsigned char[]>(stream.size());
+    std::copy(stream.begin(), stream.end(), exact.get());
+    ktools::CMemoryBuffer buffer(0, false);
+    buffer.data = exact.get();
+    buffer.size = buffer.capacity = static_cast<int>(stream.size());
+    buffer.ownsData = false;
+    try {
+        snapshot.unpack(buffer);
+        return true;
+    } catch (ktools::CMemoryBuffer::CException * refused) {
+        delete refused;
+        return false;
+    }
+}
+
+// Two receivers that damaged bytes are tried on, one empty and one that holds much already. They are made
+// once, and cleared for each try.
+class CUnpacking
+{
+public:
+    CUnpacking()
+    {
+        fill(*m_sender, 0x10);
+        m_valid = packed(*m_sender);
+        // Other keys under the same ids, and some of the same keys under other ids.
+        auto const other = std::make_unique<KetStats::CAgentStatistic>();
+        fill(*other, 0x12);
+        m_before = packed(*other);
+    }
+
+    // Empty if all is well, otherwise what should have held.
+    std::string check(Stream const & stream)
+    {
+        for (bool const filled : {false, true}) {
+            m_receiver.reset();
+            if (filled && !reads(m_receiver, m_before))
+                return "a valid snapshot can be read";
+            static_cast<void>(reads(m_receiver, stream));
+            std::string broken = checkReceiver();
+            if (!broken.empty())
+                return broken + (filled ? ", in a filled receiver" : ", in an empty receiver");
+        }
+        return {};
+    }
+
+    // A packed tree with rows in every table.
+    Stream const & valid() const { return m_valid; }
+
+private:
+    std::string checkReceiver()
+    {
+        KetStats::CAgentStatistic & tree = treeOf(m_receiver);
+        if (std::string broken = brokenTree(tree); !broken.empty())
+            return broken;
+        m_receiver.calculatePercentStats();
+        if (!reads(m_receiver, m_valid))
+            return "a valid snapshot can be read behind a damaged one";
+        if (std::string broken = brokenTree(tree); !broken.empty())
+            return broken + ", after a valid snapshot";
+        if (std::string differs = difference(tree, *m_sender); !differs.empty())
+            return "a valid snapshot is what the receiver holds then: " + differs;
+        return {};
+    }
+
+    // A whole tree behind the path of the selection "1".
+    static Stream packed(KetStats::CAgentStatistic & tree)
+    {
+        ktools::CMemoryBuffer buffer;
+        buffer.Write("\1\0", 2);
+        tree.packValue(buffer, false);
+        buffer.Write("\0\0", 2);
+        return {buffer.data, buffer.data + buffer.size};
+    }
+
+    template <class Table>
+    static void addRows(Table & table, unsigned int first)
+    {
+        using Key = std::remove_cvref_t<decltype(table.getOldest()->rowKey())>;
+        for (unsigned int number = first; number < first + 4; ++number) {
+            unsigned char bytes[16];
+            for (unsigned char & byte : bytes)
+                byte = static_cast<unsigned char>(number);
+            ktools::CMemoryBuffer buffer(bytes, sizeof bytes);
+            Key key{};
+            key.unpackValue(buffer);
+            auto * const row = table[key];
+            if constexpr (requires { row->framesTransmitted; }) {
+                row->framesTransmitted = number;
+                row->dataTransmitted = number * 100LL;
+            }
+            if constexpr (requires { row->tcpPorts; }) {
+                row->vlanId = std::to_string(number);
+                addRows(row->tcpPorts, number);
+                addRows(row->udpPorts, number);
+            }
+        }
+    }
+
+    static void fill(KetStats::CAgentStatistic & tree, unsigned int first)
+    {
+        tree.globalStatistics.transmittedFrames = first;
+        forEachTable(tree, tree, [first](char const *, auto & table, auto &) { addRows(table, first); });
+    }
+
+    KetStats::CStatSnapshot m_receiver;
+    std::unique_ptr<KetStats::CAgentStatistic> m_sender = std::make_unique<KetStats::CAgentStatistic>();
+    Stream m_valid;
+    Stream m_before;
+};
+
+// Empty if all is well, otherwise what should have held.
+inline std::string checkUnpack(std::span<unsigned char const> input)
+{
+    static CUnpacking unpacking;
+    return unpacking.check({input.begin(), input.end()});
+}
+
+} // namespace fuzz

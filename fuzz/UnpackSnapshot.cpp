@@ -1,0 +1,15 @@
+#include "fuzz/UnpackCheck.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+// The input is a packed snapshot.
+extern "C" int LLVMFuzzerTestOneInput(unsigned char const * data, std::size_t size)
+{
+    std::string const broken = fuzz::checkUnpack({data, size});
+    if (!broken.empty()) {
+        std::fprintf(stderr, "%s\n", broken.c_str());
+        std::abort();
+    }
+    return 0;
+}
