@@ -36,8 +36,8 @@ T * CHashedContainerStat<T, K, H>::create(K const & key)
             index = getFreeIdx();
         if (index == limit)
             return nullptr;
-        // Deleting only turns a used slot into a deleted one, so the slot is still good, unless a handler made a
-        // row of its own there.
+        // Deleting only turns a used slot into a deleted one, so the slot is still good, unless a handler
+        // made a row of its own there.
         if (!table.isEmpty(slot)) {
             slot = table.find(key);
             if (slot == table.maxSize())
