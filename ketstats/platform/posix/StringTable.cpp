@@ -15,7 +15,7 @@ struct Entry
 
 constexpr Entry table[] = {
 #define STRING(ID, TEXT) {ID, TEXT},
-#include "ketstats/text/Strings.def"
+#include "ketstats/platform/Strings.def"
 #undef STRING
 };
 
