@@ -110,36 +110,64 @@ inline std::string brokenTree(KetStats::CAgentStatistic & tree)
     return result;
 }
 
-// Tells where the rows of `table` that have ids of `sender` are not the sender's rows, in their order; empty
-// if they are. The number of other rows is added to `others`.
+// Tells where the rows of `table` that have ids of `sender` are not the sender's rows; empty if they are. The
+// number of other rows is added to `others`. Tables of stations are compared by differenceOfPorts.
 template <class Table>
-std::string difference(Table & table, Table & sender, unsigned int & others)
+std::string difference(Table & table, Table & sender, unsigned int & others, bool inOrder)
 {
     unsigned int expected = sender.getOldestId();
     for (unsigned int id = table.getOldestId(); id != 0; id = table.getNextNewerId(id)) {
-        if (!sender.getChildById(id)) {
+        auto * const mine = table.getChildById(id);
+        auto * const theirs = sender.getChildById(id);
+        if (!theirs) {
             ++others;
             continue;
         }
-        if (id != expected)
+        if (inOrder && id != expected)
             return "id " + std::to_string(id) + " stands where " + std::to_string(expected) + " should";
-        auto * const mine = table.getChildById(id);
-        auto * const theirs = sender.getChildById(id);
         if (!(rowOf(*mine) == rowOf(*theirs)))
             return "row " + std::to_string(id) + " differs";
-        if constexpr (requires { mine->tcpPorts; }) {
-            for (std::string differs : {difference(mine->tcpPorts, theirs->tcpPorts, others),
-                                        difference(mine->udpPorts, theirs->udpPorts, others)})
-                if (!differs.empty())
-                    return differs + ", of the station of row " + std::to_string(id);
-        }
         expected = sender.getNextNewerId(id);
     }
-    return expected == 0 ? std::string() : "row " + std::to_string(expected) + " is missing";
+    for (unsigned int id = sender.getOldestId(); id != 0; id = sender.getNextNewerId(id))
+        if (!table.getChildById(id))
+            return "row " + std::to_string(id) + " is missing";
+    return {};
 }
 
-// The same for whole trees: their groups of fixed shape are equal and their tables follow the sender's.
-inline std::string difference(KetStats::CAgentStatistic & tree, KetStats::CAgentStatistic & sender)
+// The same for the tables of the stations of two trees. Rows that a station lost when it went and came back
+// stay in them, so there can be others.
+inline std::string differenceOfPorts(KetStats::CAgentStatistic & tree, KetStats::CAgentStatistic & sender,
+                                     bool inOrder)
+{
+    unsigned int others = 0;
+    auto & stations = sender.stations;
+    for (unsigned int id = stations.getOldestId(); id != 0; id = stations.getNextNewerId(id)) {
+        auto * const mine = tree.stations.getChildById(id);
+        auto * const theirs = stations.getChildById(id);
+        for (std::string differs : {difference(mine->tcpPorts, theirs->tcpPorts, others, inOrder),
+                                    difference(mine->udpPorts, theirs->udpPorts, others, inOrder)})
+            if (!differs.empty())
+                return "ports of station " + std::to_string(id) + ": " + differs;
+    }
+    return {};
+}
+
+// The same for all tables, with the number of other rows in those that aren't a station's.
+inline std::string differenceOfTables(KetStats::CAgentStatistic & tree, KetStats::CAgentStatistic & sender,
+                                      unsigned int & others, bool portsInOrder)
+{
+    std::string result;
+    forEachTable(tree, sender, [&](char const * name, auto & mine, auto & theirs) {
+        std::string const differs = difference(mine, theirs, others, true);
+        if (!differs.empty() && result.empty())
+            result = std::string(name) + ": " + differs;
+    });
+    return result.empty() ? differenceOfPorts(tree, sender, portsInOrder) : result;
+}
+
+// Tells in which of the groups of fixed shape two trees differ; empty for none.
+inline std::string differenceOfGroups(KetStats::CAgentStatistic & tree, KetStats::CAgentStatistic & sender)
 {
     for (unsigned int index = 0; index < 4; ++index) {
         ktools::CMemoryBuffer mine;
@@ -149,14 +177,7 @@ inline std::string difference(KetStats::CAgentStatistic & tree, KetStats::CAgent
         if (text(mine) != text(theirs))
             return "group " + std::to_string(index + 1) + " differs";
     }
-    std::string result;
-    unsigned int others = 0;
-    forEachTable(tree, sender, [&](char const * name, auto & mine, auto & theirs) {
-        std::string const differs = difference(mine, theirs, others);
-        if (!differs.empty() && result.empty())
-            result = std::string(name) + ": " + differs;
-    });
-    return result;
+    return {};
 }
 
 inline KetStats::CAgentStatistic & treeOf(KetStats::CStatSnapshot & snapshot)
@@ -227,8 +248,11 @@ private:
             return "a valid snapshot can be read behind a damaged one";
         if (std::string broken = brokenTree(tree); !broken.empty())
             return broken + ", after a valid snapshot";
-        if (std::string differs = difference(tree, *m_sender); !differs.empty())
-            return "a valid snapshot is what the receiver holds then: " + differs;
+        unsigned int others = 0;
+        for (std::string differs : {differenceOfGroups(tree, *m_sender),
+                                    differenceOfTables(tree, *m_sender, others, true)})
+            if (!differs.empty())
+                return "a valid snapshot is what the receiver holds then: " + differs;
         return {};
     }
 

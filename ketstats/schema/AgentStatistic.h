@@ -13,7 +13,7 @@ namespace KetStats {
 //
 // All children are members, by value; a table column tells its row class, its name and its limit of rows.
 // Building a root takes all the fixed memory of a tree, once.
-class KETSTATS_API CAgentStatistic : public schema::CUnfilteredContainerStat
+class KETSTATS_API CAgentStatistic final : public schema::CUnfilteredContainerStat
 {
 public:
     class KETSTATS_TYPE CException : public ktools::CException
