@@ -25,6 +25,9 @@ public:
     // Fetches the next frame; false at the end. Throws CFailure if the input can't be read on.
     virtual bool next(CCapturedFrame & frame) = 0;
 
+    // Has `next` yield false soon, even while it waits for a frame. Any thread may call it.
+    virtual void stop() {}
+
     // How much of the input was read so far and how much there is, in bytes; both 0 if that can't be told.
     virtual std::uint64_t position() const { return 0; }
     virtual std::uint64_t size() const { return 0; }

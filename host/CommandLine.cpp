@@ -1,8 +1,11 @@
 #include "host/CommandLine.h"
 
+#include "host/AgentCommand.h"
 #include "host/BenchCommand.h"
+#include "host/ConsoleCommand.h"
 #include "host/Failure.h"
 #include "host/ReadCommand.h"
+#include "host/ShowCommand.h"
 
 #include <fmt/core.h>
 
@@ -28,6 +31,9 @@ int runCommands(int argc, char const * const * argv)
     app.footer("'ketmon COMMAND --help' tells the options of a command.\n"
                "Exit: 0 success, 1 failure while running, 2 bad usage or unreadable input.");
     addReadCommand(app);
+    addShowCommand(app);
+    addAgentCommand(app);
+    addConsoleCommand(app);
     addBenchCommand(app);
 
     try {

@@ -1,6 +1,7 @@
 #include "host/PcapFile.h"
 
 #include "host/Failure.h"
+#include "host/PcapTime.h"
 
 #include <fmt/core.h>
 #include <pcap/pcap.h>
@@ -8,14 +9,6 @@
 #include <filesystem>
 
 namespace ketmon {
-
-namespace {
-
-constexpr long long ticksPerSecond = 10000000;
-constexpr long long nanosecondsPerTick = 100;
-constexpr long long ticksTo1970 = 116444736000000000;
-
-} // namespace
 
 void CPcapFile::CCloser::operator()(pcap * handle) const
 {
@@ -67,9 +60,7 @@ bool CPcapFile::next(CCapturedFrame & frame)
     frame.data = data;
     frame.capturedLength = header->caplen;
     frame.length = header->len;
-    // With the precision asked for, the field for microseconds holds nanoseconds.
-    frame.ticks = ticksTo1970 + static_cast<long long>(header->ts.tv_sec) * ticksPerSecond +
-                  static_cast<long long>(header->ts.tv_usec) / nanosecondsPerTick;
+    frame.ticks = ticksOfNanoStamp(header->ts);
     return true;
 }
 

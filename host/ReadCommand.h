@@ -1,23 +1,23 @@
 #pragma once
 
+#include "host/AnalysisOptions.h"
+#include "host/Recording.h"
+#include "host/Report.h"
+
 #include <CLI/CLI.hpp>
 
 #include <string>
-#include <vector>
 
 namespace ketmon {
 
-// `ketmon read FILE`: counts a capture file and prints what was counted.
+// `ketmon read FILE`: counts a capture file and prints what a console would show of it.
 struct CReadOptions
 {
     std::string file;
-    bool json = false;
     bool quiet = false;
-    std::vector<std::string> enable;
-    std::string tcpPorts;
-    std::string udpPorts;
-    long linkSpeed = 0;
-    unsigned int top = 20;
+    CAnalysisOptions analysis;
+    CReportOptions report;
+    CRecordingOptions recording;
 };
 
 void addReadCommand(CLI::App & app);

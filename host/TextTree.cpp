@@ -140,6 +140,15 @@ std::string toText(CBaseStat const & stat, unsigned int top)
     if (description.getStatType() == CStatDescription::stDynamicArray)
         return tableToText(stat, top) + '\n';
 
+    if (isLeaf(description)) {
+        CTextTable table;
+        table.addColumn("", CTextTable::left);
+        table.addColumn("", CTextTable::right);
+        table.addColumn("", CTextTable::left);
+        table.addRow({description.getStringDescription(), valueOf(stat), unitOf(description)});
+        return table.toString("") + '\n';
+    }
+
     // A group that only holds groups needs no heading of its own.
     std::string const leaves = leavesToText(stat);
     std::string text = leaves.empty() ? "" : description.getStringDescription() + '\n' + leaves + '\n';

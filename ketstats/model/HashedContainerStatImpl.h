@@ -40,10 +40,10 @@ T * CHashedContainerStat<T, K, H>::create(K const & key)
         // made a row of its own there.
         if (!table.isEmpty(slot)) {
             slot = table.find(key);
-            if (slot == table.maxSize())
-                return nullptr;
-            if (!table.isEmpty(slot))
-                return &table[slot];
+            if (slot == table.maxSize() || !table.isEmpty(slot)) {
+                freeIdx = index;
+                return slot == table.maxSize() ? nullptr : &table[slot];
+            }
         }
     }
     T * const row = table.alloc(slot, this, static_cast<unsigned short>(index + 1), key);

@@ -252,7 +252,8 @@ TEST(Program, HelpsAndTellsItsVersion)
 
     Outcome const readHelp = ketmon({"read", "--help"});
     EXPECT_EQ(readHelp.exitCode, 0);
-    for (char const * const option : {"--json", "--enable", "--link-speed", "Usage: ketmon read"})
+    for (char const * const option :
+         {"--json", "--enable", "--link-speed", "--save-snapshot", "Usage: ketmon read"})
         EXPECT_THAT(readHelp.output, HasSubstr(option));
 
     Outcome const version = ketmon({"--version"});

@@ -18,9 +18,15 @@ HERE = pathlib.Path(__file__).resolve().parent
 
 # With which options a file is counted: all with none, and some with wide port ranges or few groups too.
 WIDE = ["--tcp-ports", "0-65535", "--udp-ports", "0-65535"]
+SPEED = ["--link-speed", "100000000"]
 VARIANTS = {
     "wide-ports": [[], WIDE, ["--tcp-ports", "80-80", "--udp-ports", "1025-65535"]],
-    "internet-mixed": [[], WIDE, ["--enable", "1.5"], ["--enable", "1.7", "--enable", "1.8"], ["--enable", "none"]],
+    "internet-mixed": [[], WIDE, ["--enable", "1.5"], ["--enable", "1.7", "--enable", "1.8"], ["--enable", "none"],
+                       SPEED],
+    "offload-directory": [[], SPEED],
+    "nanosecond-big-endian": [[], ["--link-speed", "1000000007"]],
+    "empty": [[], SPEED],
+    "jumbo-ssh": [[], ["--link-speed", "7"], ["--link-speed", "99999999999"]],
     "flood": [[], ["--enable", "1.6", "--enable", "1.8"]],
 }
 

@@ -6,18 +6,20 @@ one short function a step, no shortcuts for speed, and nothing in common with
 the library but the numbers that must come out.
 
     count.py FILE [--tcp-ports LOW-HIGH] [--udp-ports LOW-HIGH] [--enable OID]...
+             [--link-speed BITS]
 
 FILE is a classic pcap file (either byte order, microseconds or nanoseconds) or
 a pcapng file, link type Ethernet. On stdout comes one JSON object,
-{"frames": N, "statistics": {...}}, with every group of the live tree. What the
-live tree leaves to its readers (sample number, utilisations, percentages,
-average sizes) and what only a driver or a filter knows is 0.
+{"frames": N, "statistics": {...}}, with every group of the tree as a console
+shows it after one sample that spans the capture. What only a driver or a
+filter knows is 0; what isn't finite is null.
 
 Exit code 2, with one line on stderr, if FILE can't be read to its end.
 """
 
 import argparse
 import json
+import math
 import struct
 import sys
 from collections import OrderedDict, namedtuple
@@ -48,9 +50,10 @@ class Frame:
     field can be asked for, whatever the frame holds.
     """
 
-    def __init__(self, captured, wire_length):
+    def __init__(self, captured, wire_length, ticks):
         self.captured = captured
         self.wire_length = wire_length
+        self.ticks = ticks  # when it came, in units of 100 ns
 
     def bytes(self, offset, count):
         return self.captured[offset:offset + count].ljust(count, b"\0")
@@ -455,6 +458,69 @@ class Counter:
             table.create_if_new(ip, mac)
 
 
+# ---------------------------------------------------------------- the sample
+
+LEAST_TIME = 10 * 10000  # ticks: a sample is never taken earlier after the zero point
+TICKS_PER_MILLISECOND = 10000
+
+
+def derive(tree, link_speed, start, end):
+    """Fills in what one sample of the whole capture and its reader work out.
+
+    The doubles must come out to the last bit, so the order of multiplying and
+    dividing matters.
+    """
+    derive_global(tree["Global statistics"], link_speed, start, max(end, start + LEAST_TIME))
+    frames = tree["Global statistics"]["Global transmitted frames"]
+    # Nothing was lost; a capture that saw nothing has the accuracy 0.
+    tree["Global errors"]["Accuracy"] = 100.0 if frames else 0.0
+    if frames == 0:
+        return
+
+    base = float(frames)
+    for table in tree["Frame tables"].values():
+        for row in table.values():
+            row["Percentage"] = stored_percentage(row["Frames"] * 100.0 / base)
+    for row in tree["Network stations"].rows.values():
+        both = (row["Frames transmitted"] + row["Frames received"]) & 0xFFFFFFFF
+        row["Percentage"] = stored_percentage(both * 100.0 / base)
+    for row in tree["Network protocols"].rows.values():
+        # Divided first, unlike the others.
+        row["Percentage"] = stored_percentage(row["Frames transmitted"] / base * 100.0)
+        row["Average frame size"] = average_size(row)
+    for name in ("MAC traffic", "IP traffic"):
+        for row in tree[name].rows.values():
+            row["Percentage"] = stored_percentage(row["Frames transmitted"] * 100.0 / base)
+            row["Average frame size"] = average_size(row)
+
+
+def derive_global(group, link_speed, start, end):
+    """Utilisation as a fraction of the link; the clock tells whole milliseconds."""
+    milliseconds = end // TICKS_PER_MILLISECOND - start // TICKS_PER_MILLISECOND
+    seconds = float(milliseconds * TICKS_PER_MILLISECOND) * 1e-07
+    data = float(group["Global transmitted data"])
+    group["Sample number"] = 1
+    if link_speed:
+        utilisation = data / float(link_speed) / seconds
+    else:
+        utilisation = None  # a division by 0
+    for name in ("Current", "Average", "Peak"):
+        group[name + " network utilisation"] = utilisation
+
+
+def stored_percentage(value):
+    """A percentage that doesn't differ by a hundredth from the 0 it replaces stays 0."""
+    return value if math.trunc(value * 100.0) != 0 else 0.0
+
+
+def average_size(row):
+    frames, data = row["Frames transmitted"], row["Data transmitted"]
+    if frames == 0:
+        return 0
+    size = abs(data) // frames
+    return (size if data >= 0 else -size) & 0xFFFFFFFF
+
+
 def plain(node):
     """The tree as JSON takes it: tables become arrays, oldest row first."""
     if isinstance(node, Table):
@@ -489,17 +555,17 @@ class Reader:
 
 
 PCAP_MAGICS = {
-    b"\xd4\xc3\xb2\xa1": "<",  # microseconds
-    b"\xa1\xb2\xc3\xd4": ">",
-    b"\x4d\x3c\xb2\xa1": "<",  # nanoseconds
-    b"\xa1\xb2\x3c\x4d": ">",
+    b"\xd4\xc3\xb2\xa1": ("<", False),
+    b"\xa1\xb2\xc3\xd4": (">", False),
+    b"\x4d\x3c\xb2\xa1": ("<", True),  # nanoseconds
+    b"\xa1\xb2\x3c\x4d": (">", True),
 }
 SECTION_MAGIC = b"\x0a\x0d\x0d\x0a"  # reads the same in both byte orders
 
 
 def read_frames(data):
     if data[:4] in PCAP_MAGICS:
-        return read_pcap(Reader(data), PCAP_MAGICS[data[:4]])
+        return read_pcap(Reader(data), *PCAP_MAGICS[data[:4]])
     if data[:4] == SECTION_MAGIC:
         return read_pcapng(Reader(data))
     raise CaptureError("not a capture file")
@@ -510,12 +576,37 @@ def require_ethernet(link_type):
         raise CaptureError("link type %d isn't Ethernet" % link_type)
 
 
-def read_pcap(reader, order):
+def read_pcap(reader, order, nanoseconds):
     _, _, _, _, _, _, link_type = reader.unpack(order + "IHHiIII")
     require_ethernet(link_type & 0xFFFF)
     while not reader.at_end():
-        _, _, captured_length, wire_length = reader.unpack(order + "IIII")
-        yield Frame(reader.take(captured_length), wire_length)
+        seconds, fraction, captured_length, wire_length = reader.unpack(order + "iIII")
+        ticks = seconds * 10**7 + (fraction // 100 if nanoseconds else fraction * 10)
+        yield Frame(reader.take(captured_length), wire_length, ticks)
+
+
+class Interface(namedtuple("Interface", "snap_length units_per_second offset_seconds")):
+    def ticks(self, high, low):
+        stamp = high << 32 | low
+        return self.offset_seconds * 10**7 + stamp * 10**7 // self.units_per_second
+
+
+STAMP_RESOLUTION, STAMP_OFFSET = 9, 14
+
+
+def stamp_options(body, order):
+    """The units of a stamp in a second, and the seconds to add."""
+    units, offset = 10**6, 0
+    while not body.at_end():
+        code, length = body.unpack(order + "HH")
+        value = body.take((length + 3) & ~3)[:length]
+        if code == 0:
+            break
+        if code == STAMP_RESOLUTION:
+            units = 2 ** (value[0] & 0x7F) if value[0] & 0x80 else 10 ** value[0]
+        elif code == STAMP_OFFSET:
+            offset, = struct.unpack(order + "q", value)
+    return units, offset
 
 
 SECTION_HEADER, INTERFACE, PACKET, SIMPLE_PACKET, ENHANCED_PACKET = 0x0A0D0D0A, 1, 2, 3, 6
@@ -523,13 +614,13 @@ SECTION_HEADER, INTERFACE, PACKET, SIMPLE_PACKET, ENHANCED_PACKET = 0x0A0D0D0A, 
 
 def read_pcapng(reader):
     order = None
-    snap_lengths = []
+    interfaces = []
     while not reader.at_end():
         start = reader.take(8)
         if start[:4] == SECTION_MAGIC:
             order = section_order(reader.take(4))
             reader.position -= 4
-            snap_lengths = []  # interfaces belong to their section
+            interfaces = []  # interfaces belong to their section
         kind, total = struct.unpack(order + "II", start)
         if total < 12 or total % 4:
             raise CaptureError("a block has the length %d" % total)
@@ -540,21 +631,22 @@ def read_pcapng(reader):
         if kind == INTERFACE:
             link_type, _, snap_length = body.unpack(order + "HHI")
             require_ethernet(link_type)
-            snap_lengths.append(snap_length)
+            interfaces.append(Interface(snap_length, *stamp_options(body, order)))
         elif kind == ENHANCED_PACKET:
-            interface, _, _, captured_length, wire_length = body.unpack(order + "IIIII")
-            require_interface(interface, snap_lengths)
-            yield Frame(body.take(captured_length), wire_length)
+            interface, high, low, captured_length, wire_length = body.unpack(order + "IIIII")
+            require_interface(interface, interfaces)
+            yield Frame(body.take(captured_length), wire_length, interfaces[interface].ticks(high, low))
         elif kind == PACKET:
-            interface, _, _, _, captured_length, wire_length = body.unpack(order + "HHIIII")
-            require_interface(interface, snap_lengths)
-            yield Frame(body.take(captured_length), wire_length)
+            interface, _, high, low, captured_length, wire_length = body.unpack(order + "HHIIII")
+            require_interface(interface, interfaces)
+            yield Frame(body.take(captured_length), wire_length, interfaces[interface].ticks(high, low))
         elif kind == SIMPLE_PACKET:
             wire_length, = body.unpack(order + "I")
-            require_interface(0, snap_lengths)
+            require_interface(0, interfaces)
             # No captured length is written: it is the wire length, cut to the
             # snap length, of which 0 means none.
-            yield Frame(body.take(min(wire_length, snap_lengths[0] or wire_length)), wire_length)
+            length = min(wire_length, interfaces[0].snap_length or wire_length)
+            yield Frame(body.take(length), wire_length, 0)  # it has no stamp either
 
 
 def section_order(magic):
@@ -564,8 +656,8 @@ def section_order(magic):
     raise CaptureError("a section has no byte order")
 
 
-def require_interface(number, snap_lengths):
-    if number >= len(snap_lengths):
+def require_interface(number, interfaces):
+    if number >= len(interfaces):
         raise CaptureError("a frame names an interface that isn't there")
 
 
@@ -587,6 +679,7 @@ def parse_arguments():
     parser.add_argument("--enable", action="append", metavar="OID",
                         choices=["1.%d" % group for group in range(1, 10)] + ["none"],
                         help="1.1 to 1.9, may be repeated, or none; all by default")
+    parser.add_argument("--link-speed", type=int, default=0, metavar="BITS")
     arguments = parser.parse_args()
     if arguments.enable is None:
         arguments.enabled = set(range(1, 10))
@@ -601,11 +694,15 @@ def main():
     try:
         with open(arguments.file, "rb") as file:
             data = file.read()
+        start = end = 0
         for frame in read_frames(data):
+            start, end = start if counter.frames else frame.ticks, frame.ticks
             counter.count(frame)
     except (OSError, CaptureError) as error:
         print("count.py: %s: %s" % (arguments.file, error), file=sys.stderr)
         return 2
+    # The link's bytes per second stand in 32 bits.
+    derive(counter.tree, min(arguments.link_speed // 8, 2**31 - 1), start, end)
     json.dump({"frames": counter.frames, "statistics": plain(counter.tree)}, sys.stdout)
     print()
     return 0

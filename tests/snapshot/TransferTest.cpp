@@ -180,10 +180,10 @@ TEST_F(Packed, FrameTypes)
     snapshot.addOid("1.4"); // only sets the flag
     live->frameTables.frameTypes.unicast.frames = 2U;
     live->frameTables.frameTypes.unicast.data = 0x100LL;
-    Bytes const nothing = bytes("02 00  00 00 00 00"              // frames
-                                "03 00  00 00 00 00 00 00 00 00"  // data
-                                "04 00  00 00 00 00 00 00 00 00"  // percentage
-                                "00 00");                         // end of the row
+    Bytes const nothing = bytes("02 00  00 00 00 00"             // frames
+                                "03 00  00 00 00 00 00 00 00 00" // data
+                                "04 00  00 00 00 00 00 00 00 00" // percentage
+                                "00 00");                        // end of the row
 
     EXPECT_EQ(full(), bytes("01 00  04 00  01 00"
                             "01 00"
@@ -256,13 +256,13 @@ TEST_F(Packed, Stations)
                             "03 00  01 00 00 00"
                             "04 00  00 00 00 00 00 00 00 00"
                             "05 00  00 00 00 00"
-                            "00 00"               //   end of the row
-                            "00 00"               // end of TCP ports
-                            "08 00  00 00"        // UDP ports: none
-                            "09 00  01 00  37"    // VLAN ID: "7"
-                            "00 00"               // end of the row
-                            "00 00"               // end of the table
-                            "00 00  00 00"));     // tree, selection
+                            "00 00"            //   end of the row
+                            "00 00"            // end of TCP ports
+                            "08 00  00 00"     // UDP ports: none
+                            "09 00  01 00  37" // VLAN ID: "7"
+                            "00 00"            // end of the row
+                            "00 00"            // end of the table
+                            "00 00  00 00"));  // tree, selection
 }
 
 TEST_F(Packed, Protocols)
@@ -589,14 +589,13 @@ TEST_F(Transfer, EveryIdOnTheWayIsWrittenOnce)
     live->frameTables.frameSizes.sizeOver1024.data = 4LL;
     some.nextSample(*live);
 
-    EXPECT_EQ(packedChanges(some),
-              bytes("01 00  04 00"
-                    "01 00"
-                    "01 00  02 00  01 00 00 00  03 00  02 00 00 00 00 00 00 00  00 00"
-                    "03 00  02 00  03 00 00 00  00 00"
-                    "00 00"
-                    "02 00  06 00  03 00  04 00 00 00 00 00 00 00  00 00  00 00"
-                    "00 00  00 00  00 00"));
+    EXPECT_EQ(packedChanges(some), bytes("01 00  04 00"
+                                         "01 00"
+                                         "01 00  02 00  01 00 00 00  03 00  02 00 00 00 00 00 00 00  00 00"
+                                         "03 00  02 00  03 00 00 00  00 00"
+                                         "00 00"
+                                         "02 00  06 00  03 00  04 00 00 00 00 00 00 00  00 00  00 00"
+                                         "00 00  00 00  00 00"));
 }
 
 TEST_F(Transfer, FullPackRaisesTheFlagsOfTablesUntilChangesAreNextPacked)

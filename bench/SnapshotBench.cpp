@@ -1,0 +1,189 @@
+// What a sample costs a client, and what the capture notices of it.
+
+#include "ketstats/ketstats.h"
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstring>
+#include <thread>
+#include <vector>
+
+using namespace KetStats;
+
+namespace {
+
+using std::chrono::steady_clock;
+
+struct CTraffic
+{
+    unsigned int stations;
+    unsigned int portsEach; // of every station, TCP
+    unsigned int pairs;     // of IP addresses
+    unsigned int ports;     // of the network, TCP
+};
+
+constexpr CTraffic typical{50, 4, 300, 40};
+constexpr CTraffic full{199, 20, 999, 999};
+
+template <class Key>
+Key keyOf(unsigned int number)
+{
+    Key key{};
+    unsigned int const scattered = number * 2654435761U;
+    std::memcpy(static_cast<void *>(&key), &scattered, sizeof scattered);
+    return key;
+}
+
+CProtocolIdPacked portOf(unsigned int number)
+{
+    unsigned char const wire[2] = {static_cast<unsigned char>(number >> 8),
+                                   static_cast<unsigned char>(number)};
+    CProtocolIdPacked id;
+    id.Set(2, wire);
+    return id;
+}
+
+// Counts one frame in every `step`-th row of all tables, making the rows that aren't there.
+void count(CAgentStatistic & tree, CTraffic const & traffic, unsigned int step = 1)
+{
+    tree.globalStatistics.transmittedFrames.add(1);
+    tree.globalStatistics.transmittedData.add(64);
+    for (unsigned int i = 0; i < traffic.stations; i += step) {
+        CStationStat & station = *tree.stations.renewed(keyOf<CMACAddrPacked>(i));
+        station.framesTransmitted.add(1);
+        for (unsigned int port = 0; port < traffic.portsEach; ++port)
+            station.tcpPorts[portOf(port)]->framesTransmitted.add(1);
+        tree.macConnections.renewed(keyOf<CMACConnectionStat::CKey>(i))->framesTransmitted.add(1);
+    }
+    for (unsigned int i = 0; i < traffic.pairs; i += step)
+        tree.ipConnections.renewed(keyOf<CIPConnectionStat::CKey>(i))->framesTransmitted.add(1);
+    for (unsigned int i = 0; i < traffic.ports; i += step)
+        tree.ipPorts.tcpPorts[portOf(i)]->framesTransmitted.add(1);
+}
+
+struct CClient
+{
+    explicit CClient(CKetrinStatManager & manager)
+    {
+        snapshot.addOid(COid("1"));
+        snapshot.initSnapshot(manager);
+    }
+
+    int sample(CKetrinStatManager & manager, bool onlyChanged)
+    {
+        buffer.size = 0;
+        snapshot.nextSample(manager);
+        snapshot.pack(buffer, onlyChanged);
+        return buffer.size;
+    }
+
+    CStatSnapshot snapshot;
+    ktools::CMemoryBuffer buffer;
+};
+
+void InitSnapshot(benchmark::State & state, CTraffic traffic)
+{
+    CKetrinStatManager manager;
+    count(manager.getAgentStatistic(), traffic);
+    CClient client(manager);
+    for (auto _ : state)
+        client.snapshot.initSnapshot(manager);
+}
+BENCHMARK_CAPTURE(InitSnapshot, typical, typical);
+BENCHMARK_CAPTURE(InitSnapshot, full, full);
+
+// nextSample and a pack of everything.
+void SampleAndPackAll(benchmark::State & state, CTraffic traffic)
+{
+    CKetrinStatManager manager;
+    CClient client(manager);
+    count(manager.getAgentStatistic(), traffic);
+    int bytes = 0;
+    for (auto _ : state)
+        bytes = client.sample(manager, false);
+    state.counters["bytes"] = bytes;
+}
+BENCHMARK_CAPTURE(SampleAndPackAll, typical, typical);
+BENCHMARK_CAPTURE(SampleAndPackAll, full, full);
+
+// nextSample and a pack of what changed, with a frame in every fourth row in between.
+void SampleAndPackChanged(benchmark::State & state, CTraffic traffic)
+{
+    CKetrinStatManager manager;
+    CClient client(manager);
+    count(manager.getAgentStatistic(), traffic);
+    client.sample(manager, true);
+    int bytes = 0;
+    for (auto _ : state) {
+        state.PauseTiming();
+        count(manager.getAgentStatistic(), traffic, 4);
+        state.ResumeTiming();
+        bytes = client.sample(manager, true);
+    }
+    state.counters["bytes"] = bytes;
+}
+BENCHMARK_CAPTURE(SampleAndPackChanged, typical, typical);
+BENCHMARK_CAPTURE(SampleAndPackChanged, full, full);
+
+// The same when nothing happened, without the ARP table, whose flag goes up at every sample, and without the
+// number of the sample.
+void SampleAndPackQuiet(benchmark::State & state, CTraffic traffic)
+{
+    CKetrinStatManager manager;
+    CStatSnapshot snapshot;
+    ktools::CMemoryBuffer buffer;
+    for (char const * const group : {"1.4", "1.5", "1.6", "1.7", "1.8", "1.10", "1.11"})
+        snapshot.addOid(COid(group));
+    snapshot.initSnapshot(manager);
+    count(manager.getAgentStatistic(), traffic);
+    snapshot.nextSample(manager);
+    snapshot.pack(buffer, true);
+    for (auto _ : state) {
+        buffer.size = 0;
+        snapshot.nextSample(manager);
+        snapshot.pack(buffer, true);
+    }
+    state.counters["bytes"] = buffer.size;
+}
+BENCHMARK_CAPTURE(SampleAndPackQuiet, typical, typical);
+BENCHMARK_CAPTURE(SampleAndPackQuiet, full, full);
+
+// The longest that a frame takes while three clients sample full tables, each once a second.
+void LongestFrame(benchmark::State & state, bool sampling)
+{
+    CKetrinStatManager manager;
+    manager.beginAnalyzing(nullptr);
+    count(manager.getAgentStatistic(), full);
+    std::atomic<bool> over{false};
+    std::vector<std::thread> clients;
+    for (int i = 0; sampling && i < 3; ++i)
+        clients.emplace_back([&, i] {
+            CClient client(manager);
+            std::this_thread::sleep_for(std::chrono::milliseconds(300 * i));
+            while (!over) {
+                client.sample(manager, true);
+                std::this_thread::sleep_for(std::chrono::seconds(1));
+            }
+        });
+
+    unsigned char const bytes[60] = {};
+    CNetworkFrame frame(bytes, sizeof bytes, sizeof bytes);
+    steady_clock::duration longest{};
+    for (auto _ : state)
+        for (auto const end = steady_clock::now() + std::chrono::seconds(3); steady_clock::now() < end;) {
+            auto const start = steady_clock::now();
+            manager.analyzeFrame(&frame);
+            longest = std::max(longest, steady_clock::now() - start);
+        }
+    over = true;
+    for (std::thread & client : clients)
+        client.join();
+    state.counters["longest_us"] = std::chrono::duration<double, std::micro>(longest).count();
+}
+BENCHMARK_CAPTURE(LongestFrame, alone, false)->Iterations(1)->UseRealTime();
+BENCHMARK_CAPTURE(LongestFrame, three_clients, true)->Iterations(1)->UseRealTime();
+
+} // namespace

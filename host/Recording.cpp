@@ -1,0 +1,79 @@
+#include "host/Recording.h"
+
+#include "host/Failure.h"
+#include "host/SnapshotBytes.h"
+#include "host/SnapshotFiles.h"
+
+#include <fmt/core.h>
+
+#include <algorithm>
+
+namespace ketmon {
+
+namespace {
+
+constexpr double ticksPerSecond = 1e7;
+// A sample needs more than a millisecond since the one before to count anything.
+constexpr long long leastTime = 10 * 10000;
+// No capture is meant to fill a folder with more.
+constexpr unsigned int mostFiles = 100000;
+
+} // namespace
+
+CRecording::CRecording(KetStats::CKetrinStatManager & manager, CRecordingOptions const & options,
+                       long long start)
+    : m_manager(manager),
+      m_options(options),
+      m_clock(start),
+      m_lastSample(start),
+      m_boundary(start)
+{
+    m_sender.addOid("1");
+    m_sender.initSnapshot(m_manager);
+    if (options.interval > 0.0) {
+        m_interval = std::max(leastTime, static_cast<long long>(options.interval * ticksPerSecond));
+        sampleAt(start, false);
+    }
+}
+
+void CRecording::advance(long long ticks)
+{
+    if (m_interval > 0 && ticks - m_boundary >= m_interval) {
+        if (m_counted)
+            sampleAt(m_boundary + m_interval, true);
+        m_counted = false;
+        m_boundary += (ticks - m_boundary) / m_interval * m_interval;
+    }
+    m_counted = true;
+    m_clock.set(ticks);
+}
+
+void CRecording::finish()
+{
+    sampleAt(std::max(m_clock.now(), m_lastSample + leastTime), m_interval > 0);
+    m_receiver.calculatePercentStats();
+}
+
+KetStats::CBaseStat const & CRecording::result() const
+{
+    return *m_receiver.getStat("1");
+}
+
+void CRecording::sampleAt(long long ticks, bool onlyChanged)
+{
+    m_clock.set(ticks);
+    m_lastSample = ticks;
+    m_sender.nextSample(m_manager);
+    std::string const bytes = packed(m_sender, onlyChanged);
+    unpack(m_receiver, bytes);
+    if (m_options.path.empty())
+        return;
+    if (m_saved == mostFiles)
+        throw CFailure(
+            exitFailure,
+            fmt::format("the capture spans more than {} intervals; choose a longer --interval", mostFiles));
+    saveSnapshot(m_interval > 0 ? fmt::format("{}.{}", m_options.path, m_saved) : m_options.path, bytes);
+    ++m_saved;
+}
+
+} // namespace ketmon

@@ -1,0 +1,47 @@
+#include "host/SnapshotFiles.h"
+
+#include "host/Failure.h"
+
+#include <fmt/core.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+namespace ketmon {
+
+namespace {
+
+struct CFileCloser
+{
+    void operator()(std::FILE * file) const { std::fclose(file); }
+};
+
+using CFile = std::unique_ptr<std::FILE, CFileCloser>;
+
+} // namespace
+
+void saveSnapshot(std::string const & path, std::string_view bytes)
+{
+    CFile file(std::fopen(path.c_str(), "wb"));
+    bool const written = file && std::fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size() &&
+                         std::fflush(file.get()) == 0;
+    if (!written)
+        throw CFailure(exitFailure, fmt::format("{}: can't be written: {}", path, std::strerror(errno)));
+}
+
+std::string loadSnapshot(std::string const & path)
+{
+    CFile const file(std::fopen(path.c_str(), "rb"));
+    std::string bytes;
+    char block[1 << 16];
+    if (file)
+        while (std::size_t const count = std::fread(block, 1, sizeof block, file.get()))
+            bytes.append(block, count);
+    if (!file || std::ferror(file.get()) != 0)
+        throw CFailure(exitBadInput, fmt::format("{}: {}", path, std::strerror(errno)));
+    return bytes;
+}
+
+} // namespace ketmon

@@ -1,0 +1,349 @@
+#include "tests/host/Process.h"
+
+#include "host/Fingerprint.h"
+#include "host/Protocol.h"
+#include "host/SnapshotBytes.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <csignal>
+
+using namespace ketmon;
+using nlohmann::ordered_json;
+using test::Agent;
+using test::capture;
+using test::ConsoleOutput;
+using test::Process;
+using test::RawClient;
+using testing::HasSubstr;
+
+namespace {
+
+std::vector<std::string> console(Agent const & agent, std::vector<std::string> const & more = {})
+{
+    std::vector<std::string> arguments = {"console", agent.address(), "--json"};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return arguments;
+}
+
+std::vector<std::string> replay(std::string const & name, std::vector<std::string> const & more = {})
+{
+    std::vector<std::string> arguments = {"-r", capture(name), "--interval", "0.02"};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return arguments;
+}
+
+ordered_json readStatistics(std::string const & name)
+{
+    return test::ketmon({"read", "--json", capture(name)}).json()["statistics"];
+}
+
+// Takes out what depends on when samples were taken, and percentages to the hundredth within which they stay
+// as they are.
+void forgetTime(ordered_json & node)
+{
+    if (node.is_object()) {
+        node.erase("Sample number");
+        for (char const * const kind : {"Current", "Average", "Peak"})
+            node.erase(std::string(kind) + " network utilisation");
+        if (node.contains("Percentage"))
+            node["Percentage"] = std::trunc(node["Percentage"].get<double>() * 100.0);
+    }
+    if (node.is_structured())
+        for (auto & child : node)
+            forgetTime(child);
+}
+
+ordered_json timeless(ordered_json node)
+{
+    forgetTime(node);
+    return node;
+}
+
+std::string hello(std::vector<std::string> const & selection)
+{
+    CGreeting greeting;
+    greeting.fingerprint = schemaFingerprint();
+    greeting.selection = selection;
+    return encoded(MessageType::hello, greeting.hello());
+}
+
+// The text of the refusal that an agent answers with.
+std::string refusalOf(RawClient const & client)
+{
+    CMessageReader reader(largestToConsole);
+    reader.feed(client.receiveAll());
+    CMessage message;
+    if (!reader.next(message) || message.type != MessageType::refusal)
+        return "";
+    return message.body;
+}
+
+TEST(Agent, ConsolesSeeWhatReadSees)
+{
+    for (std::string const & name :
+         {std::string("internet-mixed.pcap"), std::string("many-stations-arp.pcap"),
+          std::string("llc-snap-ipx-vlan.pcap"), std::string("empty.pcap")}) {
+        Agent agent(replay(name, {"--pace", "0", "--consoles", "3"}));
+        Process whole(console(agent));
+        Process stations(console(agent, {"--select", "1.5", "--select", "1.9"}));
+        Process types(console(agent, {"--select", "1.4.1"}));
+
+        ordered_json const all = outputOf(whole).last;
+        ordered_json const some = outputOf(stations).last;
+        ordered_json const few = outputOf(types).last;
+
+        EXPECT_EQ(agent.process().wait(), 0) << agent.process().errors();
+        EXPECT_EQ(whole.wait(), 0) << whole.errors();
+        EXPECT_EQ(stations.wait(), 0) << stations.errors();
+        EXPECT_EQ(types.wait(), 0) << types.errors();
+        ordered_json const expected = timeless(readStatistics(name));
+        EXPECT_EQ(timeless(all["statistics"]), expected) << name;
+        EXPECT_EQ(all["ended"], all["frames"]);
+        EXPECT_EQ(timeless(some["statistics"]),
+                  (ordered_json{{"Global statistics", expected["Global statistics"]},
+                                {"Network stations", expected["Network stations"]},
+                                {"ARP connections", expected["ARP connections"]}}));
+        EXPECT_EQ(
+            timeless(few["statistics"]),
+            (ordered_json{{"Global statistics", expected["Global statistics"]},
+                          {"Frame tables", {{"Frame types", expected["Frame tables"]["Frame types"]}}}}));
+    }
+}
+
+TEST(Agent, DeltasOfAPacedCaptureAddUpToTheWhole)
+{
+    Agent agent(replay("file-service-fragments.pcap", {"--pace", "200", "--consoles", "2"}));
+    Process one(console(agent));
+    Process two(console(agent, {"--select", "1.8"}));
+
+    ConsoleOutput const all = outputOf(one);
+    ConsoleOutput const pairs = outputOf(two);
+
+    ordered_json const expected = timeless(readStatistics("file-service-fragments.pcap"));
+    EXPECT_EQ(timeless(all.last["statistics"]), expected);
+    EXPECT_EQ(timeless(pairs.last["statistics"])["IP traffic"], expected["IP traffic"]);
+    EXPECT_EQ(agent.process().wait(), 0);
+}
+
+TEST(Agent, AConsoleThatComesBackStartsAnew)
+{
+    // The capture is endless as far as this test goes: its first frame is followed by a long silence.
+    Agent agent(replay("many-stations-arp.pcap", {"--pace", "0", "--consoles", "2", "--linger", "3600"}));
+    Process first(console(agent));
+    Process killed(console(agent, {"--select", "1.9"}));
+    EXPECT_NE(killed.line(), "");
+    killed.signal(SIGKILL);
+    EXPECT_EQ(killed.wait(), -1);
+    outputOf(first);
+    EXPECT_EQ(first.wait(), 0) << first.errors();
+
+    Process again(console(agent, {"--select", "1.9"}));
+    ConsoleOutput const output = outputOf(again);
+
+    // What has no zero point is there at once; the rest counts from now.
+    ordered_json const expected = readStatistics("many-stations-arp.pcap");
+    EXPECT_EQ(again.wait(), 0) << again.errors();
+    EXPECT_EQ(output.last["statistics"]["ARP connections"], expected["ARP connections"]);
+    EXPECT_EQ(output.last["frames"], 0);
+    EXPECT_EQ(output.last["ended"], expected["Global statistics"]["Global transmitted frames"]);
+    agent.process().signal(SIGTERM);
+    EXPECT_EQ(agent.process().wait(), 0) << agent.process().errors();
+}
+
+TEST(Agent, ZeroPointsAreEachConsolesOwn)
+{
+    Agent agent(replay("internet-mixed.pcap", {"--pace", "0.000001", "--consoles", "1"}));
+    Process early(console(agent));
+    // The first frame is counted at once and the next one is far away.
+    ordered_json state;
+    do
+        state = ordered_json::parse(early.line());
+    while (state["frames"] == 0);
+
+    Process late(console(agent, {"--count", "2"}));
+    ConsoleOutput const output = outputOf(late);
+
+    EXPECT_EQ(late.wait(), 0) << late.errors();
+    EXPECT_EQ(output.lines, 2U);
+    EXPECT_EQ(output.last["frames"], 0);
+    EXPECT_EQ(output.last["statistics"]["Global statistics"]["Sample number"], 2);
+    early.signal(SIGINT);
+    EXPECT_EQ(early.wait(), 0);
+    agent.process().signal(SIGINT);
+    EXPECT_EQ(agent.process().wait(), 0);
+}
+
+TEST(Agent, ASignalEndsItInGoodOrder)
+{
+    Agent agent(replay("internet-mixed.pcap", {"--pace", "0.000001", "--consoles", "1"}));
+    Process client(console(agent));
+    EXPECT_NE(client.line(), "");
+
+    agent.process().signal(SIGTERM);
+
+    EXPECT_TRUE(outputOf(client).last.contains("ended"));
+    EXPECT_EQ(client.wait(), 0) << client.errors();
+    EXPECT_EQ(agent.process().wait(), 0) << agent.process().errors();
+}
+
+TEST(Agent, ASignalEndsItWhileItWaitsForConsoles)
+{
+    Agent agent(replay("internet-mixed.pcap", {"--consoles", "1"}));
+
+    agent.process().signal(SIGINT);
+
+    EXPECT_EQ(agent.process().wait(), 0) << agent.process().errors();
+}
+
+TEST(Agent, RefusesConsolesThatDoNotMatch)
+{
+    Agent agent(replay("internet-mixed.pcap", {"--consoles", "1"}));
+    CGreeting greeting;
+    greeting.fingerprint = schemaFingerprint();
+    greeting.version = 77;
+    RawClient const otherVersion(agent);
+    otherVersion.send(encoded(MessageType::hello, greeting.hello()));
+    EXPECT_THAT(refusalOf(otherVersion), HasSubstr("version 77"));
+
+    greeting.version = protocolVersion;
+    greeting.fingerprint ^= 1;
+    RawClient const otherSchema(agent);
+    otherSchema.send(encoded(MessageType::hello, greeting.hello()));
+    EXPECT_THAT(refusalOf(otherSchema), HasSubstr("other statistics"));
+
+    for (std::string const name : {"1.99", "1.5.1", "x", "", "65537.5"}) {
+        RawClient const badSelection(agent);
+        badSelection.send(hello({"1.4", name}));
+        EXPECT_THAT(refusalOf(badSelection), HasSubstr("'" + name + "'"));
+    }
+    EXPECT_TRUE(agent.process().waitForError("refused: '65537.5'"));
+}
+
+TEST(Agent, ClosesOnGarbageAndServesOn)
+{
+    Agent agent(replay("jumbo-ssh.pcap", {"--pace", "0", "--consoles", "1"}));
+    for (std::string const & garbage :
+         {std::string("GET / HTTP/1.1\r\n\r\n"), std::string(100000, 'x'), std::string(8, '\0'),
+          encoded(MessageType::hello, ""), encoded(MessageType::full, "abc"),
+          encoded(static_cast<MessageType>(200), ""), std::string("\1\0\1\0\1", 5),
+          std::string("\xFF\xFF\xFF\xFF")}) {
+        RawClient const client(agent);
+        client.send(garbage);
+        // It may be cut off while it still talks, so what arrives of the answer isn't looked at.
+        client.receiveAll();
+    }
+    for (unsigned int length = 0; length < 20; ++length)
+        RawClient(agent).send(hello({"1.5"}).substr(0, length));
+    EXPECT_TRUE(agent.process().waitForError("announced"));
+
+    Process client(console(agent));
+
+    EXPECT_EQ(timeless(outputOf(client).last["statistics"]), timeless(readStatistics("jumbo-ssh.pcap")));
+    EXPECT_EQ(agent.process().wait(), 0);
+}
+
+TEST(Agent, AConsoleThatSaysMoreThanHelloIsRefused)
+{
+    Agent agent(replay("internet-mixed.pcap", {"--pace", "0.000001"}));
+    RawClient const client(agent);
+
+    client.send(hello({"1.1"}) + hello({"1.1"}));
+
+    EXPECT_NE(client.receiveAll(), "");
+    EXPECT_TRUE(agent.process().waitForError("a message of type 1 doesn't belong here"));
+}
+
+TEST(Agent, AConsoleThatStallsIsDroppedAndDelaysNobody)
+{
+    std::string const stamped = capture("many-stations-arp.pcap");
+    Agent agent(
+        {"-r", stamped, "--pace", "1", "--interval", "0.001", "--consoles", "2", "--backlog", "1000"});
+    RawClient const stalled(agent, 4096);
+    stalled.send(hello({}));
+    Process client(console(agent));
+
+    EXPECT_TRUE(agent.process().waitForError("dropped: it doesn't keep up"));
+    EXPECT_NE(client.line(), "");
+    EXPECT_NE(client.line(), "");
+    agent.process().signal(SIGTERM);
+    EXPECT_TRUE(outputOf(client).last.contains("ended"));
+    EXPECT_EQ(client.wait(), 0) << client.errors();
+    EXPECT_EQ(agent.process().wait(), 0);
+}
+
+TEST(Agent, DamageInTheCaptureEndsItWithWhatWasCounted)
+{
+    std::string const whole = test::fileContents(capture("nanosecond-big-endian.pcap"));
+    test::TemporaryFile const cut(whole.substr(0, whole.size() - 1));
+    Agent agent({"-r", cut.path(), "--pace", "0", "--consoles", "1"});
+    Process client(console(agent));
+
+    EXPECT_EQ(outputOf(client).last["ended"], 9);
+    EXPECT_EQ(client.wait(), 0);
+    EXPECT_EQ(agent.process().wait(), 2);
+    EXPECT_THAT(agent.process().errors(), HasSubstr("damaged behind frame 9"));
+}
+
+TEST(Agent, EndsAfterACountOfFrames)
+{
+    Agent agent(replay("internet-mixed.pcap", {"--pace", "0", "--consoles", "1", "-c", "100"}));
+    Process client(console(agent));
+
+    EXPECT_EQ(outputOf(client).last["frames"], 100);
+    EXPECT_EQ(agent.process().wait(), 0);
+}
+
+TEST(Agent, SaysWhyItCanNotStart)
+{
+    Agent taken(replay("empty.pcap", {"--consoles", "1"}));
+
+    EXPECT_EQ(test::ketmon({"agent", "-r", capture("empty.pcap"), "--listen", taken.address()}).exitCode, 1);
+    EXPECT_EQ(test::ketmon({"agent", "-r", capture("empty.pcap"), "--listen", "127.0.0.1:x"}).exitCode, 2);
+    EXPECT_EQ(test::ketmon({"agent", "-r", "/no/such/file"}).exitCode, 2);
+    EXPECT_EQ(test::ketmon({"agent"}).exitCode, 2);
+}
+
+TEST(Console, SaysWhyItCanNotConnect)
+{
+    std::string address;
+    {
+        Agent gone(replay("empty.pcap"));
+        address = gone.address();
+        EXPECT_EQ(gone.process().wait(), 0);
+    }
+    test::Outcome const outcome = test::ketmon({"console", address});
+
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_EQ(outcome.output, "");
+    EXPECT_EQ(outcome.errors, "ketmon: " + address + ": Connection refused\n");
+    EXPECT_EQ(test::ketmon({"console", "nonsense:here"}).exitCode, 2);
+    EXPECT_EQ(test::ketmon({"console", address, "--select", "1.5.1"}).exitCode, 2);
+}
+
+TEST(Console, SaysThatAnAgentIsGone)
+{
+    Agent agent(replay("internet-mixed.pcap", {"--pace", "0.000001"}));
+    Process client(console(agent));
+    EXPECT_NE(client.line(), "");
+
+    agent.process().signal(SIGKILL);
+
+    EXPECT_EQ(client.wait(), 1);
+    EXPECT_THAT(client.errors(), HasSubstr(agent.address() + ": "));
+}
+
+TEST(Console, PrintsTablesToo)
+{
+    Agent agent(replay("internet-mixed.pcap", {"--pace", "0", "--consoles", "1"}));
+    test::Outcome const outcome = test::ketmon({"console", agent.address(), "--top", "1", "--select", "1.7"});
+
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.output,
+                HasSubstr(agent.address() + ": 4709 frames, the agent ended after 4709 frames\n"));
+    EXPECT_THAT(outcome.output, HasSubstr("\nMAC traffic (the busiest 1 of "));
+}
+
+} // namespace

@@ -1,0 +1,221 @@
+#include "tests/host/Process.h"
+
+#include "host/InterfaceCounters.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <arpa/inet.h>
+#include <net/if.h>
+#include <netinet/in.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <sched.h>
+#include <thread>
+
+using ketmon::CInterfaceCounters;
+using nlohmann::ordered_json;
+using test::Agent;
+using test::Process;
+using testing::HasSubstr;
+
+namespace {
+
+// A network of its own for the calling thread and whatever it starts, with nothing but a loopback interface
+// that is up. False if that isn't permitted.
+bool enterOwnNetwork()
+{
+    if (unshare(CLONE_NEWNET) != 0)
+        return false;
+    int const handle = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    ifreq request{};
+    std::string("lo").copy(request.ifr_name, sizeof request.ifr_name - 1);
+    request.ifr_flags = IFF_UP;
+    bool const up = handle >= 0 && ioctl(handle, SIOCSIFFLAGS, &request) == 0;
+    close(handle);
+    return up;
+}
+
+constexpr unsigned short port = 4000;
+constexpr std::size_t payload = 100;
+
+// Sends datagrams to that port of the loopback interface until it is told to stop.
+class Talker
+{
+public:
+    explicit Talker(unsigned short to) : m_socket(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0))
+    {
+        m_to.sin_family = AF_INET;
+        m_to.sin_port = htons(to);
+        m_to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        m_thread = std::thread([this] {
+            std::string const bytes(payload, 'x');
+            while (!m_stop) {
+                sendto(m_socket, bytes.data(), bytes.size(), 0, reinterpret_cast<sockaddr *>(&m_to),
+                       sizeof m_to);
+                std::this_thread::sleep_for(std::chrono::microseconds(500));
+            }
+        });
+    }
+    ~Talker()
+    {
+        m_stop = true;
+        m_thread.join();
+        close(m_socket);
+    }
+    Talker(Talker const &) = delete;
+    Talker & operator=(Talker const &) = delete;
+
+private:
+    int m_socket;
+    sockaddr_in m_to{};
+    std::atomic<bool> m_stop{false};
+    std::thread m_thread;
+};
+
+// Runs a test in a network of its own; false if that isn't permitted.
+bool inOwnNetwork(void (*body)())
+{
+    bool permitted = false;
+    std::thread([&] {
+        permitted = enterOwnNetwork();
+        if (permitted)
+            body();
+    }).join();
+    return permitted;
+}
+
+TEST(LiveCapture, CountsWhatPassesTheFilter)
+{
+    bool const permitted = inOwnNetwork([] {
+        Agent agent({"-i", "lo", "-f", "udp dst port 4000", "-c", "200", "--consoles", "1", "--interval",
+                     "0.02", "--link-speed", "8000000"});
+        Process console({"console", agent.address(), "--json"});
+        Talker const heard(port);
+        Talker const filtered(port + 1);
+
+        ordered_json const last = outputOf(console).last;
+
+        auto const & statistics = last["statistics"];
+        std::size_t const length = 14 + 20 + 8 + payload + 4;
+        EXPECT_EQ(last["ended"], 200) << agent.process().errors();
+        EXPECT_EQ(last["frames"], 200);
+        EXPECT_EQ(statistics["Global statistics"]["Global transmitted data"], 200 * length);
+        EXPECT_GT(statistics["Global statistics"]["Average network utilisation"].get<double>(), 0.0);
+        EXPECT_EQ(statistics["Global errors"]["Accuracy"], 100.0);
+        EXPECT_EQ(statistics["IP traffic"][0]["Source"], "127.0.0.1");
+        EXPECT_EQ(statistics["IP traffic"][0]["Frames transmitted"], 200);
+        EXPECT_EQ(agent.process().wait(), 0) << agent.process().errors();
+        EXPECT_EQ(console.wait(), 0) << console.errors();
+    });
+    if (!permitted)
+        GTEST_SKIP() << "no right to a network of its own";
+}
+
+TEST(LiveCapture, EndsOnASignalWithoutAFrame)
+{
+    bool const permitted = inOwnNetwork([] {
+        Agent agent({"-i", "lo", "-f", "udp port 4000", "--consoles", "1"});
+        Process console({"console", agent.address(), "--json"});
+        EXPECT_NE(console.line(), "");
+
+        agent.process().signal(SIGINT);
+
+        EXPECT_EQ(outputOf(console).last["ended"], 0);
+        EXPECT_EQ(agent.process().wait(), 0) << agent.process().errors();
+        EXPECT_EQ(console.wait(), 0) << console.errors();
+    });
+    if (!permitted)
+        GTEST_SKIP() << "no right to a network of its own";
+}
+
+TEST(LiveCapture, SaysWhatIsWrongWithItsInput)
+{
+    bool const permitted = inOwnNetwork([] {
+        test::Outcome const noInterface = test::ketmon({"agent", "-i", "no-such-if"});
+        EXPECT_EQ(noInterface.exitCode, 1);
+        EXPECT_THAT(noInterface.errors, HasSubstr("no-such-if: there is no such interface"));
+
+        test::Outcome const noFilter = test::ketmon({"agent", "-i", "lo", "-f", "nonsense expression"});
+        EXPECT_EQ(noFilter.exitCode, 2);
+        EXPECT_THAT(noFilter.errors, HasSubstr("'nonsense expression' is no capture filter: "));
+    });
+    EXPECT_EQ(test::ketmon({"agent", "-r", test::capture("empty.pcap"), "-i", "lo"}).exitCode, 2);
+    EXPECT_EQ(test::ketmon({"agent", "-r", test::capture("empty.pcap"), "-f", "ip"}).exitCode, 2);
+    if (!permitted)
+        GTEST_SKIP() << "no right to a network of its own";
+}
+
+TEST(LiveCapture, WithoutTheRightSaysWhatToDo)
+{
+    Process agent({"agent", "-i", "lo"}, Process::noRights);
+    int const exitCode = agent.wait();
+    if (exitCode == 127 || agent.errors().find("error while loading") != std::string::npos)
+        GTEST_SKIP() << "ketmon can't be started without rights";
+
+    EXPECT_EQ(exitCode, 1);
+    EXPECT_THAT(agent.errors(), HasSubstr("ketmon: lo: no permission to capture; run as root, or "));
+    std::string const errors = agent.errors();
+    EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 1);
+}
+
+// A folder such as the system has for an interface.
+class InterfaceFolder
+{
+public:
+    InterfaceFolder() { std::filesystem::create_directories(m_path + "/statistics"); }
+    ~InterfaceFolder() { std::filesystem::remove_all(m_path); }
+    InterfaceFolder(InterfaceFolder const &) = delete;
+    InterfaceFolder & operator=(InterfaceFolder const &) = delete;
+
+    void write(std::string const & name, std::string const & text) const
+    {
+        std::ofstream(m_path + '/' + name) << text << '\n';
+    }
+    std::string const & path() const { return m_path; }
+
+private:
+    std::string m_path =
+        std::filesystem::temp_directory_path() / ("ketmon-interface-" + std::to_string(getpid()));
+};
+
+TEST(InterfaceCounters, AreReadAnewEachTime)
+{
+    InterfaceFolder const folder;
+    CInterfaceCounters counters(folder.path(), 0);
+    folder.write("statistics/rx_crc_errors", "7");
+    folder.write("statistics/collisions", "8");
+    folder.write("statistics/rx_over_errors", "20");
+    folder.write("statistics/rx_fifo_errors", "3");
+
+    EXPECT_EQ(counters.GetLong(0x0002020D), 7);
+    EXPECT_EQ(counters.GetLong(0x01020103), 8);
+    EXPECT_EQ(counters.GetLong(0x01020203), 23);
+    EXPECT_EQ(counters.GetLong(0x01020206), 0) << "the system has no such file";
+    EXPECT_EQ(counters.GetLong(0x01020102), 0) << "the system has no such counter";
+    folder.write("statistics/rx_crc_errors", "9");
+    EXPECT_EQ(counters.GetLong(0x0002020D), 9);
+    counters.setLosses(4, 5);
+    EXPECT_EQ(counters.GetMissedFrames(), 4);
+    EXPECT_EQ(counters.GetSoftMissedFrames(), 5);
+}
+
+TEST(InterfaceCounters, SpeedIsTheInterfacesOwnUnlessGiven)
+{
+    InterfaceFolder const folder;
+
+    EXPECT_EQ(CInterfaceCounters(folder.path(), 0).GetLinkSpeed(), 0);
+    folder.write("speed", "-1");
+    EXPECT_EQ(CInterfaceCounters(folder.path(), 0).GetLinkSpeed(), 0);
+    folder.write("speed", "10000");
+    EXPECT_EQ(CInterfaceCounters(folder.path(), 0).GetLinkSpeed(), 10000000000);
+    EXPECT_EQ(CInterfaceCounters(folder.path(), 64000).GetLinkSpeed(), 64000);
+}
+
+} // namespace
