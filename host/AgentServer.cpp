@@ -71,8 +71,10 @@ public:
     {
         asio::post(m_io, [this, frames] {
             m_frames = frames;
-            m_tick.expires_after(beforeLastSample);
-            m_tick.async_wait([this](auto error) {
+            m_ended = true;
+            m_tick.cancel();
+            m_endTimer.expires_after(beforeLastSample);
+            m_endTimer.async_wait([this](auto error) {
                 if (!error)
                     endConsoles();
             });
@@ -152,7 +154,8 @@ private:
     {
         m_tick.expires_after(m_options.interval);
         m_tick.async_wait([this](auto error) {
-            if (error)
+            // One that is due already when it is cancelled comes here without an error.
+            if (error || m_ended)
                 return;
             sampleAll();
             tick();
@@ -173,8 +176,8 @@ private:
         sampleAll();
         for (auto const & link : std::vector(m_links))
             link->end(m_frames);
-        m_tick.expires_after(m_interrupted ? std::chrono::milliseconds(0) : m_options.linger);
-        m_tick.async_wait([this](auto error) {
+        m_endTimer.expires_after(m_interrupted ? std::chrono::milliseconds(0) : m_options.linger);
+        m_endTimer.async_wait([this](auto error) {
             if (error)
                 return;
             m_lingered = true;
@@ -228,10 +231,12 @@ private:
     tcp::acceptor m_acceptor{m_io};
     asio::steady_timer m_acceptTimer{m_io};
     asio::steady_timer m_tick{m_io};
+    asio::steady_timer m_endTimer{m_io};
     asio::signal_set m_signals{m_io};
     unsigned long long m_frames = 0;
     bool m_started = false;     // the capture was
     bool m_interrupted = false; // by a signal
+    bool m_ended = false;       // the capture has
     bool m_over = false;        // the consoles were told
     bool m_lingered = false;    // nobody is waited for any more
 };
