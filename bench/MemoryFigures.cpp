@@ -1,16 +1,19 @@
 // Prints how much memory a statistic tree takes: what it asks for, and what of that is resident.
 
+#include "bench/Keys.h"
+
 #include "ketstats/ketstats.h"
 
 #include <malloc.h>
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstring>
 #include <fstream>
 #include <memory>
 
 using namespace KetStats;
+using bench::keyOf;
+using bench::portOf;
 
 namespace {
 
@@ -20,24 +23,6 @@ long residentKiB()
     long resident = 0;
     std::ifstream("/proc/self/statm") >> total >> resident;
     return resident * sysconf(_SC_PAGESIZE) / 1024;
-}
-
-template <class Key>
-Key keyOf(unsigned int number)
-{
-    Key key{};
-    unsigned int const scattered = number * 2654435761U;
-    std::memcpy(static_cast<void *>(&key), &scattered, sizeof scattered);
-    return key;
-}
-
-CProtocolIdPacked portOf(unsigned int number)
-{
-    unsigned char const wire[2] = {static_cast<unsigned char>(number >> 8),
-                                   static_cast<unsigned char>(number)};
-    CProtocolIdPacked id;
-    id.Set(2, wire);
-    return id;
 }
 
 void fillTables(CAgentStatistic & tree)

@@ -1,5 +1,7 @@
 // What a sample costs a client, and what the capture notices of it.
 
+#include "bench/Keys.h"
+
 #include "ketstats/ketstats.h"
 
 #include <benchmark/benchmark.h>
@@ -7,11 +9,12 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <cstring>
 #include <thread>
 #include <vector>
 
 using namespace KetStats;
+using bench::keyOf;
+using bench::portOf;
 
 namespace {
 
@@ -27,24 +30,6 @@ struct CTraffic
 
 constexpr CTraffic typical{50, 4, 300, 40};
 constexpr CTraffic full{199, 20, 999, 999};
-
-template <class Key>
-Key keyOf(unsigned int number)
-{
-    Key key{};
-    unsigned int const scattered = number * 2654435761U;
-    std::memcpy(static_cast<void *>(&key), &scattered, sizeof scattered);
-    return key;
-}
-
-CProtocolIdPacked portOf(unsigned int number)
-{
-    unsigned char const wire[2] = {static_cast<unsigned char>(number >> 8),
-                                   static_cast<unsigned char>(number)};
-    CProtocolIdPacked id;
-    id.Set(2, wire);
-    return id;
-}
 
 // Counts one frame in every `step`-th row of all tables, making the rows that aren't there.
 void count(CAgentStatistic & tree, CTraffic const & traffic, unsigned int step = 1)
