@@ -6,6 +6,8 @@
 #include "ketstats/engine/StatManager.h"
 #include "ketstats/platform/Module.h"
 #include "ketstats/text/ModulePath.h"
+#include "ketstats/text/Multiplier.h"
+#include "ketstats/text/StatFormatContainer.h"
 #include "ketstats/text/StringResources.h"
 
 #include <iterator>
@@ -22,11 +24,60 @@ static std::pair<COid const, int> const topLevelPairs[] = {
 // 2. The map of them.
 std::map<COid, int, COidLess> const topLevelOids(std::begin(topLevelPairs), std::end(topLevelPairs));
 
-// 3. The multipliers, which the format lists behind them read.
-// 4. to 7. The standard lists of integer, double, MAC and IP formats.
-// 8. The names of the IP sub-protocols.
-// 9. and 10. The standard lists of protocol id and string formats.
-// 11. to 16. The custom lists, which belong to the host.
+// 3. The multipliers, each computed from the one before of its kind. They stand before the format lists,
+// which read them, and outlive those.
+Multiplier const mKiloCS(1024, "kilo", "K");
+Multiplier const mKilo(1000, "kilo", "k");
+Multiplier const mMegaCS(mKiloCS.value * 1024, "mega", "M");
+Multiplier const mMega(mKilo.value * 1000, "mega", "M");
+Multiplier const mGigaCS(mMegaCS.value * 1024, "giga", "G");
+Multiplier const mGiga(mMega.value * 1000, "giga", "G");
+Multiplier const mTeraCS(mGigaCS.value * 1024, "tera", "T");
+Multiplier const mTera(mGiga.value * 1000, "tera", "T");
+Multiplier const mPetaCS(mTeraCS.value * 1024, "peta", "P");
+Multiplier const mPeta(mTera.value * 1000, "peta", "P");
+Multiplier const mExaCS(mPetaCS.value * 1024, "exa", "E");
+Multiplier const mExa(mPeta.value * 1000, "exa", "E");
+
+Multiplier const * const multipliers[multiplierCount + 1] = {
+    &mKiloCS, &mKilo,   &mMegaCS, &mMega,  &mGigaCS, &mGiga,  &mTeraCS,
+    &mTera,   &mPetaCS, &mPeta,   &mExaCS, &mExa,    nullptr,
+};
+
+// 4. to 7.
+static CStandardIntegerFormats const standardIntegerFormats;
+static CStandardDoubleFormats const standardDoubleFormats;
+static CStandardMACFormats const standardMACFormats;
+static CStandardIPFormats const standardIPFormats;
+
+// 8. The names of the IP sub-protocols are constants and need no building.
+
+// 9. and 10.
+static CStandardProtocolIdFormats const standardProtocolIdFormats;
+static CStandardStringFormats const standardStringFormats;
+
+// 11. to 16. The lists that belong to the host go first, and with them the host's formats.
+static CStatFormatContainerBase customIntegerFormats(CStatFormatBase::vtInteger);
+static CStatFormatContainerBase customDoubleFormats(CStatFormatBase::vtDouble);
+static CStatFormatContainerBase customMACFormats(CStatFormatBase::vtMAC);
+static CStatFormatContainerBase customIPFormats(CStatFormatBase::vtIP);
+static CStatFormatContainerBase customStringFormats(CStatFormatBase::vtString);
+static CStatFormatContainerBase customProtocolIdFormats(CStatFormatBase::vtInteger);
+
+// Where the lists are is known from the start, before any of them is built.
+constinit CStatFormatContainerBase const * const StandardIntegerFormats = &standardIntegerFormats;
+constinit CStatFormatContainerBase const * const StandardDoubleFormats = &standardDoubleFormats;
+constinit CStatFormatContainerBase const * const StandardMACFormats = &standardMACFormats;
+constinit CStatFormatContainerBase const * const StandardIPFormats = &standardIPFormats;
+constinit CStatFormatContainerBase const * const StandardStringFormats = &standardStringFormats;
+constinit CStatFormatContainerBase const * const StandardProtocolIdFormats = &standardProtocolIdFormats;
+
+constinit CStatFormatContainerBase * const CustomIntegerFormats = &customIntegerFormats;
+constinit CStatFormatContainerBase * const CustomDoubleFormats = &customDoubleFormats;
+constinit CStatFormatContainerBase * const CustomMACFormats = &customMACFormats;
+constinit CStatFormatContainerBase * const CustomIPFormats = &customIPFormats;
+constinit CStatFormatContainerBase * const CustomStringFormats = &customStringFormats;
+constinit CStatFormatContainerBase * const CustomProtocolIdFormats = &customProtocolIdFormats;
 
 // The entry function: runs when the library is attached to a process, with everything above in place.
 static void processAttach(HMODULE module)

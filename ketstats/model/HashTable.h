@@ -246,7 +246,7 @@ private:
 
     unsigned int * bucketOf(CKeyBits<K> const & key) const
     {
-        return m_heads + (key.mix(m_multipliers) >> m_bucketShift);
+        return m_heads + (key.mix(m_factors) >> m_bucketShift);
     }
 
     // The slot that bears the key, used or deleted; `none` if there is none.
@@ -352,7 +352,7 @@ private:
     unsigned int m_unfiled = none; // slot whose key wasn't told yet; see settle
     bool m_unfiledKnown = false;   // whether that slot bore another key
     CHashPlan const * m_plan;
-    std::uint64_t const (&m_multipliers)[2] = indexMultipliers();
+    std::uint64_t const (&m_factors)[2] = indexFactors();
     CSlot * m_slots = nullptr;
     unsigned int * m_heads = nullptr;
     unsigned int * m_vacated = nullptr;

@@ -6,9 +6,9 @@ namespace KetStats {
 
 namespace {
 
-struct CMultipliers
+struct CFactors
 {
-    CMultipliers()
+    CFactors()
     {
         std::random_device random;
         for (std::uint64_t & value : values)
@@ -20,10 +20,10 @@ struct CMultipliers
 
 } // namespace
 
-std::uint64_t const (&indexMultipliers())[2]
+std::uint64_t const (&indexFactors())[2]
 {
-    static CMultipliers const multipliers;
-    return multipliers.values;
+    static CFactors const drawn;
+    return drawn.values;
 }
 
 } // namespace KetStats

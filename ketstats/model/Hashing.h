@@ -175,14 +175,14 @@ struct CKeyBits
     }
 
     // The number whose upper bits say where a table keeps the key in its own index. That index is private to
-    // a process: its multipliers are drawn at random, so that nobody on the network can choose addresses that
+    // a process: its factors are drawn at random, so that nobody on the network can choose addresses that
     // crowd it.
-    std::uint64_t mix(std::uint64_t const (&multipliers)[2]) const
+    std::uint64_t mix(std::uint64_t const (&factors)[2]) const
     {
         if constexpr (sizeof(K) == 12)
-            return low * multipliers[0] + high * multipliers[1];
+            return low * factors[0] + high * factors[1];
         else
-            return low * multipliers[0];
+            return low * factors[0];
     }
 
 private:
@@ -201,7 +201,7 @@ private:
     [[no_unique_address]] std::conditional_t<sizeof(K) == 12, std::uint64_t, CNothing> high;
 };
 
-// The random multipliers of this process, odd.
-KETSTATS_API std::uint64_t const (&indexMultipliers())[2];
+// The random factors of this process, odd.
+KETSTATS_API std::uint64_t const (&indexFactors())[2];
 
 } // namespace KetStats

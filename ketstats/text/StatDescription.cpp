@@ -1,20 +1,12 @@
 #include "ketstats/text/StatDescription.h"
 
 #include "ketstats/model/StatTypes.h"
-#include "ketstats/text/StringIds.h"
-#include "ketstats/text/StringResources.h"
+#include "ketstats/text/LazyText.h"
+#include "ketstats/text/StatFormatContainer.h"
 
 namespace KetStats {
 
 namespace {
-
-// Loads a string resource into `text`, or `fallback` if there is none.
-void loadText(std::string & text, unsigned int id, unsigned int fallback)
-{
-    text = CStringResources::instance().getString(id);
-    if (text.empty())
-        text = CStringResources::instance().getString(fallback);
-}
 
 template <class T>
 T const & valueOf(CBaseStat const * stat)
@@ -41,11 +33,7 @@ CStatDescription::CStatDescription(std::string const & theName, StatType theStat
 
 std::string const & CStatDescription::getStringDescription() const
 {
-    if (nameResourceId != 0) {
-        loadText(name, nameResourceId, StringIds::unknownStatistic);
-        nameResourceId = 0;
-    }
-    return name;
+    return loadedName(name, nameResourceId);
 }
 
 // The null description is named by a reference, as every description is. Nothing ever reads through it.
@@ -113,6 +101,17 @@ CValueStatDescription::CValueStatDescription(std::string const & theName)
     : CStatDescription(theName, stValue, 0)
 {}
 
+unsigned int CValueStatDescription::getFormatCount() const
+{
+    return getFormats()->size() + getCustomFormats()->size();
+}
+
+CStatFormatBase const * CValueStatDescription::getFormat(unsigned int index) const
+{
+    unsigned int const standard = getFormats()->size();
+    return index < standard ? &(*getFormats())[index] : &(*getCustomFormats())[index - standard];
+}
+
 CNumericStatDescriptionBase::CNumericStatDescriptionBase(unsigned int theNameResourceId,
                                                          unsigned int theUnitResourceId)
     : CValueStatDescription(theNameResourceId),
@@ -175,6 +174,33 @@ double CNumericStatDescription<T>::getNumeric(CBaseStat const * stat) const
 }
 
 template <class T>
+std::string CNumericStatDescription<T>::formatValue(CBaseStat const * stat, unsigned int formatIndex,
+                                                    void * context) const
+{
+    CStatFormatBase const & format = *getFormat(formatIndex);
+    switch (format.getValueType()) {
+    case CStatFormatBase::vtInteger:
+        return format.formatValue(getInteger(stat), context);
+    case CStatFormatBase::vtDouble:
+        return format.formatValue(getNumeric(stat), context);
+    default:
+        return CStringResources::instance().getString(StringIds::invalidFormat);
+    }
+}
+
+template <class T>
+CStatFormatContainerBase const * CNumericStatDescription<T>::getFormats() const
+{
+    return StandardDoubleFormats;
+}
+
+template <class T>
+CStatFormatContainerBase const * CNumericStatDescription<T>::getCustomFormats() const
+{
+    return CustomDoubleFormats;
+}
+
+template <class T>
 CIntegerStatDescription<T>::CIntegerStatDescription(unsigned int theNameResourceId,
                                                     unsigned int theUnitResourceId)
     : CNumericStatDescription<T>(theNameResourceId, theUnitResourceId)
@@ -190,6 +216,25 @@ template <class T>
 long long CIntegerStatDescription<T>::getInteger(CBaseStat const * stat) const
 {
     return static_cast<long long>(valueOf<T>(stat));
+}
+
+template <class T>
+std::string CIntegerStatDescription<T>::formatValue(CBaseStat const * stat, unsigned int formatIndex,
+                                                    void * context) const
+{
+    return this->getFormat(formatIndex)->formatValue(getInteger(stat), context);
+}
+
+template <class T>
+CStatFormatContainerBase const * CIntegerStatDescription<T>::getFormats() const
+{
+    return StandardIntegerFormats;
+}
+
+template <class T>
+CStatFormatContainerBase const * CIntegerStatDescription<T>::getCustomFormats() const
+{
+    return CustomIntegerFormats;
 }
 
 template class CNumericStatDescription<percentVal>;
@@ -208,6 +253,75 @@ bool CStringStatDescription::isString() const
 std::string CStringStatDescription::getString(CBaseStat const * stat) const
 {
     return static_cast<CStringStat const *>(stat)->get();
+}
+
+std::string CStringStatDescription::formatValue(CBaseStat const * stat, unsigned int formatIndex,
+                                                void * context) const
+{
+    return getFormat(formatIndex)->formatValue(static_cast<CStringStat const *>(stat)->get(), context);
+}
+
+CStatFormatContainerBase const * CStringStatDescription::getFormats() const
+{
+    return StandardStringFormats;
+}
+
+CStatFormatContainerBase const * CStringStatDescription::getCustomFormats() const
+{
+    return CustomStringFormats;
+}
+
+std::string CMACAddressStatDescription::formatValue(CBaseStat const * stat, unsigned int formatIndex,
+                                                    void * context) const
+{
+    CMACAddr const address(valueOf<CMACAddrPacked>(stat).bytes.data());
+    return getFormat(formatIndex)->formatValue(address, context);
+}
+
+CStatFormatContainerBase const * CMACAddressStatDescription::getFormats() const
+{
+    return StandardMACFormats;
+}
+
+CStatFormatContainerBase const * CMACAddressStatDescription::getCustomFormats() const
+{
+    return CustomMACFormats;
+}
+
+std::string CIPAddressStatDescription::formatValue(CBaseStat const * stat, unsigned int formatIndex,
+                                                   void * context) const
+{
+    unsigned int const address = valueOf<CIPAddress>(stat);
+    if (address == 0)
+        return CStringResources::instance().getString(StringIds::otherAddresses);
+    return getFormat(formatIndex)->formatValue(static_cast<long long>(address), context);
+}
+
+CStatFormatContainerBase const * CIPAddressStatDescription::getFormats() const
+{
+    return StandardIPFormats;
+}
+
+CStatFormatContainerBase const * CIPAddressStatDescription::getCustomFormats() const
+{
+    return CustomIPFormats;
+}
+
+std::string CProtocolIdStatDescription::formatValue(CBaseStat const * stat, unsigned int formatIndex,
+                                                    void * context) const
+{
+    auto const id = static_cast<long long>(valueOf<CProtocolIdPacked>(stat));
+    return getFormat(formatIndex)->formatValue(id, context);
+}
+
+CStatFormatContainerBase const * CProtocolIdStatDescription::getFormats() const
+{
+    return StandardProtocolIdFormats;
+}
+
+CStatFormatContainerBase const * CProtocolIdStatDescription::getCustomFormats() const
+{
+    return CustomProtocolIdFormats;
 }
 
 CStructStatDescription::CStructStatDescription(unsigned int theNameResourceId, Children theChildren)

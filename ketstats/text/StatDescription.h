@@ -9,6 +9,7 @@
 namespace KetStats {
 
 class CBaseStat;
+class CStatFormatContainerBase;
 
 // What a kind of statistic means: its display name, its id under its parent, the descriptions below it, and
 // how its value is read. One static object describes every node of a kind, so all rows of a table share one.
@@ -84,6 +85,8 @@ private:
     static CStatDescription * d;
 };
 
+// A leaf. It offers the formats of the two lists of its kind, the standard ones first and the host's behind
+// them.
 class KETSTATS_API CValueStatDescription : public CStatDescription
 {
 public:
@@ -93,9 +96,15 @@ public:
     // Always vtNone: the format decides how a value is shown, never its description.
     CStatFormatBase::ValueType getValueType() const { return valueType; }
 
+    unsigned int getFormatCount() const override;
+    CStatFormatBase const * getFormat(unsigned int index) const override;
+
 protected:
     CValueStatDescription() = default;
     CValueStatDescription(CValueStatDescription const &) : CValueStatDescription() {}
+
+    virtual CStatFormatContainerBase const * getFormats() const = 0;
+    virtual CStatFormatContainerBase const * getCustomFormats() const = 0;
 
     CStatFormatBase::ValueType valueType = CStatFormatBase::vtNone;
 };
@@ -143,6 +152,13 @@ public:
     bool operator==(CNumericStatDescription const &) const { return false; }
 
     double getNumeric(CBaseStat const * stat) const override;
+    // Through a format for floating-point numbers, or for integers; an integer format reads 0 unless the
+    // value is described as an integer too. That is meant.
+    std::string formatValue(CBaseStat const * stat, unsigned int formatIndex, void * context) const override;
+
+protected:
+    CStatFormatContainerBase const * getFormats() const override;
+    CStatFormatContainerBase const * getCustomFormats() const override;
 };
 
 // Reads a CValueStat<T> as an integer too.
@@ -154,6 +170,12 @@ public:
 
     bool isInteger() const override;
     long long getInteger(CBaseStat const * stat) const override;
+    // As an integer, whatever the kind of the format.
+    std::string formatValue(CBaseStat const * stat, unsigned int formatIndex, void * context) const override;
+
+protected:
+    CStatFormatContainerBase const * getFormats() const override;
+    CStatFormatContainerBase const * getCustomFormats() const override;
 
 private:
     CIntegerStatDescription() = default;
@@ -168,24 +190,49 @@ public:
 
     bool isString() const override;
     std::string getString(CBaseStat const * stat) const override;
+    std::string formatValue(CBaseStat const * stat, unsigned int formatIndex, void * context) const override;
+
+protected:
+    CStatFormatContainerBase const * getFormats() const override;
+    CStatFormatContainerBase const * getCustomFormats() const override;
 };
 
 class KETSTATS_API CMACAddressStatDescription : public CValueStatDescription
 {
 public:
     using CValueStatDescription::CValueStatDescription;
+
+    std::string formatValue(CBaseStat const * stat, unsigned int formatIndex, void * context) const override;
+
+protected:
+    CStatFormatContainerBase const * getFormats() const override;
+    CStatFormatContainerBase const * getCustomFormats() const override;
 };
 
 class KETSTATS_API CIPAddressStatDescription : public CValueStatDescription
 {
 public:
     using CValueStatDescription::CValueStatDescription;
+
+    // The address 0 stands for no single address and reads "[others]" in every format.
+    std::string formatValue(CBaseStat const * stat, unsigned int formatIndex, void * context) const override;
+
+protected:
+    CStatFormatContainerBase const * getFormats() const override;
+    CStatFormatContainerBase const * getCustomFormats() const override;
 };
 
 class KETSTATS_API CProtocolIdStatDescription : public CValueStatDescription
 {
 public:
     using CValueStatDescription::CValueStatDescription;
+
+    // The six bytes as one big-endian number.
+    std::string formatValue(CBaseStat const * stat, unsigned int formatIndex, void * context) const override;
+
+protected:
+    CStatFormatContainerBase const * getFormats() const override;
+    CStatFormatContainerBase const * getCustomFormats() const override;
 };
 
 // A group. `children` is a null-terminated array that outlives the description; building the group writes the

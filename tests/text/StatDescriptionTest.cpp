@@ -1,5 +1,6 @@
 #include "ketstats/text/StatDescription.h"
 #include "ketstats/schema/AgentStatistic.h"
+#include "ketstats/text/StatFormatContainer.h"
 #include "ketstats/text/StringResources.h"
 
 #include <gtest/gtest.h>
@@ -77,6 +78,10 @@ TEST(NumericDescription, TakesLiterals)
     {
     public:
         using CNumericStatDescriptionBase::CNumericStatDescriptionBase;
+
+    protected:
+        CStatFormatContainerBase const * getFormats() const override { return StandardDoubleFormats; }
+        CStatFormatContainerBase const * getCustomFormats() const override { return CustomDoubleFormats; }
     };
     Described const description("Name", "unit", "units", "u");
     FetchCounter const fetches;
