@@ -5,6 +5,7 @@
 #include "host/ConsoleCommand.h"
 #include "host/Failure.h"
 #include "host/ReadCommand.h"
+#include "host/SchemaCommand.h"
 #include "host/ShowCommand.h"
 
 #include <fmt/core.h>
@@ -35,6 +36,7 @@ int runCommands(int argc, char const * const * argv)
     addAgentCommand(app);
     addConsoleCommand(app);
     addBenchCommand(app);
+    addSchemaCommand(app);
 
     try {
         app.parse(argc, argv);

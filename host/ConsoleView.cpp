@@ -1,8 +1,6 @@
 #include "host/ConsoleView.h"
 
-#include "host/JsonTree.h"
 #include "host/SnapshotBytes.h"
-#include "host/TextTree.h"
 
 #include <fmt/core.h>
 #include <sys/ioctl.h>
@@ -19,7 +17,8 @@ using nlohmann::ordered_json;
 namespace {
 
 // The selected statistics below `stat`, which is a group that isn't selected whole.
-ordered_json selectedToJson(CBaseStat const & stat, COid const & oid, CSelection const & selection)
+ordered_json selectedToJson(CBaseStat const & stat, COid const & oid, CSelection const & selection,
+                            CReport const & report)
 {
     ordered_json object = ordered_json::object();
     for (unsigned int index = 0; index < stat.getChildrenCount(); ++index) {
@@ -27,7 +26,8 @@ ordered_json selectedToJson(CBaseStat const & stat, COid const & oid, CSelection
         COid const below(fmt::format("{}.{}", oid.toString(), child.getId()));
         if (selection.touches(below))
             object[child.getDescription()->getStringDescription()] =
-                selection.covers(below) ? toJson(child) : selectedToJson(child, below, selection);
+                selection.covers(below) ? report.json(child)
+                                        : selectedToJson(child, below, selection, report);
     }
     return object;
 }
@@ -62,7 +62,7 @@ std::string drawn(std::string_view text)
 
 CConsoleView::CConsoleView(CReportOptions const & options, CSelection const & selection,
                            std::string const & title)
-    : m_options(options),
+    : m_report(options),
       m_selection(selection),
       m_title(title),
       m_terminal(isatty(STDOUT_FILENO) == 1)
@@ -82,22 +82,22 @@ std::string CConsoleView::text(KetStats::CStatSnapshot const & snapshot) const
 {
     std::string result;
     for (COid const & oid : m_selection.oids())
-        result += toText(*snapshot.getStat(oid), m_options.top);
+        result += m_report.text(*snapshot.getStat(oid));
     return harmless(result);
 }
 
 void CConsoleView::print(KetStats::CStatSnapshot const & snapshot, unsigned long long const * counted) const
 {
     unsigned int const frames = framesOf(snapshot);
-    if (m_options.json) {
+    if (m_report.isJson()) {
         ordered_json document;
         document["frames"] = frames;
         if (counted)
             document["ended"] = *counted;
         COid const root("1");
         CBaseStat const & tree = *snapshot.getStat(root);
-        document["statistics"] =
-            m_selection.covers(root) ? toJson(tree) : selectedToJson(tree, root, m_selection);
+        document["statistics"] = m_selection.covers(root) ? m_report.json(tree)
+                                                          : selectedToJson(tree, root, m_selection, m_report);
         fmt::print("{}\n", document.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
     } else {
         std::string const state =

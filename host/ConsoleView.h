@@ -25,7 +25,7 @@ private:
     std::string text(KetStats::CStatSnapshot const & snapshot) const;
     void print(KetStats::CStatSnapshot const & snapshot, unsigned long long const * counted) const;
 
-    CReportOptions m_options;
+    CReport m_report;
     CSelection const & m_selection;
     std::string m_title;
     bool m_terminal;

@@ -1,7 +1,5 @@
 #include "host/JsonTree.h"
 
-#include "host/Values.h"
-
 namespace ketmon {
 
 using KetStats::CBaseStat;
@@ -10,8 +8,11 @@ using nlohmann::ordered_json;
 
 namespace {
 
-ordered_json leafToJson(CBaseStat const & stat, CStatDescription const & description)
+ordered_json leafToJson(CBaseStat const & stat, CStatDescription const & description,
+                        CValueText const * numbers)
 {
+    if (numbers && description.isNumeric())
+        return (*numbers)(stat);
     if (description.isInteger())
         return description.getInteger(&stat);
     if (description.isNumeric())
@@ -19,21 +20,21 @@ ordered_json leafToJson(CBaseStat const & stat, CStatDescription const & descrip
     return textOf(stat);
 }
 
-void addChildren(ordered_json & object, CBaseStat const & stat)
+void addChildren(ordered_json & object, CBaseStat const & stat, CValueText const * numbers)
 {
     for (unsigned int index = 0; index < stat.getChildrenCount(); ++index) {
         CBaseStat const & child = *stat.getChild(index);
-        object[child.getDescription()->getStringDescription()] = toJson(child);
+        object[child.getDescription()->getStringDescription()] = toJson(child, numbers);
     }
 }
 
-ordered_json tableToJson(CBaseStat const & table)
+ordered_json tableToJson(CBaseStat const & table, CValueText const * numbers)
 {
     ordered_json array = ordered_json::array();
     for (CBaseStat const * const row : rowsOf(table)) {
         ordered_json object;
         object["id"] = row->getId();
-        addChildren(object, *row);
+        addChildren(object, *row, numbers);
         array.push_back(std::move(object));
     }
     return array;
@@ -41,19 +42,19 @@ ordered_json tableToJson(CBaseStat const & table)
 
 } // namespace
 
-ordered_json toJson(CBaseStat const & stat)
+ordered_json toJson(CBaseStat const & stat, CValueText const * numbers)
 {
     CStatDescription const & description = *stat.getDescription();
     switch (description.getStatType()) {
     case CStatDescription::stValue:
-        return leafToJson(stat, description);
+        return leafToJson(stat, description, numbers);
     case CStatDescription::stDynamicArray:
-        return tableToJson(stat);
+        return tableToJson(stat, numbers);
     default:
         break;
     }
     ordered_json object = ordered_json::object();
-    addChildren(object, stat);
+    addChildren(object, stat, numbers);
     return object;
 }
 

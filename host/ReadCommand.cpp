@@ -74,7 +74,7 @@ void readCapture(CReadOptions const & options)
     recording.finish();
     manager.endAnalyzing();
 
-    fmt::print("{}", report(options.report, options.file, frames, recording.result()));
+    fmt::print("{}", CReport(options.report).whole(options.file, frames, recording.result()));
 }
 
 } // namespace ketmon

@@ -14,16 +14,33 @@ void addReportOptions(CLI::App & command, CReportOptions & options)
         .add_option("--top", options.top, "How many rows of a table to print, the busiest first; 0 for all")
         ->capture_default_str()
         ->type_name("N");
+    addValueTextOptions(command, options.values);
 }
 
-std::string report(CReportOptions const & options, std::string const & title, unsigned long long frames,
-                   KetStats::CBaseStat const & statistics)
+CReport::CReport(CReportOptions const & options)
+    : m_options(options),
+      m_values(options.values.multiplier.value_or(options.json ? Multiplying::none : Multiplying::binary),
+               options.values.precision)
+{}
+
+std::string CReport::text(KetStats::CBaseStat const & stat) const
 {
-    if (!options.json)
-        return fmt::format("{}: {} frames\n\n{}", title, frames, toText(statistics, options.top));
+    return toText(stat, m_options.top, m_values);
+}
+
+nlohmann::ordered_json CReport::json(KetStats::CBaseStat const & stat) const
+{
+    return toJson(stat, m_options.values.given() ? &m_values : nullptr);
+}
+
+std::string CReport::whole(std::string const & title, unsigned long long frames,
+                           KetStats::CBaseStat const & statistics) const
+{
+    if (!m_options.json)
+        return fmt::format("{}: {} frames\n\n{}", title, frames, text(statistics));
     nlohmann::ordered_json document;
     document["frames"] = frames;
-    document["statistics"] = toJson(statistics);
+    document["statistics"] = json(statistics);
     return document.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + '\n';
 }
 

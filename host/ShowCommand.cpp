@@ -34,8 +34,9 @@ void showSnapshots(CShowOptions const & options)
         }
     }
     snapshot.calculatePercentStats();
-    fmt::print("{}",
-               report(options.report, options.files.back(), framesOf(snapshot), *snapshot.getStat("1")));
+    fmt::print(
+        "{}",
+        CReport(options.report).whole(options.files.back(), framesOf(snapshot), *snapshot.getStat("1")));
 }
 
 } // namespace ketmon

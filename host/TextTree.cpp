@@ -1,12 +1,10 @@
 #include "host/TextTree.h"
 
 #include "host/TextTable.h"
-#include "host/Values.h"
 
 #include <fmt/core.h>
 
 #include <algorithm>
-#include <cmath>
 
 namespace ketmon {
 
@@ -27,20 +25,15 @@ bool isTable(CStatDescription const & description)
            description.getStatType() == CStatDescription::stDynamicArray;
 }
 
-std::string number(double value)
+// A table within a row shows how many rows it has.
+std::string cellOf(CBaseStat const & stat, CValueText const & values)
 {
-    return std::isfinite(value) ? fmt::format("{:.2f}", value) : "-";
+    return isLeaf(*stat.getDescription()) ? values.aligned(stat) : fmt::format("{}", stat.getChildrenCount());
 }
 
-// A table within a row shows how many rows it has.
-std::string valueOf(CBaseStat const & stat)
+std::string headingOf(CBaseStat const & stat)
 {
-    CStatDescription const & description = *stat.getDescription();
-    if (!isLeaf(description))
-        return fmt::format("{}", stat.getChildrenCount());
-    if (description.isInteger())
-        return fmt::format("{}", description.getInteger(&stat));
-    return description.isNumeric() ? number(description.getNumeric(&stat)) : textOf(stat);
+    return stat.getOid().toString() + ' ' + stat.getDescription()->getStringDescription();
 }
 
 std::string unitOf(CStatDescription const & description)
@@ -49,20 +42,37 @@ std::string unitOf(CStatDescription const & description)
     return numeric ? numeric->getUnits() : std::string();
 }
 
-// The leaves of a group, a line each: name, value, unit.
-std::string leavesToText(CBaseStat const & group)
+// A line for each leaf: name, value, unit.
+class CLeafLines
 {
-    CTextTable table;
-    table.addColumn("", CTextTable::left);
-    table.addColumn("", CTextTable::right);
-    table.addColumn("", CTextTable::left);
-    for (unsigned int index = 0; index < group.getChildrenCount(); ++index) {
-        CBaseStat const & child = *group.getChild(index);
-        CStatDescription const & description = *child.getDescription();
-        if (isLeaf(description))
-            table.addRow({description.getStringDescription(), valueOf(child), unitOf(description)});
+public:
+    CLeafLines()
+    {
+        m_table.addColumn("", CTextTable::left);
+        m_table.addColumn("", CTextTable::right);
+        m_table.addColumn("", CTextTable::left);
     }
-    return table.toString("  ");
+
+    void add(CBaseStat const & leaf, CValueText const & values)
+    {
+        CStatDescription const & description = *leaf.getDescription();
+        m_table.addRow({description.getStringDescription(), values.aligned(leaf), unitOf(description)});
+    }
+
+    std::string toString(std::string const & indent) const { return m_table.toString(indent); }
+
+private:
+    CTextTable m_table;
+};
+
+// The leaves of a group.
+std::string leavesToText(CBaseStat const & group, CValueText const & values)
+{
+    CLeafLines lines;
+    for (unsigned int index = 0; index < group.getChildrenCount(); ++index)
+        if (isLeaf(*group.getChild(index)->getDescription()))
+            lines.add(*group.getChild(index), values);
+    return lines.toString("  ");
 }
 
 // How busy a row is: all the frames that it counts.
@@ -82,6 +92,7 @@ long long framesOf(CBaseStat const & row)
 
 void addColumns(CTextTable & table, CStatDescription const & row)
 {
+    table.addColumn("Id", CTextTable::right);
     for (unsigned int column = 0; CStatDescription const * const description = row.subStatDescription(column);
          ++column) {
         std::string const unit = unitOf(*description);
@@ -91,31 +102,31 @@ void addColumns(CTextTable & table, CStatDescription const & row)
     }
 }
 
-void addRow(CTextTable & table, CBaseStat const & row)
+void addRow(CTextTable & table, CBaseStat const & row, CValueText const & values)
 {
-    std::vector<std::string> cells;
+    std::vector<std::string> cells{fmt::format("{}", row.getId())};
     for (unsigned int column = 0; column < row.getChildrenCount(); ++column)
-        cells.push_back(valueOf(*row.getChild(column)));
+        cells.push_back(cellOf(*row.getChild(column), values));
     table.addRow(std::move(cells));
 }
 
 // The rows of a group of fixed rows, in their order.
-std::string fixedTableToText(CBaseStat const & group)
+std::string fixedTableToText(CBaseStat const & group, CValueText const & values)
 {
     CTextTable table;
     addColumns(table, *group.getDescription()->subStatDescription(0));
     for (unsigned int index = 0; index < group.getChildrenCount(); ++index)
-        addRow(table, *group.getChild(index));
-    return group.getDescription()->getStringDescription() + '\n' + table.toString("  ");
+        addRow(table, *group.getChild(index), values);
+    return headingOf(group) + '\n' + table.toString("  ");
 }
 
-std::string tableToText(CBaseStat const & container, unsigned int top)
+std::string tableToText(CBaseStat const & container, unsigned int top, CValueText const & values)
 {
     std::vector<CBaseStat const *> rows = rowsOf(container);
     std::stable_sort(rows.begin(), rows.end(), [](CBaseStat const * left, CBaseStat const * right) {
         return framesOf(*left) > framesOf(*right);
     });
-    std::string heading = container.getDescription()->getStringDescription();
+    std::string heading = headingOf(container);
     if (top != 0 && rows.size() > top) {
         heading += fmt::format(" (the busiest {} of {})", top, rows.size());
         rows.resize(top);
@@ -126,35 +137,31 @@ std::string tableToText(CBaseStat const & container, unsigned int top)
     CTextTable table;
     addColumns(table, *container.getDescription()->subStatDescription(0));
     for (CBaseStat const * const row : rows)
-        addRow(table, *row);
+        addRow(table, *row, values);
     return heading + '\n' + table.toString("  ");
 }
 
 } // namespace
 
-std::string toText(CBaseStat const & stat, unsigned int top)
+std::string toText(CBaseStat const & stat, unsigned int top, CValueText const & values)
 {
     CStatDescription const & description = *stat.getDescription();
     if (description.getStatType() == CStatDescription::stTable)
-        return fixedTableToText(stat) + '\n';
+        return fixedTableToText(stat, values) + '\n';
     if (description.getStatType() == CStatDescription::stDynamicArray)
-        return tableToText(stat, top) + '\n';
-
+        return tableToText(stat, top, values) + '\n';
     if (isLeaf(description)) {
-        CTextTable table;
-        table.addColumn("", CTextTable::left);
-        table.addColumn("", CTextTable::right);
-        table.addColumn("", CTextTable::left);
-        table.addRow({description.getStringDescription(), valueOf(stat), unitOf(description)});
-        return table.toString("") + '\n';
+        CLeafLines line;
+        line.add(stat, values);
+        return line.toString("") + '\n';
     }
 
     // A group that only holds groups needs no heading of its own.
-    std::string const leaves = leavesToText(stat);
-    std::string text = leaves.empty() ? "" : description.getStringDescription() + '\n' + leaves + '\n';
+    std::string const leaves = leavesToText(stat, values);
+    std::string text = leaves.empty() ? "" : headingOf(stat) + '\n' + leaves + '\n';
     for (unsigned int index = 0; index < stat.getChildrenCount(); ++index)
         if (!isLeaf(*stat.getChild(index)->getDescription()))
-            text += toText(*stat.getChild(index), top);
+            text += toText(*stat.getChild(index), top, values);
     return text;
 }
 

@@ -353,7 +353,7 @@ TEST(Console, PrintsTablesToo)
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_THAT(outcome.output,
                 HasSubstr(agent.address() + ": 4709 frames, the agent ended after 4709 frames\n"));
-    EXPECT_THAT(outcome.output, HasSubstr("\nMAC traffic (the busiest 1 of "));
+    EXPECT_THAT(outcome.output, HasSubstr("\n1.7 MAC traffic (the busiest 1 of "));
 }
 
 } // namespace

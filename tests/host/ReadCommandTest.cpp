@@ -120,11 +120,62 @@ TEST(ReadCommand, TextNamesValuesAndUnits)
 
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_THAT(outcome.output, HasSubstr("601 frames\n"));
-    EXPECT_THAT(outcome.output, HasSubstr("\nGlobal statistics\n"));
-    EXPECT_THAT(outcome.output, testing::ContainsRegex("Global transmitted frames +601  frames\n"));
-    EXPECT_THAT(outcome.output, testing::ContainsRegex("\n  Name +Frames \\[frames\\] +Data \\[bytes\\]"));
-    EXPECT_THAT(outcome.output, testing::ContainsRegex("\n  Unicast +601 "));
+    EXPECT_THAT(outcome.output, HasSubstr("\n1.1 Global statistics\n"));
+    EXPECT_THAT(outcome.output, testing::ContainsRegex("Global transmitted frames +601    frames\n"));
+    EXPECT_THAT(outcome.output,
+                testing::ContainsRegex("\n  Id  Name +Frames \\[frames\\] +Data \\[bytes\\]"));
+    EXPECT_THAT(outcome.output, testing::ContainsRegex("\n   3  Unicast +601 "));
     EXPECT_THAT(outcome.output, Not(HasSubstr(" \n"))) << "no blanks at the end of a line";
+}
+
+TEST(ReadCommand, TextHasTheMultiplierAndThePlacesAskedFor)
+{
+    auto const line = [](std::vector<std::string> const & options) {
+        std::vector<std::string> arguments{"read", capture("internet-mixed.pcap"), "--enable", "none"};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        std::string const output = ketmon(arguments).output;
+        std::size_t const start = output.find("Global transmitted data");
+        std::string const text = output.substr(start, output.find('\n', start) - start);
+        return text.substr(text.find_first_not_of(' ', std::string("Global transmitted data").size()));
+    };
+
+    EXPECT_EQ(line({}), "2.74 M  bytes");
+    EXPECT_EQ(line({"--multiplier", "binary", "--precision", "0"}), "3 M  bytes");
+    EXPECT_EQ(line({"--multiplier", "decimal"}), "2.87 M  bytes");
+    EXPECT_EQ(line({"--multiplier", "decimal", "--precision", "6"}), "2.874845 M  bytes");
+    EXPECT_EQ(line({"--multiplier", "none"}), "2874845  bytes");
+    EXPECT_EQ(line({"--multiplier", "none", "--precision", "3"}), "2874845  bytes");
+}
+
+TEST(ReadCommand, MultiplierAndPlacesMakeTextsOfJsonNumbers)
+{
+    auto const unicast = [](std::vector<std::string> const & options) {
+        return read("internet-mixed.pcap", options)["statistics"]["Frame tables"]["Frame types"]["Unicast"];
+    };
+
+    EXPECT_EQ(unicast({})["Data"], 2869211);
+    EXPECT_EQ(unicast({"--multiplier", "binary"})["Data"], "2.74 M");
+    EXPECT_EQ(unicast({"--multiplier", "binary"})["Name"], "Unicast");
+    EXPECT_EQ(unicast({"--precision", "1"})["Data"], "2869211");
+    EXPECT_EQ(unicast({"--precision", "1"})["Percentage"], "99.5");
+}
+
+TEST(ReadCommand, TextNamesSubProtocolsAndCountsPortsInDecimal)
+{
+    Outcome const outcome = ketmon({"read", capture("internet-mixed.pcap")});
+
+    EXPECT_THAT(outcome.output, testing::ContainsRegex("\n   2  TCP  "));
+    EXPECT_THAT(outcome.output, testing::ContainsRegex("\n   2  443  "));
+    EXPECT_THAT(outcome.output, testing::ContainsRegex("\n   1  0x800  "));
+}
+
+TEST(ReadCommand, WrongMultiplierAndPlacesAreBadUsage)
+{
+    std::string const file = capture("internet-mixed.pcap");
+
+    EXPECT_EQ(ketmon({"read", file, "--multiplier", "lots"}).exitCode, 2);
+    EXPECT_EQ(ketmon({"read", file, "--precision", "21"}).exitCode, 2);
+    EXPECT_EQ(ketmon({"read", file, "--precision", "-1"}).exitCode, 2);
 }
 
 TEST(ReadCommand, TablesAreArraysOfRowsOldestFirst)
@@ -170,12 +221,12 @@ TEST(ReadCommand, TextShowsTheBusiestRowsFirst)
     Outcome const few = ketmon({"read", file, "--top", "2"});
     Outcome const all = ketmon({"read", file, "--top", "0"});
 
-    EXPECT_THAT(few.output, HasSubstr("\nIP traffic (the busiest 2 of 121)\n"));
-    EXPECT_THAT(few.output, HasSubstr("\n  54.192.94.30 "));
-    EXPECT_THAT(all.output, HasSubstr("\nIP traffic\n"));
+    EXPECT_THAT(few.output, HasSubstr("\n1.8 IP traffic (the busiest 2 of 121)\n"));
+    EXPECT_THAT(few.output, HasSubstr("\n  101  54.192.94.30 "));
+    EXPECT_THAT(all.output, HasSubstr("\n1.8 IP traffic\n"));
     EXPECT_GT(std::count(all.output.begin(), all.output.end(), '\n'),
               100 + std::count(few.output.begin(), few.output.end(), '\n'));
-    EXPECT_THAT(few.output, testing::ContainsRegex("UDP ports\n  UDP port.*\n  0x35 "));
+    EXPECT_THAT(few.output, testing::ContainsRegex("1.11.2 UDP ports\n  Id  UDP port.*\n   1  53 "));
 }
 
 TEST(ReadCommand, TakesTheFileAsAnOptionToo)
