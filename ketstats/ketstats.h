@@ -2,6 +2,8 @@
 
 // Everything that a host needs.
 
+#include "ketstats/capture/FieldFilters.h"
+#include "ketstats/capture/Filter.h"
 #include "ketstats/capture/NetworkFrame.h"
 #include "ketstats/capture/Requester.h"
 #include "ketstats/engine/StatManager.h"

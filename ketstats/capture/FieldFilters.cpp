@@ -1,0 +1,354 @@
+#include "ketstats/capture/FieldFilters.h"
+
+#include "ketstats/capture/FilterExpression.h"
+#include "ketstats/capture/FilterStream.h"
+#include "ketstats/capture/FilteredFrame.h"
+
+#include <cstring>
+
+namespace {
+
+constexpr unsigned char tcp = 6;
+constexpr unsigned char udp = 17;
+
+std::string hexNumber(unsigned int number, int digits)
+{
+    static constexpr char hex[] = "0123456789abcdef";
+    std::string text = "0x";
+    for (int shift = (digits - 1) * 4; shift >= 0; shift -= 4)
+        text += hex[(number >> shift) & 0xF];
+    return text;
+}
+
+// `ether src` or `ether dst` with an address.
+CFilterExpression ofStation(char const * end, CMACAddr const & address)
+{
+    std::string text = std::string("ether ") + end + " " + hexString(address.bytes.data(), 6);
+    for (std::size_t i = text.size() - 17; i < text.size(); ++i) {
+        if (text[i] == '-')
+            text[i] = ':';
+        else if (text[i] >= 'A' && text[i] <= 'F')
+            text[i] = static_cast<char>(text[i] - 'A' + 'a');
+    }
+    return CFilterExpression::ofAnyDepth(text);
+}
+
+CFilterExpression ofSubprotocol(unsigned char protocol)
+{
+    return CFilterExpression::ofIP("ip proto " + std::to_string(protocol));
+}
+
+} // namespace
+
+CSrcMACFilter::CSrcMACFilter(std::string const & theDescription, bool isNegated)
+    : CFilter(theDescription, isNegated)
+{}
+
+CSrcMACFilter::CSrcMACFilter(CSrcMACFilter const &) = default;
+
+CSrcMACFilter::~CSrcMACFilter() = default;
+
+eFilterId CSrcMACFilter::GetFilterId() const
+{
+    return fiSourceMAC;
+}
+
+CFilter * CSrcMACFilter::Clone() const
+{
+    return new CSrcMACFilter(*this);
+}
+
+bool CSrcMACFilter::matches(CFilteredFrame const & frame) const
+{
+    return frame.media.sourceMAC == address;
+}
+
+CFilterExpression CSrcMACFilter::expression() const
+{
+    return ofStation("src", address);
+}
+
+void CSrcMACFilter::packFields(ktools::CMemoryBuffer & buffer) const
+{
+    filterstream::write(buffer, address);
+}
+
+void CSrcMACFilter::unpackFields(ktools::CMemoryBuffer & buffer, unsigned int /*levels*/)
+{
+    address = filterstream::read<CMACAddr>(buffer);
+}
+
+CDstMACFilter::CDstMACFilter(std::string const & addressText, std::string const & theDescription,
+                             bool isNegated)
+    : CFilter(theDescription, isNegated)
+{
+    LoadHexString(addressText.c_str(), address.bytes.data(), static_cast<int>(address.bytes.size()));
+}
+
+CDstMACFilter::CDstMACFilter(CDstMACFilter const &) = default;
+
+CDstMACFilter::~CDstMACFilter() = default;
+
+eFilterId CDstMACFilter::GetFilterId() const
+{
+    return fiDestinationMAC;
+}
+
+CFilter * CDstMACFilter::Clone() const
+{
+    return new CDstMACFilter(*this);
+}
+
+bool CDstMACFilter::matches(CFilteredFrame const & frame) const
+{
+    return frame.media.destinationMAC == address;
+}
+
+CFilterExpression CDstMACFilter::expression() const
+{
+    return ofStation("dst", address);
+}
+
+void CDstMACFilter::packFields(ktools::CMemoryBuffer & buffer) const
+{
+    filterstream::write(buffer, address);
+}
+
+void CDstMACFilter::unpackFields(ktools::CMemoryBuffer & buffer, unsigned int /*levels*/)
+{
+    address = filterstream::read<CMACAddr>(buffer);
+}
+
+CProtocolFilter::CProtocolFilter(std::string const & theDescription, bool isNegated)
+    : CFilter(theDescription, isNegated)
+{}
+
+CProtocolFilter::CProtocolFilter(CProtocolId const & theProtocolId, std::string const & theDescription,
+                                 bool isNegated)
+    : CFilter(theDescription, isNegated),
+      protocolId(theProtocolId)
+{}
+
+CProtocolFilter::CProtocolFilter(CProtocolFilter const &) = default;
+
+CProtocolFilter::~CProtocolFilter() = default;
+
+eFilterId CProtocolFilter::GetFilterId() const
+{
+    return fiProtocol;
+}
+
+CFilter * CProtocolFilter::Clone() const
+{
+    return new CProtocolFilter(*this);
+}
+
+bool CProtocolFilter::matches(CFilteredFrame const & frame) const
+{
+    return frame.media.GetProtocolId() == protocolId;
+}
+
+CFilterExpression CProtocolFilter::expression() const
+{
+    // No frame has an id of more than two bytes.
+    for (std::size_t i = 0; i < 4; ++i)
+        if (protocolId.bytes[i] != 0)
+            return CFilterExpression::constant(false);
+    return CFilterExpression::ofProtocol(static_cast<unsigned int>(protocolId.bytes[4]) << 8 |
+                                         protocolId.bytes[5]);
+}
+
+void CProtocolFilter::packFields(ktools::CMemoryBuffer & buffer) const
+{
+    filterstream::write(buffer, protocolId);
+}
+
+void CProtocolFilter::unpackFields(ktools::CMemoryBuffer & buffer, unsigned int /*levels*/)
+{
+    protocolId = filterstream::read<CProtocolId>(buffer);
+}
+
+CIPSubprotocolFilter::CIPSubprotocolFilter(unsigned char theProtocol, std::string const & theDescription,
+                                           bool isNegated)
+    : CFilter(theDescription, isNegated),
+      protocol(theProtocol)
+{}
+
+CIPSubprotocolFilter::CIPSubprotocolFilter(CIPSubprotocolFilter const &) = default;
+
+CIPSubprotocolFilter::~CIPSubprotocolFilter() = default;
+
+eFilterId CIPSubprotocolFilter::GetFilterId() const
+{
+    return fiIPSubprotocol;
+}
+
+CFilter * CIPSubprotocolFilter::Clone() const
+{
+    return new CIPSubprotocolFilter(*this);
+}
+
+bool CIPSubprotocolFilter::matches(CFilteredFrame const & frame) const
+{
+    return frame.isIP && frame.subprotocol() == protocol;
+}
+
+CFilterExpression CIPSubprotocolFilter::expression() const
+{
+    return ofSubprotocol(protocol);
+}
+
+void CIPSubprotocolFilter::packFields(ktools::CMemoryBuffer & buffer) const
+{
+    filterstream::write(buffer, protocol);
+}
+
+void CIPSubprotocolFilter::unpackFields(ktools::CMemoryBuffer & buffer, unsigned int /*levels*/)
+{
+    protocol = filterstream::read<unsigned char>(buffer);
+}
+
+CIPPortFilter::CIPPortFilter(unsigned short thePort, ePortType theType, eOperation theOperation,
+                             std::string const & theDescription, bool isNegated)
+    : CFilter(theDescription, isNegated),
+      port(thePort),
+      type(theType),
+      operation(theOperation)
+{}
+
+CIPPortFilter::CIPPortFilter(CIPPortFilter const &) = default;
+
+CIPPortFilter::~CIPPortFilter() = default;
+
+eFilterId CIPPortFilter::GetFilterId() const
+{
+    return fiIPPort;
+}
+
+CFilter * CIPPortFilter::Clone() const
+{
+    return new CIPPortFilter(*this);
+}
+
+bool CIPPortFilter::matches(CFilteredFrame const & frame) const
+{
+    if (operation != eoEqual || type > ptUDP || !frame.isIP)
+        return false;
+    unsigned char const protocol = frame.subprotocol();
+    if (!(protocol == tcp && type != ptUDP) && !(protocol == udp && type != ptTCP))
+        return false;
+    return (type != ptDestination && frame.sourcePort() == port) ||
+           (type != ptSource && frame.destinationPort() == port);
+}
+
+// Not `tcp port 80`: that passes over later fragments, which are counted like the first.
+CFilterExpression CIPPortFilter::expression() const
+{
+    if (operation != eoEqual || type > ptUDP)
+        return CFilterExpression::constant(false);
+    std::string const equal = " = " + std::to_string(port);
+    std::vector<CFilterExpression> ends;
+    if (type != ptDestination)
+        ends.push_back(CFilterExpression::ofIP("ip[(ip[0] & 0xf) << 2:2]" + equal));
+    if (type != ptSource)
+        ends.push_back(CFilterExpression::ofIP("ip[((ip[0] & 0xf) << 2) + 2:2]" + equal));
+    CFilterExpression const protocol = type == ptTCP   ? ofSubprotocol(tcp)
+                                       : type == ptUDP ? ofSubprotocol(udp)
+                                                       : CFilterExpression::ofIP("ip proto (6 or 17)");
+    return CFilterExpression::all({protocol, CFilterExpression::any(std::move(ends))});
+}
+
+void CIPPortFilter::packFields(ktools::CMemoryBuffer & buffer) const
+{
+    filterstream::write(buffer, port);
+    filterstream::write(buffer, type);
+    filterstream::write(buffer, operation);
+}
+
+void CIPPortFilter::unpackFields(ktools::CMemoryBuffer & buffer, unsigned int /*levels*/)
+{
+    auto const thePort = filterstream::read<unsigned short>(buffer);
+    auto const theType = filterstream::read<unsigned int>(buffer);
+    if (theType > ptUDP)
+        filterstream::refuse(273, "FieldFilters");
+    auto const theOperation = filterstream::read<unsigned int>(buffer);
+    if (theOperation != eoEqual)
+        filterstream::refuse(276, "FieldFilters");
+    port = thePort;
+    type = static_cast<ePortType>(theType);
+    operation = eoEqual;
+}
+
+CIPAddrFilter::CIPAddrFilter(unsigned int theAddress, unsigned int thePosition, eOperation theOperation,
+                             std::string const & theDescription, bool isNegated)
+    : CFilter(theDescription, isNegated),
+      address(theAddress),
+      position(thePosition),
+      operation(theOperation)
+{}
+
+CIPAddrFilter::CIPAddrFilter(CIPAddrFilter const &) = default;
+
+CIPAddrFilter::~CIPAddrFilter() = default;
+
+eFilterId CIPAddrFilter::GetFilterId() const
+{
+    return fiIPAddress;
+}
+
+CFilter * CIPAddrFilter::Clone() const
+{
+    return new CIPAddrFilter(*this);
+}
+
+bool CIPAddrFilter::matches(CFilteredFrame const & frame) const
+{
+    if (operation != eoEqual || !frame.isIP)
+        return false;
+    unsigned char found[sizeof address];
+    frame.addressAt(position, found);
+    return std::memcmp(found, &address, sizeof address) == 0;
+}
+
+CFilterExpression CIPAddrFilter::expression() const
+{
+    // No frame is as long as that, so zeros are what is read there; libpcap would count from the other end.
+    static constexpr unsigned int behindAllFrames = 0x7FFF0000;
+
+    if (operation != eoEqual || (position >= behindAllFrames && address != 0))
+        return CFilterExpression::constant(false);
+    if (position >= behindAllFrames)
+        return CFilterExpression::ofIP("ip");
+
+    unsigned char octets[sizeof address];
+    std::memcpy(octets, &address, sizeof address);
+    if (position == apSource || position == apDestination) {
+        std::string text = position == apSource ? "ip src host " : "ip dst host ";
+        for (int i = 0; i < 4; ++i)
+            text += (i == 0 ? "" : ".") + std::to_string(octets[i]);
+        return CFilterExpression::ofIP(text);
+    }
+    unsigned int const number = static_cast<unsigned int>(octets[0]) << 24 |
+                                static_cast<unsigned int>(octets[1]) << 16 |
+                                static_cast<unsigned int>(octets[2]) << 8 | octets[3];
+    return CFilterExpression::ofIP("ip[" + std::to_string(position) + ":4] = " + hexNumber(number, 8));
+}
+
+void CIPAddrFilter::packFields(ktools::CMemoryBuffer & buffer) const
+{
+    filterstream::write(buffer, address);
+    filterstream::write(buffer, position);
+    filterstream::write(buffer, operation);
+}
+
+void CIPAddrFilter::unpackFields(ktools::CMemoryBuffer & buffer, unsigned int /*levels*/)
+{
+    auto const theAddress = filterstream::read<unsigned int>(buffer);
+    auto const thePosition = filterstream::read<unsigned int>(buffer);
+    auto const theOperation = filterstream::read<unsigned int>(buffer);
+    if (theOperation != eoEqual)
+        filterstream::refuse(350, "FieldFilters");
+    address = theAddress;
+    position = thePosition;
+    operation = eoEqual;
+}

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "ketstats/capture/NetworkFrame.h"
+
+// What filters see of a frame: one analysis for all filters of a compound. It is made on the stack for one
+// use. The IP header is read exactly as the counting reads it.
+class CFilteredFrame
+{
+public:
+    explicit CFilteredFrame(CFrame const & frame)
+        : m_frame(frame.GetData(), frame.GetCapturedLength(), static_cast<unsigned int>(frame.GetLength())),
+          media(*m_frame.AnalyzeFrame()),
+          isIP(media.protocolId.bytes == ipId)
+    {}
+
+    CFilteredFrame(CFilteredFrame const &) = delete;
+    CFilteredFrame & operator=(CFilteredFrame const &) = delete;
+
+    // These are of IP packets only.
+    unsigned char subprotocol() const { return header()[9]; }
+    unsigned int sourcePort() const { return header().word(headerLength()); }
+    unsigned int destinationPort() const { return header().word(headerLength() + 2); }
+
+    // Copies the four bytes at any position of the IP header.
+    void addressAt(unsigned int position, unsigned char * target) const
+    {
+        unsigned int const behindAll = m_frame.GetCapturedLength();
+        header().copy<4>(position < behindAll ? position : behindAll, target);
+    }
+
+private:
+    static constexpr std::array<unsigned char, CProtocolId::size> ipId{0, 0, 0, 0, 0x08, 0x00};
+
+    // A header that would start behind the captured bytes is an empty one at their end.
+    CBoundedBytes header() const
+    {
+        unsigned int const captured = m_frame.GetCapturedLength();
+        unsigned int const offset = media.networkOffset < captured ? media.networkOffset : captured;
+        return {m_frame.GetData() + offset, captured - offset};
+    }
+
+    unsigned int headerLength() const { return (header()[0] & 0x0FU) * 4; }
+
+    CNetworkFrame m_frame;
+
+public:
+    CMediaInfo const & media;
+    bool const isIP;
+};
