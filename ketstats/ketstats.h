@@ -10,6 +10,7 @@
 #include "ketstats/ktools/MemoryBuffer.h"
 #include "ketstats/model/StatTypes.h"
 #include "ketstats/schema/AgentStatistic.h"
+#include "ketstats/schema/RowFilters.h"
 #include "ketstats/snapshot/StatSnapshot.h"
 #include "ketstats/text/FixedPoint.h"
 #include "ketstats/text/IPSubProtocolFormat.h"

@@ -5,7 +5,7 @@
 namespace KetStats {
 
 CMACConnectionStat::CMACConnectionStat(CBaseStat * theParent, unsigned short theId)
-    : CUnfilteredContainerStat(theParent, theId, groupDescription())
+    : CBaseStaticContainerStat(theParent, theId, groupDescription())
 {}
 
 CMACConnectionStat::CMACConnectionStat(CBaseStat * theParent, unsigned short theId, CKey const & theKey)
@@ -51,7 +51,7 @@ void CMACConnectionStat::doAssign(CBaseStat const & other)
 }
 
 CIPConnectionStat::CIPConnectionStat(CBaseStat * theParent, unsigned short theId)
-    : CUnfilteredContainerStat(theParent, theId, groupDescription())
+    : CBaseStaticContainerStat(theParent, theId, groupDescription())
 {}
 
 CIPConnectionStat::CIPConnectionStat(CBaseStat * theParent, unsigned short theId, CKey const & theKey)
@@ -92,7 +92,7 @@ void CIPConnectionStat::doAssign(CBaseStat const & other)
 }
 
 CARPStat::CARPStat(CBaseStat * theParent, unsigned short theId)
-    : CUnfilteredContainerStat(theParent, theId, groupDescription())
+    : CBaseStaticContainerStat(theParent, theId, groupDescription())
 {}
 
 CARPStat::CARPStat(CBaseStat * theParent, unsigned short theId, CIPAddress const & key)

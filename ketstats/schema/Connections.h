@@ -9,7 +9,7 @@ namespace KetStats {
 // searches by `key`, which holds the same two addresses. Every path that writes those children ends with
 // updateKey or its like; unpacking and assigning do so here. A changed-only transfer can bring only some of
 // the children, and the key is then rebuilt from whatever they hold.
-class KETSTATS_API CMACConnectionStat : public schema::CUnfilteredContainerStat
+class KETSTATS_API CMACConnectionStat : public CBaseStaticContainerStat
 {
 public:
     // The source, then the destination. Neither the key nor its equality sorts or swaps them.
@@ -35,6 +35,7 @@ public:
     CMACConnectionStat(CBaseStat * theParent, unsigned short theId, CKey const & theKey);
 
     static CStructStatDescription const & groupDescription();
+    CFilter * buildFilter() const override;
     CKey const & rowKey() const { return key; }
     void takeKey(CKey const & theKey);
 
@@ -62,7 +63,7 @@ protected:
     void doAssign(CBaseStat const & other) override;
 };
 
-class KETSTATS_API CIPConnectionStat : public schema::CUnfilteredContainerStat
+class KETSTATS_API CIPConnectionStat : public CBaseStaticContainerStat
 {
 public:
     // The source, then the destination.
@@ -89,6 +90,7 @@ public:
     CIPConnectionStat(CBaseStat * theParent, unsigned short theId, CKey const & theKey);
 
     static CStructStatDescription const & groupDescription();
+    CFilter * buildFilter() const override;
     CKey const & rowKey() const { return key; }
     void takeKey(CKey const & theKey);
 
@@ -120,7 +122,7 @@ static_assert(sizeof(CMACConnectionStat::CKey) == 12 && sizeof(CIPConnectionStat
 
 // An IP address and the MAC address first seen for it: a row of "ARP connections". The key is the second
 // child.
-class KETSTATS_API CARPStat : public schema::CUnfilteredContainerStat
+class KETSTATS_API CARPStat : public CBaseStaticContainerStat
 {
 public:
     using CHasher = CWordHasher<CIPAddress>;
@@ -132,6 +134,7 @@ public:
              CMACAddrPacked const & address);
 
     static CStructStatDescription const & groupDescription();
+    CFilter * buildFilter() const override;
     CIPAddress const & rowKey() const { return ipAddress.get(); }
     void takeKey(CIPAddress const & key) { ipAddress = key; }
 

@@ -2,11 +2,6 @@
 
 namespace KetStats {
 
-CFilter * schema::CUnfilteredContainerStat::buildFilter() const
-{
-    return nullptr;
-}
-
 CGlobalStatisticsStat::CGlobalStatisticsStat(CBaseStat * theParent, unsigned short theId)
     : CUnfilteredContainerStat(theParent, theId, groupDescription())
 {}

@@ -6,7 +6,7 @@ namespace KetStats {
 
 template <int N>
 CGenProtoStat<N>::CGenProtoStat(CBaseStat * theParent, unsigned short theId)
-    : CUnfilteredContainerStat(theParent, theId, groupDescription())
+    : CBaseStaticContainerStat(theParent, theId, groupDescription())
 {}
 
 template <int N>
@@ -25,7 +25,7 @@ CStructStatDescription const & CGenProtoStat<N>::groupDescription()
 
 template <int N>
 CGenPortStat<N>::CGenPortStat(CBaseStat * theParent, unsigned short theId)
-    : CUnfilteredContainerStat(theParent, theId, groupDescription())
+    : CBaseStaticContainerStat(theParent, theId, groupDescription())
 {}
 
 template <int N>

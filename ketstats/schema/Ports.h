@@ -6,7 +6,7 @@ namespace KetStats {
 
 // Traffic by IP protocol number: a row of the table "IP subprotocols". The template argument has no effect.
 template <int N>
-class KETSTATS_TYPE CGenProtoStat : public schema::CUnfilteredContainerStat
+class KETSTATS_TYPE CGenProtoStat : public CBaseStaticContainerStat
 {
 public:
     using CHasher = CWordHasher<CProtocolIdPacked>;
@@ -16,6 +16,7 @@ public:
     CGenProtoStat(CBaseStat * theParent, unsigned short theId, CProtocolIdPacked const & key);
 
     static CStructStatDescription const & groupDescription();
+    CFilter * buildFilter() const override;
     CProtocolIdPacked const & rowKey() const { return protocolId.get(); }
     void takeKey(CProtocolIdPacked const & key) { protocolId = key; }
 
@@ -35,7 +36,7 @@ private:
 
 // Traffic by port, of TCP for 0 and of UDP for 1: a row of a table of ports, global or of a station.
 template <int N>
-class KETSTATS_TYPE CGenPortStat : public schema::CUnfilteredContainerStat
+class KETSTATS_TYPE CGenPortStat : public CBaseStaticContainerStat
 {
 public:
     using CHasher = CWordHasher<CProtocolIdPacked>;
@@ -45,6 +46,7 @@ public:
     CGenPortStat(CBaseStat * theParent, unsigned short theId, CProtocolIdPacked const & key);
 
     static CStructStatDescription const & groupDescription();
+    CFilter * buildFilter() const override;
     CProtocolIdPacked const & rowKey() const { return port.get(); }
     void takeKey(CProtocolIdPacked const & key) { port = key; }
 

@@ -5,7 +5,7 @@
 namespace KetStats {
 
 CStationStat::CStationStat(CBaseStat * theParent, unsigned short theId)
-    : CUnfilteredContainerStat(theParent, theId, groupDescription())
+    : CBaseStaticContainerStat(theParent, theId, groupDescription())
 {}
 
 CStationStat::CStationStat(CBaseStat * theParent, unsigned short theId, CMACAddrPacked const & key)
@@ -21,7 +21,7 @@ CStructStatDescription const & CStationStat::groupDescription()
 }
 
 CProtocolStat::CProtocolStat(CBaseStat * theParent, unsigned short theId)
-    : CUnfilteredContainerStat(theParent, theId, groupDescription())
+    : CBaseStaticContainerStat(theParent, theId, groupDescription())
 {}
 
 CProtocolStat::CProtocolStat(CBaseStat * theParent, unsigned short theId, CProtocolIdPacked const & key)

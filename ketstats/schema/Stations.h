@@ -6,7 +6,7 @@ namespace KetStats {
 
 // A MAC address seen on the network: a row of the table "Network stations". It carries a whole table for each
 // of its TCP and UDP ports. `percentage` is worked out by the reading client.
-class KETSTATS_API CStationStat : public schema::CUnfilteredContainerStat
+class KETSTATS_API CStationStat : public CBaseStaticContainerStat
 {
 public:
     using CHasher = CWordHasher<CMACAddrPacked>;
@@ -16,6 +16,7 @@ public:
     CStationStat(CBaseStat * theParent, unsigned short theId, CMACAddrPacked const & key);
 
     static CStructStatDescription const & groupDescription();
+    CFilter * buildFilter() const override;
     CMACAddrPacked const & rowKey() const { return address.get(); }
     void takeKey(CMACAddrPacked const & key) { address = key; }
 
@@ -37,7 +38,7 @@ public:
 
 // A protocol seen in frames: a row of the table "Network protocols". `averageFrameSize` and `percentage` are
 // worked out by the reading client.
-class KETSTATS_API CProtocolStat : public schema::CUnfilteredContainerStat
+class KETSTATS_API CProtocolStat : public CBaseStaticContainerStat
 {
 public:
     using CHasher = CWordHasher<CProtocolIdPacked>;
@@ -47,6 +48,7 @@ public:
     CProtocolStat(CBaseStat * theParent, unsigned short theId, CProtocolIdPacked const & key);
 
     static CStructStatDescription const & groupDescription();
+    CFilter * buildFilter() const override;
     CProtocolIdPacked const & rowKey() const { return protocolId.get(); }
     void takeKey(CProtocolIdPacked const & key) { protocolId = key; }
 

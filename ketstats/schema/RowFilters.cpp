@@ -1,0 +1,166 @@
+#include "ketstats/schema/RowFilters.h"
+
+#include "ketstats/schema/Connections.h"
+#include "ketstats/schema/GlobalStats.h"
+#include "ketstats/schema/Ports.h"
+#include "ketstats/schema/Stations.h"
+
+#include <memory>
+#include <string>
+
+// How rows, and groups, describe themselves as filters. Filters are built without a description: the capture
+// layer describes them.
+namespace KetStats {
+
+namespace {
+
+using Filter = std::unique_ptr<CFilter>;
+
+constexpr char noDescription[] = "";
+constexpr bool negated = false;
+
+constexpr char ipProtocol[] = "0800";
+constexpr char arpProtocol[] = "0806";
+constexpr unsigned char tcp = 6;
+constexpr unsigned char udp = 17;
+
+// The filters in their order; the compound owns them.
+template <class... Filters>
+Filter combined(CCompoundFilter::eMode mode, Filters... filters)
+{
+    auto compound = std::make_unique<CCompoundFilter>(noDescription, negated);
+    compound->mode = mode;
+    (compound->Add(filters.release()), ...);
+    return compound;
+}
+
+CMACAddr addressOf(CMACAddrPacked const & packed)
+{
+    return CMACAddr(packed.bytes.data());
+}
+
+Filter fromStation(CMACAddrPacked const & packed)
+{
+    auto filter = std::make_unique<CSrcMACFilter>(noDescription, negated);
+    LoadHexString(std::string(addressOf(packed)).c_str(), filter->address.bytes.data(), 6);
+    return filter;
+}
+
+Filter toStation(CMACAddrPacked const & packed)
+{
+    return std::make_unique<CDstMACFilter>(addressOf(packed), noDescription, negated);
+}
+
+Filter atStation(CMACAddrPacked const & packed)
+{
+    return combined(CCompoundFilter::cmAny, fromStation(packed), toStation(packed));
+}
+
+Filter ofProtocol(CProtocolId const & id)
+{
+    return std::make_unique<CProtocolFilter>(id, noDescription, negated);
+}
+
+Filter ofProtocol(char const * hexText)
+{
+    CProtocolId id;
+    LoadHexString(hexText, id.bytes.data(), CProtocolId::size);
+    return ofProtocol(id);
+}
+
+Filter ofSubprotocol(unsigned char number)
+{
+    return std::make_unique<CIPSubprotocolFilter>(number, noDescription, negated);
+}
+
+Filter ofAddress(CIPAddress const & address, CIPAddrFilter::ePosition position)
+{
+    return std::make_unique<CIPAddrFilter>(address, position, eoEqual, noDescription, negated);
+}
+
+// A port number stands in the last two bytes of its key.
+Filter ofPort(CProtocolIdPacked const & key, CIPPortFilter::ePortType type)
+{
+    auto const port = static_cast<unsigned short>(key.bytes[4] << 8 | key.bytes[5]);
+    return std::make_unique<CIPPortFilter>(port, type, eoEqual, noDescription, negated);
+}
+
+} // namespace
+
+CFilter * schema::CUnfilteredContainerStat::buildFilter() const
+{
+    return nullptr;
+}
+
+CFilter * CStationStat::buildFilter() const
+{
+    return atStation(address.get()).release();
+}
+
+CFilter * CProtocolStat::buildFilter() const
+{
+    return ofProtocol(protocolId.get()).release();
+}
+
+CFilter * CMACConnectionStat::buildFilter() const
+{
+    return combined(CCompoundFilter::cmAll, fromStation(source.get()), toStation(destination.get()))
+        .release();
+}
+
+CFilter * CIPConnectionStat::buildFilter() const
+{
+    return combined(CCompoundFilter::cmAll, ofProtocol(ipProtocol),
+                    ofAddress(source.get(), CIPAddrFilter::apSource),
+                    ofAddress(destination.get(), CIPAddrFilter::apDestination))
+        .release();
+}
+
+CFilter * CARPStat::buildFilter() const
+{
+    return combined(CCompoundFilter::cmAll, ofProtocol(arpProtocol), atStation(macAddress.get())).release();
+}
+
+// A number of one byte stands in the last byte of its key.
+template <int N>
+CFilter * CGenProtoStat<N>::buildFilter() const
+{
+    return combined(CCompoundFilter::cmAll, ofProtocol(ipProtocol), ofSubprotocol(protocolId.get().bytes[5]))
+        .release();
+}
+
+template <int N>
+CFilter * CGenPortStat<N>::buildFilter() const
+{
+    return combined(CCompoundFilter::cmAll, ofProtocol(ipProtocol), ofSubprotocol(N == 0 ? tcp : udp),
+                    ofPort(port.get(), N == 0 ? CIPPortFilter::ptTCP : CIPPortFilter::ptUDP))
+        .release();
+}
+
+template CFilter * CGenProtoStat<0>::buildFilter() const;
+template CFilter * CGenPortStat<0>::buildFilter() const;
+template CFilter * CGenPortStat<1>::buildFilter() const;
+
+CFilter * buildFilter(CBaseStat const * stat)
+{
+    std::unique_ptr<CCompoundFilter> compound;
+    Filter only; // the first filter on the way, until there is a second one
+    for (; stat; stat = stat->getParent()) {
+        auto const * const container = dynamic_cast<CBaseStaticContainerStat const *>(stat);
+        Filter filter(container ? container->buildFilter() : nullptr);
+        if (!filter)
+            continue;
+        if (compound) {
+            compound->Add(filter.release());
+        } else if (only) {
+            compound = std::make_unique<CCompoundFilter>(noDescription, negated);
+            compound->Add(only.release());
+            compound->Add(filter.release());
+        } else {
+            only = std::move(filter);
+        }
+    }
+    return compound ? compound.release() : only.release();
+}
+
+} // namespace KetStats
