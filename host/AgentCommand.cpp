@@ -2,9 +2,8 @@
 
 #include "host/Failure.h"
 #include "host/FrameFeed.h"
-#include "host/InterfaceCounters.h"
-#include "host/PcapFile.h"
-#include "host/PcapLive.h"
+#include "host/LiveCapture.h"
+#include "host/OpenCapture.h"
 
 #include "ketstats/ketstats.h"
 
@@ -74,27 +73,12 @@ private:
     std::jthread m_thread;
 };
 
-// Where frames come from, and the adapter behind it.
-struct CInput
+CInput inputOf(CAgentOptions const & options)
 {
-    explicit CInput(CAgentOptions const & options)
-    {
-        if (options.interface.empty()) {
-            hook = std::make_unique<CFileHook>(options.analysis.linkSpeed);
-            source = std::make_unique<CPcapFile>(options.file);
-            return;
-        }
-        auto counters = std::make_unique<CInterfaceCounters>(interfaceFolder(options.interface),
-                                                             options.analysis.linkSpeed);
-        source = std::make_unique<CPcapLive>(
-            options.interface, options.filter,
-            [&known = *counters](long missed, long softMissed) { known.setLosses(missed, softMissed); });
-        hook = std::move(counters);
-    }
-
-    std::unique_ptr<CNdisHook> hook;
-    std::unique_ptr<CCaptureSource> source; // may tell the hook of losses
-};
+    if (!options.interface.empty())
+        return openLiveCapture(options.interface, options.filter, options.analysis.linkSpeed);
+    return {std::make_unique<CFileHook>(options.analysis.linkSpeed), openCapture(options.file)};
+}
 
 } // namespace
 
@@ -161,7 +145,7 @@ void runAgent(CAgentOptions const & options)
     serverOptions.interval = milliseconds(options.interval);
     serverOptions.linger = milliseconds(options.linger);
 
-    CInput const input(options);
+    CInput const input = inputOf(options);
     CKetrinStatManager manager;
     configure(manager, options.analysis);
     manager.beginAnalyzing(input.hook.get());

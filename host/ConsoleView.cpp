@@ -1,10 +1,9 @@
 #include "host/ConsoleView.h"
 
 #include "host/SnapshotBytes.h"
+#include "host/Terminal.h"
 
 #include <fmt/core.h>
-#include <sys/ioctl.h>
-#include <unistd.h>
 
 #include <string_view>
 
@@ -44,14 +43,14 @@ std::string harmless(std::string text)
 // Draws over what a terminal shows, as many lines as it has.
 std::string drawn(std::string_view text)
 {
-    winsize size{};
-    unsigned int lines = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_row > 1 ? size.ws_row : 25U;
+    CTerminalSize const size = terminalSize(stdout);
+    unsigned int lines = size.lines > 1 ? size.lines : 25U;
     std::string result = "\033[H";
     while (!text.empty() && --lines > 0) {
         std::size_t const end = text.find('\n');
         std::string_view line = text.substr(0, end);
-        if (size.ws_col > 0)
-            line = line.substr(0, size.ws_col);
+        if (size.columns > 0)
+            line = line.substr(0, size.columns);
         result.append(line).append("\033[K\n");
         text.remove_prefix(end == text.npos ? text.size() : end + 1);
     }
@@ -65,7 +64,7 @@ CConsoleView::CConsoleView(CReportOptions const & options, CSelection const & se
     : m_report(options),
       m_selection(selection),
       m_title(title),
-      m_terminal(isatty(STDOUT_FILENO) == 1)
+      m_terminal(isTerminal(stdout))
 {}
 
 void CConsoleView::show(KetStats::CStatSnapshot const & snapshot) const

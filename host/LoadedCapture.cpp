@@ -1,6 +1,6 @@
 #include "host/LoadedCapture.h"
 
-#include "host/PcapFile.h"
+#include "host/OpenCapture.h"
 
 #include <algorithm>
 
@@ -8,9 +8,9 @@ namespace ketmon {
 
 void CLoadedCapture::load(std::string const & path)
 {
-    CPcapFile source(path);
+    auto const source = openCapture(path);
     CCapturedFrame frame{};
-    while (source.next(frame))
+    while (source->next(frame))
         add(frame.data, frame.capturedLength, frame.length);
 }
 

@@ -1,7 +1,8 @@
 #include "host/Progress.h"
 
+#include "host/Terminal.h"
+
 #include <fmt/core.h>
-#include <unistd.h>
 
 namespace ketmon {
 
@@ -15,7 +16,7 @@ constexpr std::chrono::milliseconds interval(200);
 CProgress::CProgress(std::string const & name, CCaptureSource const & source, bool quiet)
     : m_name(name),
       m_source(source),
-      m_shown(!quiet && source.size() > longInput && isatty(STDERR_FILENO) == 1)
+      m_shown(!quiet && source.size() > longInput && isTerminal(stderr))
 {}
 
 CProgress::~CProgress()

@@ -1,7 +1,7 @@
 #include "host/ReadCommand.h"
 
 #include "host/Failure.h"
-#include "host/PcapFile.h"
+#include "host/OpenCapture.h"
 #include "host/Progress.h"
 
 #include "ketstats/ketstats.h"
@@ -53,17 +53,17 @@ void readCapture(CReadOptions const & options)
     CFileHook hook(options.analysis.linkSpeed);
     CKetrinStatManager manager;
     configure(manager, options.analysis);
-    CPcapFile source(options.file);
+    auto const source = openCapture(options.file);
     CCapturedFrame captured{};
-    bool more = source.next(captured);
+    bool more = source->next(captured);
 
     manager.beginAnalyzing(&hook);
     CRecording recording(manager, options.recording, more ? captured.ticks : fixedStart);
     unsigned long long frames = 0;
     {
-        CProgress progress(options.file, source, options.quiet);
+        CProgress progress(options.file, *source, options.quiet);
         CNetworkFrame frame;
-        for (; more; more = source.next(captured)) {
+        for (; more; more = source->next(captured)) {
             recording.advance(captured.ticks);
             frame.Assign(captured.data, captured.capturedLength, captured.length);
             manager.analyzeFrame(&frame);

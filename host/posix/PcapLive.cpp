@@ -1,7 +1,7 @@
-#include "host/PcapLive.h"
+#include "host/posix/PcapLive.h"
 
 #include "host/Failure.h"
-#include "host/PcapTime.h"
+#include "host/posix/PcapTime.h"
 
 #include <fmt/core.h>
 #include <pcap/pcap.h>

@@ -1,4 +1,4 @@
-#include "host/InterfaceCounters.h"
+#include "host/posix/InterfaceCounters.h"
 
 #include <fstream>
 

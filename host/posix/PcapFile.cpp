@@ -1,7 +1,7 @@
-#include "host/PcapFile.h"
+#include "host/posix/PcapFile.h"
 
 #include "host/Failure.h"
-#include "host/PcapTime.h"
+#include "host/posix/PcapTime.h"
 
 #include <fmt/core.h>
 #include <pcap/pcap.h>
@@ -17,7 +17,6 @@ void CPcapFile::CCloser::operator()(pcap * handle) const
 
 CPcapFile::CPcapFile(std::string const & path) : m_path(path)
 {
-    // libpcap takes "-" for the standard input; a file of that name is meant here like any other.
     std::error_code error;
     if (std::filesystem::is_directory(path, error))
         throw CFailure(exitBadInput, fmt::format("{}: is a directory", path));
@@ -25,14 +24,16 @@ CPcapFile::CPcapFile(std::string const & path) : m_path(path)
     if (error)
         m_size = 0;
 
+    // libpcap takes "-" for the standard input; a file of that name is meant here like any other.
+    std::string const file = path == "-" ? "./-" : path;
     char message[PCAP_ERRBUF_SIZE] = "";
     m_handle.reset(
-        pcap_open_offline_with_tstamp_precision(path.c_str(), PCAP_TSTAMP_PRECISION_NANO, message));
+        pcap_open_offline_with_tstamp_precision(file.c_str(), PCAP_TSTAMP_PRECISION_NANO, message));
     if (!m_handle) {
         std::string text = message;
         // Some of libpcap's messages start with the path.
-        if (text.rfind(path + ": ", 0) == 0)
-            text.erase(0, path.size() + 2);
+        if (text.rfind(file + ": ", 0) == 0)
+            text.erase(0, file.size() + 2);
         throw CFailure(exitBadInput, fmt::format("{}: {}", path, text));
     }
     int const linkType = pcap_datalink(m_handle.get());

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <cstdio>
+
+namespace ketmon {
+
+struct CTerminalSize
+{
+    unsigned int lines = 0; // both 0 if that can't be told
+    unsigned int columns = 0;
+};
+
+// Whether a stream goes to a terminal that obeys control sequences.
+bool isTerminal(std::FILE * stream);
+
+CTerminalSize terminalSize(std::FILE * stream);
+
+} // namespace ketmon
