@@ -1,5 +1,6 @@
 #include "host/SnapshotFiles.h"
 
+#include "host/ByteFile.h"
 #include "host/Failure.h"
 
 #include <fmt/core.h>
@@ -7,24 +8,12 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <memory>
 
 namespace ketmon {
 
-namespace {
-
-struct CFileCloser
-{
-    void operator()(std::FILE * file) const { std::fclose(file); }
-};
-
-using CFile = std::unique_ptr<std::FILE, CFileCloser>;
-
-} // namespace
-
 void saveSnapshot(std::string const & path, std::string_view bytes)
 {
-    CFile file(std::fopen(path.c_str(), "wb"));
+    CFileHandle file(std::fopen(path.c_str(), "wb"));
     bool const written = file && std::fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size() &&
                          std::fflush(file.get()) == 0;
     if (!written)
@@ -33,7 +22,7 @@ void saveSnapshot(std::string const & path, std::string_view bytes)
 
 std::string loadSnapshot(std::string const & path)
 {
-    CFile const file(std::fopen(path.c_str(), "rb"));
+    CFileHandle const file(std::fopen(path.c_str(), "rb"));
     std::string bytes;
     char block[1 << 16];
     if (file)

@@ -1,0 +1,200 @@
+#include "host/CaptureFile.h"
+
+#include "fuzz/InputFile.h"
+#include "fuzz/ReadCaptureCheck.h"
+#include "host/ByteFile.h"
+#include "tests/host/CaptureBuilder.h"
+#include "tests/host/CaptureVariants.h"
+#include "tests/host/Program.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <random>
+
+using ketmon::CFailure;
+using test::BlockBuilder;
+using test::CaptureVariant;
+using test::ClassicBuilder;
+using test::TemporaryFile;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+
+namespace {
+
+// The variants that are quick to read many times.
+std::vector<CaptureVariant> smallVariants()
+{
+    auto all = test::captureVariants();
+    std::erase_if(all, [](CaptureVariant const & variant) {
+        return variant.bytes.size() > 1000 || variant.name.find("resolution ") != std::string::npos;
+    });
+    return all;
+}
+
+std::vector<long long> ticksIn(std::string const & bytes)
+{
+    TemporaryFile const file(bytes);
+    auto const source = ketmon::openCaptureFile(file.path());
+    std::vector<long long> ticks;
+    for (ketmon::CCapturedFrame frame{}; source->next(frame);)
+        ticks.push_back(frame.ticks);
+    return ticks;
+}
+
+std::string refusal(std::string const & path)
+{
+    try {
+        ketmon::openCaptureFile(path);
+        return "opened";
+    } catch (CFailure const & failure) {
+        EXPECT_EQ(failure.exitCode(), ketmon::exitBadInput);
+        return failure.what();
+    }
+}
+
+constexpr long long year1970 = 116444736000000000;
+
+TEST(CaptureFile, ReadsTheBundledCapturesAsLibpcapDoes)
+{
+    for (std::string const & name : test::captures()) {
+        unsigned long long frames = 0;
+        EXPECT_EQ(fuzz::checkCapture(test::capture(name), frames), "") << name;
+        EXPECT_TRUE(frames > 0 || name == "empty.pcap") << name;
+    }
+}
+
+TEST(CaptureFile, ReadsEveryVariantAsLibpcapDoes)
+{
+    fuzz::CInputFile const file;
+    for (CaptureVariant const & variant : test::captureVariants()) {
+        std::string const path = file.with(variant.bytes);
+        unsigned long long frames = 0;
+
+        EXPECT_EQ(fuzz::checkCapture(path, frames), "") << variant.name;
+
+        EXPECT_EQ(frames, variant.frames) << variant.name;
+        fuzz::CReading reading([&] { return ketmon::openCaptureFile(path); });
+        EXPECT_EQ(reading.isOpen(), variant.verdict != test::refused) << variant.name << reading.failure;
+        while (reading.next()) {
+        }
+        EXPECT_EQ(reading.failure.empty(), variant.verdict == test::whole) << variant.name << reading.failure;
+    }
+}
+
+TEST(CaptureFile, CutAnywhereItIsReadAsFarAsByLibpcap)
+{
+    fuzz::CInputFile const file;
+    for (CaptureVariant const & variant : smallVariants())
+        for (std::size_t length = 0; length < variant.bytes.size(); ++length)
+            ASSERT_EQ(fuzz::checkCapture(file.with(variant.bytes.substr(0, length))), "")
+                << variant.name << ", cut at " << length;
+}
+
+TEST(CaptureFile, DamagedAtRandomItIsReadAsFarAsByLibpcap)
+{
+    fuzz::CInputFile const file;
+    auto const variants = smallVariants();
+    for (unsigned int seed = 0; seed < 10000; ++seed) {
+        std::mt19937 random(seed);
+        CaptureVariant const & variant = variants[random() % variants.size()];
+        std::string bytes = variant.bytes;
+        for (std::size_t flips = 1 + random() % 4; flips > 0 && !bytes.empty(); --flips)
+            bytes[random() % bytes.size()] ^= static_cast<char>(1U << random() % 8);
+
+        ASSERT_EQ(fuzz::checkCapture(file.with(bytes)), "") << variant.name << ", seed " << seed;
+    }
+}
+
+TEST(CaptureFile, PastInputsOfTheFuzzerAreReadAsByLibpcap)
+{
+    std::filesystem::path const tests = KETSTATS_TEST_DATA;
+    std::filesystem::directory_iterator const files(tests.parent_path() / "fuzz" / "regressions" /
+                                                    "read-capture");
+    unsigned int count = 0;
+    for (auto const & file : files) {
+        EXPECT_EQ(fuzz::checkCapture(file.path().string()), "") << file.path();
+        ++count;
+    }
+
+    EXPECT_GT(count, 0U);
+}
+
+TEST(CaptureFile, StampsAreCutToUnitsOf100Nanoseconds)
+{
+    ClassicBuilder const micro;
+    ClassicBuilder const nano{.magic = 0xA1B23C4D};
+
+    EXPECT_THAT(ticksIn(micro.header() + micro.record(2, 3, "") + micro.record(0, 0, "")),
+                ElementsAre(year1970 + 20000030, year1970));
+    EXPECT_THAT(ticksIn(nano.header() + nano.record(2, 199, "") + nano.record(2, 200, "")),
+                ElementsAre(year1970 + 20000001, year1970 + 20000002));
+}
+
+TEST(CaptureFile, InterfacesCountTimeInUnitsOfTheirOwn)
+{
+    BlockBuilder const in;
+
+    EXPECT_THAT(ticksIn(in.section() + in.interface() + in.interface(in.resolution(9)) +
+                        in.interface(in.resolution(0x80 + 10)) +
+                        in.interface(in.resolution(0) + in.offset(-3)) + in.enhanced(2000003, "", 0) +
+                        in.enhanced(2000000399, "", 1) + in.enhanced(2 * 1024 + 512, "", 2) +
+                        in.enhanced(5, "", 3) + in.simple(0, "")),
+                ElementsAre(year1970 + 20000030, year1970 + 20000003, year1970 + 25000000,
+                            year1970 + 20000000, year1970));
+}
+
+TEST(CaptureFile, RefusalsNameTheFileAndTheReason)
+{
+    TemporaryFile const raw(ClassicBuilder{.linkType = 101}.header());
+    TemporaryFile const odd(ClassicBuilder{.linkType = 4711}.header());
+    TemporaryFile const text("This is no capture file, and long enough for the header of one.\n");
+
+    EXPECT_EQ(refusal(raw.path()),
+              raw.path() + ": the link type is RAW (101), and only Ethernet can be counted");
+    EXPECT_EQ(refusal(odd.path()),
+              odd.path() + ": the link type is unknown (4711), and only Ethernet can be counted");
+    EXPECT_EQ(refusal(text.path()), text.path() + ": unknown file format");
+    EXPECT_EQ(refusal("/no/such/file"), "/no/such/file: No such file or directory");
+    EXPECT_EQ(refusal(KETSTATS_CAPTURES), KETSTATS_CAPTURES ": is a directory");
+    EXPECT_EQ(refusal(""), ": No such file or directory");
+}
+
+TEST(CaptureFile, DamageIsToldWithTheLastGoodFrame)
+{
+    ClassicBuilder const in;
+    TemporaryFile const file(in.header() + in.record(1, 1, "frame") + in.record(1, 1, 70, 70, "frame"));
+    fuzz::CReading reading([&] { return ketmon::openCaptureFile(file.path()); });
+
+    EXPECT_TRUE(reading.next());
+    EXPECT_EQ(std::string(reinterpret_cast<char const *>(reading.frame.data), 5), "frame");
+    EXPECT_FALSE(reading.next());
+
+    EXPECT_EQ(reading.failure,
+              file.path() + ": damaged behind frame 1: the file ends within a frame of 70 bytes");
+    EXPECT_EQ(reading.exitCode, ketmon::exitBadInput);
+}
+
+// libpcap takes that name for the standard input.
+TEST(CaptureFile, ADashIsAFileLikeAnyOther)
+{
+    EXPECT_EQ(refusal("-"), "-: No such file or directory");
+    test::Outcome const outcome = test::ketmon({"read", "-"});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(outcome.errors, "ketmon: -: No such file or directory\n");
+}
+
+TEST(ByteFile, TakesNoMoreMemoryThanThereIsToRead)
+{
+    TemporaryFile const file("ten bytes.");
+    ketmon::CByteFile bytes(file.path());
+    std::vector<unsigned char> buffer;
+
+    EXPECT_EQ(bytes.read(buffer, std::size_t{1} << 40), 10U);
+    EXPECT_LE(buffer.capacity(), std::size_t{1} << 20);
+    EXPECT_EQ(bytes.position(), 10U);
+}
+
+} // namespace
