@@ -4,6 +4,7 @@
 #include "host/BenchCommand.h"
 #include "host/ConsoleCommand.h"
 #include "host/Failure.h"
+#include "host/FilterCommand.h"
 #include "host/ReadCommand.h"
 #include "host/SchemaCommand.h"
 #include "host/ShowCommand.h"
@@ -33,6 +34,7 @@ int runCommands(int argc, char const * const * argv)
                "Exit: 0 success, 1 failure while running, 2 bad usage or unreadable input.");
     addReadCommand(app);
     addShowCommand(app);
+    addFilterCommand(app);
     addAgentCommand(app);
     addConsoleCommand(app);
     addBenchCommand(app);

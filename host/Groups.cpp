@@ -1,27 +1,13 @@
 #include "host/Groups.h"
 
 #include "host/Failure.h"
+#include "host/Oid.h"
 
 #include <fmt/core.h>
 
 namespace ketmon {
 
 using KetStats::CKetrinStatManager;
-using KetStats::COid;
-
-namespace {
-
-COid parsedOid(std::string const & text)
-{
-    try {
-        return {text};
-    } catch (COid::CException * raised) {
-        delete raised;
-        throw CFailure(exitBadInput, fmt::format("--enable: '{}' is no identifier such as 1.4", text));
-    }
-}
-
-} // namespace
 
 void addEnableOption(CLI::App & command, std::vector<std::string> & names)
 {
@@ -39,10 +25,16 @@ void enableGroups(CKetrinStatManager & manager, std::vector<std::string> const &
             manager.enableStatistic(fmt::format("1.{}", group));
         return;
     }
-    for (std::string const & name : names)
-        if (name != "none" && !manager.enableStatistic(parsedOid(name)))
+    for (std::string const & name : names) {
+        if (name == "none")
+            continue;
+        auto const oid = parsedOid(name);
+        if (!oid)
+            throw CFailure(exitBadInput, fmt::format("--enable: '{}' is no identifier such as 1.4", name));
+        if (!manager.enableStatistic(*oid))
             throw CFailure(exitBadInput,
                            fmt::format("--enable: {} can't be enabled; the groups are 1.1 to 1.9", name));
+    }
 }
 
 } // namespace ketmon

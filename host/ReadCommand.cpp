@@ -1,25 +1,13 @@
 #include "host/ReadCommand.h"
 
 #include "host/Failure.h"
-#include "host/OpenCapture.h"
-#include "host/Progress.h"
-
-#include "ketstats/ketstats.h"
+#include "host/FileCount.h"
 
 #include <fmt/core.h>
 
 #include <memory>
 
 namespace ketmon {
-
-using KetStats::CKetrinStatManager;
-
-namespace {
-
-// 2000-01-01 00:00 UTC, the time of a capture without a frame.
-constexpr long long fixedStart = 125911584000000000;
-
-} // namespace
 
 void addReadCommand(CLI::App & app)
 {
@@ -41,6 +29,10 @@ void addReadCommand(CLI::App & app)
         ->check(CLI::Range(0.01, 1e9))
         ->needs(save)
         ->type_name("SECONDS");
+    command
+        ->add_option("--filter", options->filter,
+                     "Count the frames that this capture filter accepts and rejects too, under 1.3")
+        ->type_name("EXPRESSION");
     command->add_flag("-q,--quiet", options->quiet, "No progress on stderr");
     command->callback([options] { readCapture(*options); });
 }
@@ -50,31 +42,12 @@ void readCapture(CReadOptions const & options)
     if (options.file.empty())
         throw CFailure(exitBadInput, "read: FILE is missing (see ketmon read --help)");
 
-    CFileHook hook(options.analysis.linkSpeed);
-    CKetrinStatManager manager;
-    configure(manager, options.analysis);
-    auto const source = openCapture(options.file);
-    CCapturedFrame captured{};
-    bool more = source->next(captured);
-
-    manager.beginAnalyzing(&hook);
-    CRecording recording(manager, options.recording, more ? captured.ticks : fixedStart);
-    unsigned long long frames = 0;
-    {
-        CProgress progress(options.file, *source, options.quiet);
-        CNetworkFrame frame;
-        for (; more; more = source->next(captured)) {
-            recording.advance(captured.ticks);
-            frame.Assign(captured.data, captured.capturedLength, captured.length);
-            manager.analyzeFrame(&frame);
-            ++frames;
-            progress.step();
-        }
-    }
-    recording.finish();
-    manager.endAnalyzing();
-
-    fmt::print("{}", CReport(options.report).whole(options.file, frames, recording.result()));
+    std::unique_ptr<CCaptureExpression> filter;
+    if (!options.filter.empty())
+        filter = compiledExpression(options.filter);
+    CFileCount count(options.analysis, options.recording);
+    count.run(options.file, options.quiet, filter.get());
+    fmt::print("{}", CReport(options.report).whole(options.file, count.frames(), count.result()));
 }
 
 } // namespace ketmon

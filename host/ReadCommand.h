@@ -14,6 +14,7 @@ namespace ketmon {
 struct CReadOptions
 {
     std::string file;
+    std::string filter; // none if empty
     bool quiet = false;
     CAnalysisOptions analysis;
     CReportOptions report;

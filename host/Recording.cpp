@@ -21,7 +21,7 @@ constexpr unsigned int mostFiles = 100000;
 } // namespace
 
 CRecording::CRecording(KetStats::CKetrinStatManager & manager, CRecordingOptions const & options,
-                       long long start)
+                       long long start, bool filtering)
     : m_manager(manager),
       m_options(options),
       m_clock(start),
@@ -30,6 +30,7 @@ CRecording::CRecording(KetStats::CKetrinStatManager & manager, CRecordingOptions
 {
     m_sender.addOid("1");
     m_sender.initSnapshot(m_manager);
+    m_sender.EnableGlobalFiltering(filtering);
     if (options.interval > 0.0) {
         m_interval = std::max(leastTime, static_cast<long long>(options.interval * ticksPerSecond));
         sampleAt(start, false);
@@ -57,6 +58,13 @@ void CRecording::finish()
 KetStats::CBaseStat const & CRecording::result() const
 {
     return *m_receiver.getStat("1");
+}
+
+KetStats::CBaseStat const * CRecording::find(KetStats::COid const & oid) const
+{
+    KetStats::CBaseStat const * const stat = m_receiver.getStat(oid);
+    // The first component isn't looked at on the way down.
+    return stat && stat->getOid().compare(oid) == 0 ? stat : nullptr;
 }
 
 void CRecording::sampleAt(long long ticks, bool onlyChanged)

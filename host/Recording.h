@@ -23,16 +23,22 @@ struct CRecordingOptions
 class CRecording
 {
 public:
-    // Sets the zero point, at `start`; the manager must be analysing.
-    CRecording(KetStats::CKetrinStatManager & manager, CRecordingOptions const & options, long long start);
+    // Sets the zero point, at `start`; the manager must be analysing. With `filtering` the frames that a
+    // filter passes are counted too.
+    CRecording(KetStats::CKetrinStatManager & manager, CRecordingOptions const & options, long long start,
+               bool filtering);
 
     // Called before a frame of that time is analysed. Throws CFailure if a snapshot can't be saved.
     void advance(long long ticks);
+    // The frame analysed last passed the filter.
+    void passed(CFrame const & frame) { m_sender.FramePassedFilter(&frame); }
     // Takes the last sample. Throws CFailure.
     void finish();
 
     // What the second snapshot holds, with all that is derived.
     KetStats::CBaseStat const & result() const;
+    // The statistic in it that the identifier names; null if it leads nowhere.
+    KetStats::CBaseStat const * find(KetStats::COid const & oid) const;
 
 private:
     void sampleAt(long long ticks, bool onlyChanged);

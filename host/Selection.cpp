@@ -1,5 +1,7 @@
 #include "host/Selection.h"
 
+#include "host/Oid.h"
+
 #include <fmt/core.h>
 
 #include <algorithm>
@@ -33,19 +35,12 @@ std::string quoted(std::string const & name)
 
 COid parsed(std::string const & name, KetStats::CAgentStatistic & tree)
 {
-    // Components too large for an identifier would wrap into ones that lead somewhere: the text must be the
-    // one that the identifier reads as.
-    try {
-        COid const oid(name.substr(0, longestName + 1));
-        if (oid.toString() != name)
-            throw CBadSelection(quoted(name) + " is no identifier such as 1.5");
-        if (tree.getStatMemberPointer(oid).offset < 0)
-            throw CBadSelection(quoted(name) + " leads to no statistic that can be selected");
-        return oid;
-    } catch (COid::CException * raised) {
-        delete raised;
+    std::optional<COid> const oid = parsedOid(name);
+    if (!oid)
         throw CBadSelection(quoted(name) + " is no identifier such as 1.5");
-    }
+    if (tree.getStatMemberPointer(*oid).offset < 0)
+        throw CBadSelection(quoted(name) + " leads to no statistic that can be selected");
+    return *oid;
 }
 
 } // namespace

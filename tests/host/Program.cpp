@@ -1,5 +1,8 @@
 #include "tests/host/Program.h"
 
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -44,6 +47,15 @@ Outcome ketmon(std::vector<std::string> const & arguments)
     outcome.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     outcome.errors = fileContents(errors.path());
     return outcome;
+}
+
+void expectRefused(Outcome const & outcome, std::string const & reason)
+{
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(outcome.output, "");
+    EXPECT_THAT(outcome.errors, testing::HasSubstr(reason));
+    EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1) << outcome.errors;
+    EXPECT_EQ(outcome.errors.rfind("ketmon: ", 0), 0U) << outcome.errors;
 }
 
 std::string capture(std::string const & name)

@@ -20,6 +20,9 @@ struct Outcome
 // Runs ketmon with these arguments.
 Outcome ketmon(std::vector<std::string> const & arguments);
 
+// Expects bad usage or unreadable input: exit 2, one line on stderr that says `reason`, nothing on stdout.
+void expectRefused(Outcome const & outcome, std::string const & reason);
+
 // The path of a bundled capture.
 std::string capture(std::string const & name);
 

@@ -7,6 +7,7 @@
 
 using nlohmann::ordered_json;
 using test::capture;
+using test::expectRefused;
 using test::fileContents;
 using test::ketmon;
 using test::Outcome;
@@ -24,16 +25,6 @@ ordered_json read(std::string const & name, std::vector<std::string> const & mor
     EXPECT_EQ(outcome.exitCode, 0) << outcome.errors;
     EXPECT_EQ(outcome.errors, "");
     return outcome.json();
-}
-
-// One line on stderr that names the file, nothing on stdout, exit 2.
-void expectRefused(Outcome const & outcome, std::string const & reason)
-{
-    EXPECT_EQ(outcome.exitCode, 2);
-    EXPECT_EQ(outcome.output, "");
-    EXPECT_THAT(outcome.errors, HasSubstr(reason));
-    EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1) << outcome.errors;
-    EXPECT_EQ(outcome.errors.rfind("ketmon: ", 0), 0U) << outcome.errors;
 }
 
 class BundledCapture : public testing::TestWithParam<std::string>

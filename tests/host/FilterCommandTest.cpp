@@ -1,0 +1,145 @@
+#include "tests/host/Program.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+using nlohmann::ordered_json;
+using namespace test;
+using testing::HasSubstr;
+
+namespace {
+
+std::string const mixed = "internet-mixed.pcap";
+
+struct CPrinted
+{
+    std::string expression;
+    int frames;
+};
+
+CPrinted filter(std::string const & name, std::string const & oid, std::vector<std::string> const & more = {})
+{
+    std::vector<std::string> arguments{"filter", capture(name), oid, "--frames"};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    Outcome const outcome = ketmon(arguments);
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.errors;
+    CPrinted printed{"", -1};
+    std::istringstream lines(outcome.output);
+    std::getline(lines, printed.expression);
+    lines >> printed.frames;
+    return printed;
+}
+
+ordered_json statistics(std::string const & path, std::vector<std::string> const & more = {})
+{
+    std::vector<std::string> arguments{"read", "--json", path};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return ketmon(arguments).json()["statistics"];
+}
+
+// What the capture filter of "Global filter" accepts of a bundled capture.
+ordered_json accepted(std::string const & name, std::string const & expression)
+{
+    return statistics(capture(name), {"--filter", expression})["Global filter"];
+}
+
+} // namespace
+
+TEST(FilterCommand, PrintsAnExpressionThatSelectsTheFramesOfTheRow)
+{
+    ordered_json const rows = statistics(capture(mixed))["IP traffic"];
+
+    for (std::size_t i = 0; i < rows.size(); i += 20) {
+        CPrinted const printed = filter(mixed, "1.8." + std::to_string(rows[i]["id"].get<int>()));
+
+        EXPECT_EQ(printed.frames, rows[i]["Frames transmitted"]);
+        EXPECT_EQ(accepted(mixed, printed.expression)["Accepted frames"], printed.frames);
+    }
+}
+
+TEST(FilterCommand, SelectsAPortAtAStation)
+{
+    // Port 80 at the station with the rows of ports.
+    CPrinted const printed = filter(mixed, "1.5.7.7.1");
+
+    EXPECT_THAT(printed.expression, HasSubstr("ether src 30:46:9a:23:fb:fa"));
+    EXPECT_EQ(accepted(mixed, printed.expression)["Accepted frames"], printed.frames);
+    EXPECT_GT(printed.frames, 1000);
+}
+
+TEST(FilterCommand, TakesAColumnForItsRow)
+{
+    CPrinted const row = filter(mixed, "1.6.1");
+    CPrinted const column = filter(mixed, "1.6.1.3");
+
+    EXPECT_EQ(column.expression, row.expression);
+    EXPECT_EQ(column.frames, row.frames);
+}
+
+TEST(FilterCommand, CountsWithTheOptionsOfTheAnalysis)
+{
+    // Only the last port of the range has rows, so it is row 1.
+    EXPECT_THAT(filter(mixed, "1.11.1.1", {"--tcp-ports", "443"}).expression, HasSubstr("= 443"));
+    EXPECT_THAT(filter(mixed, "1.11.1.1").expression, HasSubstr("= 80"));
+}
+
+TEST(FilterCommand, WritesTheFramesThatPass)
+{
+    TemporaryFile const output("");
+
+    Outcome const outcome = ketmon({"filter", capture(mixed), "1.8.101", "--write", output.path()});
+
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.errors;
+    EXPECT_EQ(std::count(outcome.output.begin(), outcome.output.end(), '\n'), 1) << "only the expression";
+    ordered_json const written = statistics(output.path());
+    ordered_json const rows = statistics(capture(mixed))["IP traffic"];
+    ASSERT_EQ(written["IP traffic"].size(), 1U);
+    auto const original =
+        std::find_if(rows.begin(), rows.end(), [](auto const & row) { return row["id"] == 101; });
+    for (char const * column : {"Source", "Destination", "Data transmitted", "Frames transmitted"})
+        EXPECT_EQ(written["IP traffic"][0][column], (*original)[column]) << column;
+    EXPECT_EQ(written["Global statistics"]["Global transmitted frames"], (*original)["Frames transmitted"]);
+}
+
+TEST(FilterCommand, RefusesWhatHasNoFilter)
+{
+    std::string const file = capture(mixed);
+
+    expectRefused(ketmon({"filter", file, "1.1.3"}), "no filter");
+    expectRefused(ketmon({"filter", file, "1.5"}), "no filter");
+    expectRefused(ketmon({"filter", file, "1"}), "no filter");
+    expectRefused(ketmon({"filter", file, "1.5.700"}), "there is no statistic 1.5.700");
+    expectRefused(ketmon({"filter", file, "2.5.1"}), "there is no statistic 2.5.1");
+    expectRefused(ketmon({"filter", file, "1.5.65537"}), "no identifier");
+    expectRefused(ketmon({"filter", file, "stations"}), "no identifier");
+    expectRefused(ketmon({"filter", "/nowhere.pcap", "1.5.1"}), "/nowhere.pcap");
+}
+
+TEST(FilterCommand, LeavesNoFileBehindWhenItCannotWrite)
+{
+    Outcome const outcome = ketmon({"filter", capture(mixed), "1.8.101", "--write", "/nowhere/out.pcap"});
+
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.errors, HasSubstr("/nowhere/out.pcap"));
+}
+
+TEST(ReadCommand, CountsWhatAFilterAcceptsAndRejects)
+{
+    ordered_json const with = statistics(capture(mixed), {"--filter", "tcp port 443"});
+    ordered_json const without = statistics(capture(mixed));
+
+    EXPECT_EQ(with["Global filter"], (ordered_json{{"Filtered frames", 4709},
+                                                   {"Accepted frames", 1069},
+                                                   {"Rejected frames", 3640},
+                                                   {"Accepted frames in last sample", 1069},
+                                                   {"Rejected frames in last sample", 3640}}));
+    EXPECT_EQ(without["Global filter"]["Filtered frames"], 0);
+    EXPECT_EQ(with["Network stations"], without["Network stations"]) << "the others count every frame";
+}
+
+TEST(ReadCommand, RefusesATextThatIsNoFilter)
+{
+    expectRefused(ketmon({"read", capture(mixed), "--filter", "tcp and and"}), "is no capture filter");
+}
