@@ -1,6 +1,6 @@
 #pragma once
 
-#include <cstdint>
+#include <algorithm>
 
 namespace ketmon {
 
@@ -9,13 +9,13 @@ constexpr long long nanosecondsPerTick = 100;
 constexpr long long ticksTo1970 = 116444736000000000; // since 1601-01-01 UTC
 
 // A moment in units of 100 ns since 1601-01-01 UTC, from the time since 1970. What doesn't fill a unit is cut
-// off. Damaged files hold moments that don't fit; they come out as any other.
+// off. Damaged files hold any moment; those outside of some fourteen thousand years from 1601 on count as the
+// nearest one inside, so that the difference of two moments always fits.
 constexpr long long ticksOfStamp(long long seconds, long long nanoseconds)
 {
-    using Wrapping = std::uint64_t;
-    return static_cast<long long>(static_cast<Wrapping>(ticksTo1970) +
-                                  static_cast<Wrapping>(seconds) * static_cast<Wrapping>(ticksPerSecond) +
-                                  static_cast<Wrapping>(nanoseconds / nanosecondsPerTick));
+    constexpr long long first = -ticksTo1970 / ticksPerSecond;
+    constexpr long long last = (1LL << 62) / ticksPerSecond + first;
+    return ticksTo1970 + std::clamp(seconds, first, last) * ticksPerSecond + nanoseconds / nanosecondsPerTick;
 }
 
 } // namespace ketmon

@@ -29,7 +29,8 @@ public:
         std::chrono::duration<double> const seconds(static_cast<double>(ticks - m_first) / 1e7 / m_pace);
         // Nobody waits that long; more doesn't fit the clock.
         constexpr std::chrono::duration<double> longest(1e9);
-        auto const due = m_start + std::chrono::duration_cast<Clock::duration>(std::min(seconds, longest));
+        auto const due =
+            m_start + std::chrono::duration_cast<Clock::duration>(std::clamp(seconds, -longest, longest));
         if (due <= Clock::now())
             return;
         std::unique_lock lock(m_mutex);

@@ -1,5 +1,8 @@
 #include "host/Protocol.h"
 
+#include "fuzz/ReadMessagesCheck.h"
+#include "tests/support/Regressions.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -33,6 +36,15 @@ std::string reasonOf(auto const & operation)
         return error.what();
     }
     return "";
+}
+
+TEST(FuzzRegression, ReadMessagesKeepsItsRulesOnEveryPastInput)
+{
+    auto const inputs = test::regressions("read-messages");
+
+    ASSERT_FALSE(inputs.empty());
+    for (auto const & [path, content] : inputs)
+        EXPECT_EQ(fuzz::checkMessages(content), "") << path;
 }
 
 TEST(Messages, HaveTheirLengthInFront)

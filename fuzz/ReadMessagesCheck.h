@@ -1,0 +1,70 @@
+#pragma once
+
+#include "host/Protocol.h"
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+
+// What must hold for any bytes that an agent or a console is sent. The fuzz target and the tests share it.
+namespace fuzz {
+
+constexpr std::uint64_t ownFingerprint = 0x0123456789ABCDEF;
+
+// The messages in the bytes, encoded again, and whether reading went on to the end.
+struct CRead
+{
+    std::string messages;
+    bool damaged = false;
+};
+
+// Reads the bytes in pieces of that size.
+inline CRead readMessages(std::string_view bytes, std::size_t piece)
+{
+    CRead read;
+    ketmon::CMessageReader reader(ketmon::largestToAgent);
+    ketmon::CMessage message;
+    try {
+        for (; !bytes.empty(); bytes.remove_prefix(std::min(piece, bytes.size()))) {
+            reader.feed(bytes.substr(0, piece));
+            while (reader.next(message))
+                read.messages += encoded(message.type, message.body);
+        }
+    } catch (ketmon::CProtocolError const &) {
+        read.damaged = true;
+    }
+    return read;
+}
+
+// A body that is taken for one of its type means what it says: written again it is the same.
+inline bool bodiesAreUnderstood(std::string_view body)
+{
+    using ketmon::CGreeting;
+    bool understood = true;
+    auto const check = [&](auto const & rewritten) {
+        try {
+            understood = understood && rewritten() == body;
+        } catch (ketmon::CProtocolError const &) {
+        }
+    };
+    check([&] { return CGreeting::parsedHello(body, ownFingerprint).hello(); });
+    check([&] { return CGreeting::parsedWelcome(body, ownFingerprint).welcome(); });
+    check([&] { return ketmon::encodedEnd(ketmon::parsedEnd(body)); });
+    return understood;
+}
+
+// Empty if all is well, otherwise what should have held.
+inline std::string checkMessages(std::string_view bytes)
+{
+    CRead const whole = readMessages(bytes, bytes.size() + 1);
+    CRead const single = readMessages(bytes, 1);
+    if (whole.messages != single.messages || whole.damaged != single.damaged)
+        return "however bytes are cut, they are the same messages";
+    if (bytes.substr(0, whole.messages.size()) != whole.messages)
+        return "messages are what was sent";
+    if (!bodiesAreUnderstood(bytes))
+        return "a body that is understood reads the same when it is written";
+    return {};
+}
+
+} // namespace fuzz
