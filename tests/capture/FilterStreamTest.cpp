@@ -65,6 +65,16 @@ TEST(FilterStream, PacksFieldByField)
     EXPECT_EQ(packedFilter(*protocol(0x0806)), bytes("04 00 00 00 00 00 00 00 00 00 08 06"));
 }
 
+// The example of docs/filters.md.
+TEST(FilterStream, PacksTheFilterOfARowOfPorts)
+{
+    EXPECT_EQ(packedFilter(*all(protocol(0x0800), subprotocol(6), port(80, CIPPortFilter::ptTCP))),
+              bytes("01 00 00 00 00 00 00 00 00 00 03 00 00 00 "
+                    "04 00 00 00 00 00 00 00 00 00 08 00 "
+                    "05 00 00 00 00 00 06 "
+                    "06 00 00 00 00 00 50 00 03 00 00 00 00 00 00 00"));
+}
+
 TEST(FilterStream, ReadsWhatWasPackedAndNoByteMore)
 {
     for (Bytes const & stream : corpus()) {
