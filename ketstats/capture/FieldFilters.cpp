@@ -11,15 +11,6 @@ namespace {
 constexpr unsigned char tcp = 6;
 constexpr unsigned char udp = 17;
 
-std::string hexNumber(unsigned int number, int digits)
-{
-    static constexpr char hex[] = "0123456789abcdef";
-    std::string text = "0x";
-    for (int shift = (digits - 1) * 4; shift >= 0; shift -= 4)
-        text += hex[(number >> shift) & 0xF];
-    return text;
-}
-
 // `ether src` or `ether dst` with an address.
 CFilterExpression ofStation(char const * end, CMACAddr const & address)
 {
@@ -270,10 +261,10 @@ void CIPPortFilter::unpackFields(ktools::CMemoryBuffer & buffer, unsigned int /*
     auto const thePort = filterstream::read<unsigned short>(buffer);
     auto const theType = filterstream::read<unsigned int>(buffer);
     if (theType > ptUDP)
-        filterstream::refuse(273, "FieldFilters");
+        filterstream::refuse(264, "FieldFilters");
     auto const theOperation = filterstream::read<unsigned int>(buffer);
     if (theOperation != eoEqual)
-        filterstream::refuse(276, "FieldFilters");
+        filterstream::refuse(267, "FieldFilters");
     port = thePort;
     type = static_cast<ePortType>(theType);
     operation = eoEqual;
@@ -331,7 +322,8 @@ CFilterExpression CIPAddrFilter::expression() const
     unsigned int const number = static_cast<unsigned int>(octets[0]) << 24 |
                                 static_cast<unsigned int>(octets[1]) << 16 |
                                 static_cast<unsigned int>(octets[2]) << 8 | octets[3];
-    return CFilterExpression::ofIP("ip[" + std::to_string(position) + ":4] = " + hexNumber(number, 8));
+    return CFilterExpression::ofIP("ip[" + std::to_string(position) +
+                                   ":4] = " + CFilterExpression::hexNumber(number, sizeof address));
 }
 
 void CIPAddrFilter::packFields(ktools::CMemoryBuffer & buffer) const
@@ -347,7 +339,7 @@ void CIPAddrFilter::unpackFields(ktools::CMemoryBuffer & buffer, unsigned int /*
     auto const thePosition = filterstream::read<unsigned int>(buffer);
     auto const theOperation = filterstream::read<unsigned int>(buffer);
     if (theOperation != eoEqual)
-        filterstream::refuse(350, "FieldFilters");
+        filterstream::refuse(342, "FieldFilters");
     address = theAddress;
     position = thePosition;
     operation = eoEqual;

@@ -1,6 +1,7 @@
 #include "ketstats/capture/FilterExpression.h"
 
 #include <algorithm>
+#include <set>
 #include <utility>
 
 namespace {
@@ -11,21 +12,12 @@ constexpr unsigned int tagSize = 4;
 
 constexpr unsigned int deepest = 2; // tags that an expression looks behind
 
+constexpr char const * onlyIP = "ip";
 constexpr char const * tagged = "ether proto (0x8100 or 0x88a8 or 0x9100)";
 
 bool isVlanType(unsigned int type)
 {
     return type == 0x8100 || type == 0x88A8 || type == 0x9100;
-}
-
-std::string hex(unsigned int number)
-{
-    static constexpr char digits[] = "0123456789abcdef";
-    std::string text;
-    do
-        text.insert(text.begin(), digits[number & 0xF]);
-    while ((number >>= 4) != 0);
-    return "0x" + text;
 }
 
 // The frame's bytes from its start on, whatever stands in front of them in the expression.
@@ -59,12 +51,23 @@ CFilterExpression CFilterExpression::ofIP(std::string text)
 
 CFilterExpression CFilterExpression::ofProtocol(unsigned int number)
 {
-    return number == 0x0800 ? ofIP("ip") : CFilterExpression(Kind::protocol, {}, number);
+    return number == 0x0800 ? ofIP(onlyIP) : CFilterExpression(Kind::protocol, hexNumber(number, 2), number);
 }
 
 CFilterExpression CFilterExpression::constant(bool value)
 {
     return value ? CFilterExpression(Kind::always, "len >= 0") : CFilterExpression(Kind::never, "len < 0");
+}
+
+std::string CFilterExpression::hexNumber(unsigned int number, unsigned int bytes)
+{
+    static constexpr char digits[] = "0123456789abcdef";
+    std::string text = "0x";
+    for (unsigned int shift = bytes * 8; shift > 0;) {
+        shift -= 4;
+        text += digits[(number >> shift) & 0xF];
+    }
+    return text;
 }
 
 CFilterExpression CFilterExpression::all(std::vector<CFilterExpression> parts)
@@ -83,8 +86,9 @@ CFilterExpression CFilterExpression::combined(Kind kind, std::vector<CFilterExpr
     Kind const decisive = kind == Kind::all ? Kind::never : Kind::always;
 
     std::vector<CFilterExpression> kept;
+    std::set<std::string> said;
     auto const keep = [&](CFilterExpression const & part) {
-        if (part.m_kind != neutral && std::find(kept.begin(), kept.end(), part) == kept.end())
+        if (part.m_kind != neutral && said.insert(part.written()).second)
             kept.push_back(part);
     };
     for (CFilterExpression const & part : parts) {
@@ -98,10 +102,10 @@ CFilterExpression CFilterExpression::combined(Kind kind, std::vector<CFilterExpr
     if (std::any_of(kept.begin(), kept.end(), decides))
         return constant(decisive == Kind::always);
 
-    CFilterExpression const ip = ofIP("ip");
-    auto const sayIP = [&](CFilterExpression const & part) { return part != ip && part.impliesIP(); };
-    if (kind == Kind::all && std::any_of(kept.begin(), kept.end(), sayIP))
-        kept.erase(std::remove(kept.begin(), kept.end(), ip), kept.end());
+    auto const isOnlyIP = [](CFilterExpression const & part) { return part.m_text == onlyIP; };
+    auto const saysMore = [&](CFilterExpression const & part) { return !isOnlyIP(part) && part.impliesIP(); };
+    if (kind == Kind::all && std::any_of(kept.begin(), kept.end(), saysMore))
+        kept.erase(std::remove_if(kept.begin(), kept.end(), isOnlyIP), kept.end());
 
     if (kept.empty())
         return constant(neutral == Kind::always);
@@ -268,7 +272,7 @@ CFilterExpression CFilterExpression::protocolAtDepth(unsigned int number, unsign
     unsigned int const type = typeOffset + depth * tagSize;
     unsigned int const payload = type + 2;
     auto const is = [](unsigned int offset, unsigned int count, unsigned int value) {
-        return ofAnyDepth(frameBytes(offset, count) + " = " + hex(value));
+        return ofAnyDepth(frameBytes(offset, count) + " = " + hexNumber(value, count));
     };
     CFilterExpression const isSNAP = all({is(payload, 2, 0xAAAA), is(payload + 2, 1, 0x03)});
 

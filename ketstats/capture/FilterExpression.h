@@ -32,7 +32,8 @@ public:
     // The whole expression, for any number of tags.
     std::string text() const;
 
-    friend bool operator==(CFilterExpression const &, CFilterExpression const &) = default;
+    // A number as libpcap reads it: "0x0806".
+    static std::string hexNumber(unsigned int number, unsigned int bytes);
 
 private:
     enum class Kind
@@ -73,7 +74,7 @@ private:
     std::string writtenWithin(Kind outer) const;
 
     Kind m_kind;
-    std::string m_text;
-    unsigned int m_number = 0;
+    std::string m_text;        // of a protocol only a stand-in that tells it from others
+    unsigned int m_number = 0; // of a protocol
     std::vector<CFilterExpression> m_parts;
 };

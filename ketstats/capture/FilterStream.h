@@ -2,10 +2,13 @@
 
 #include "ketstats/capture/Filter.h"
 
+#include <bit>
 #include <type_traits>
 
 // The pieces of packed filters. Numbers lie in the order of the machine, which is little-endian.
 namespace filterstream {
+
+static_assert(std::endian::native == std::endian::little, "numbers are packed as they lie");
 
 // Bits of a filter's flags; the others are zero.
 constexpr unsigned char negatedFlag = 0x01;

@@ -1,4 +1,5 @@
 #include "fuzz/AnalyzeFrameCheck.h"
+#include "fuzz/UnpackFilterCheck.h"
 
 #include <gtest/gtest.h>
 
@@ -34,4 +35,13 @@ TEST(FuzzRegression, AnalyzeFrameKeepsItsRulesOnEveryPastInput)
     ASSERT_FALSE(paths.empty());
     for (auto const & path : paths)
         EXPECT_EQ(fuzz::checkFrame(content(path)), "") << path;
+}
+
+TEST(FuzzRegression, UnpackFilterKeepsItsRulesOnEveryPastInput)
+{
+    auto const paths = regressions("unpack-filter");
+
+    ASSERT_FALSE(paths.empty());
+    for (auto const & path : paths)
+        EXPECT_EQ(fuzz::checkFilter(content(path)), "") << path;
 }

@@ -1,0 +1,176 @@
+#include "ketstats/capture/FieldFilters.h"
+
+#include "tests/support/Filters.h"
+#include "tests/support/Frames.h"
+
+#include <gtest/gtest.h>
+
+using namespace test;
+
+// That libpcap selects what these texts say is tested with the host, which has libpcap.
+
+namespace {
+
+std::string text(Filter const & filter)
+{
+    return filter->GetDescription();
+}
+
+// An expression for no tag, one and two.
+std::string behindTags(std::string const & none, std::string const & one, std::string const & two)
+{
+    return none + " or (vlan and (" + one + " or (vlan and " + two + ")))";
+}
+
+std::string behindTags(std::string const & expression)
+{
+    return behindTags(expression, expression, expression);
+}
+
+TEST(FilterDescription, IsTheOneThatWasGiven)
+{
+    EXPECT_EQ(text(described("my own station", from(macA))), "my own station");
+    EXPECT_EQ(text(described("the rest", no(all(from(macA))))), "the rest");
+}
+
+TEST(FilterDescription, OfACompoundUsesNoDescriptionsOfItsParts)
+{
+    EXPECT_EQ(text(all(described("my own station", from(macA)), to(macB))),
+              "ether src 02:00:00:00:00:0a and ether dst 02:00:00:00:00:0b");
+}
+
+TEST(FilterDescription, OfAddressesNeedsNoTags)
+{
+    EXPECT_EQ(text(from("00-11-22-AA-BB-CC")), "ether src 00:11:22:aa:bb:cc");
+    EXPECT_EQ(text(no(to(macB))), "not ether dst 02:00:00:00:00:0b");
+    EXPECT_EQ(text(any(from(macA), to(macA))), "ether src 02:00:00:00:00:0a or ether dst 02:00:00:00:00:0a");
+    EXPECT_EQ(text(no(any(from(macA), to(macA)))),
+              "not (ether src 02:00:00:00:00:0a or ether dst 02:00:00:00:00:0a)");
+}
+
+TEST(FilterDescription, OfIPLooksBehindTwoTags)
+{
+    EXPECT_EQ(text(protocol(0x0800)), "ip or (vlan and (ip or (vlan and ip)))");
+    EXPECT_EQ(text(subprotocol(1)), behindTags("ip proto 1"));
+    EXPECT_EQ(text(address("10.0.0.1", 12)), behindTags("ip src host 10.0.0.1"));
+    EXPECT_EQ(text(address("10.0.0.1", 16)), behindTags("ip dst host 10.0.0.1"));
+    EXPECT_EQ(text(address("10.0.0.1", 20)), behindTags("ip[20:4] = 0x0a000001"));
+}
+
+TEST(FilterDescription, OfAPortReadsLaterFragmentsToo)
+{
+    std::string const source = "ip[(ip[0] & 0xf) << 2:2] = 80";
+    std::string const destination = "ip[((ip[0] & 0xf) << 2) + 2:2] = 80";
+    auto const shown = [](std::string const & expression) {
+        return behindTags("(" + expression + ")", "(" + expression + ")", expression);
+    };
+
+    EXPECT_EQ(text(port(80, CIPPortFilter::ptTCP)),
+              shown("ip proto 6 and (" + source + " or " + destination + ")"));
+    EXPECT_EQ(text(port(80, CIPPortFilter::ptUDP)),
+              shown("ip proto 17 and (" + source + " or " + destination + ")"));
+    EXPECT_EQ(text(port(80, CIPPortFilter::ptAny)),
+              shown("ip proto (6 or 17) and (" + source + " or " + destination + ")"));
+    EXPECT_EQ(text(port(80, CIPPortFilter::ptSource)), shown("ip proto (6 or 17) and " + source));
+    EXPECT_EQ(text(port(80, CIPPortFilter::ptDestination)), shown("ip proto (6 or 17) and " + destination));
+}
+
+TEST(FilterDescription, OfAProtocolNamesEveryFraming)
+{
+    EXPECT_EQ(
+        text(protocol(0x0806)),
+        "arp or (ether[12:2] < 0x600 and ether[14:2] = 0xaaaa and ether[16] = 0x03 and ether[20:2] = 0x0806)"
+        " or (vlan and "
+        "(arp or (ether[16:2] < 0x600 and ether[18:2] = 0xaaaa and ether[20] = 0x03 and ether[24:2] = 0x0806)"
+        " or (vlan and "
+        "(arp or (ether[20:2] < 0x600 and ether[22:2] = 0xaaaa and ether[24] = 0x03 and ether[28:2] = 0x0806)"
+        "))))");
+}
+
+std::string withoutTags(unsigned int number)
+{
+    std::string const expression = text(protocol(number));
+    return expression.substr(0, expression.find(" or (vlan"));
+}
+
+TEST(FilterDescription, OfAProtocolHasTheFramingsThatItCanComeFrom)
+{
+    std::string const snap = "ether[14:2] = 0xaaaa and ether[16] = 0x03 and ether[20:2] = ";
+
+    EXPECT_EQ(withoutTags(0x88B5), "ether[12:2] = 0x88b5 or (ether[12:2] < 0x600 and " + snap + "0x88b5)");
+    EXPECT_EQ(withoutTags(0x86DD), "ip6 or (ether[12:2] < 0x600 and " + snap + "0x86dd)");
+    EXPECT_EQ(withoutTags(0x8137),
+              "ether[12:2] = 0x8137 or (ether[12:2] < 0x600 and (ether[14:2] = 0xffff or (" + snap +
+                  "0x8137)))");
+    EXPECT_EQ(withoutTags(0x0042), "(ether[12:2] < 0x600 and (ether[14] = 0x42 or (" + snap + "0x0042)))");
+    EXPECT_EQ(withoutTags(0x00FF),
+              "(ether[12:2] < 0x600 and ((ether[14] = 0xff and not ether[15] = 0xff) or (" + snap +
+                  "0x00ff)))");
+    EXPECT_EQ(withoutTags(0x00AA),
+              "(ether[12:2] < 0x600 and ((ether[14] = 0xaa and not (ether[14:2] = 0xaaaa and "
+              "ether[16] = 0x03)) or (" +
+                  snap + "0x00aa)))");
+    EXPECT_EQ(withoutTags(0x0200), "(ether[12:2] < 0x600 and " + snap + "0x0200)");
+    EXPECT_EQ(withoutTags(0x8100), "(ether[12:2] < 0x600 and " + snap + "0x8100)");
+}
+
+TEST(FilterDescription, SaysOnceWhatIsTheSameAtEveryDepth)
+{
+    EXPECT_EQ(text(all(subprotocol(1), any(from(macA), to(macA)))),
+              "(ether src 02:00:00:00:00:0a or ether dst 02:00:00:00:00:0a) and (" +
+                  behindTags("ip proto 1") + ")");
+    EXPECT_EQ(text(any(subprotocol(1), from(macA))),
+              "ether src 02:00:00:00:00:0a or " + behindTags("ip proto 1"));
+}
+
+TEST(FilterDescription, LeavesOutWhatIsSaidAlready)
+{
+    EXPECT_EQ(text(all(protocol(0x0800), address("10.0.0.1", 12))), text(address("10.0.0.1", 12)));
+    EXPECT_EQ(text(all(protocol(0x0800), subprotocol(6), port(80, CIPPortFilter::ptTCP))),
+              text(port(80, CIPPortFilter::ptTCP)));
+    EXPECT_EQ(text(all(all(from(macA)), any(from(macA)))), text(from(macA)));
+    EXPECT_EQ(text(no(no(from(macA)))), text(from(macA)));
+    EXPECT_EQ(text(no(all(no(from(macA))))), text(from(macA)));
+    EXPECT_EQ(text(any(protocol(0x0800), subprotocol(6))),
+              behindTags("ip or ip proto 6", "ip or ip proto 6", "(ip or ip proto 6)"));
+}
+
+TEST(FilterDescription, SaysNotOfTheWholeWhereItCan)
+{
+    EXPECT_EQ(text(no(protocol(0x0800))), "not (ip or (vlan and (ip or (vlan and ip))))");
+    EXPECT_EQ(text(all(no(protocol(0x0800)), no(subprotocol(1)))),
+              "not (" + text(any(protocol(0x0800), subprotocol(1))) + ")");
+    EXPECT_EQ(text(all(from(macA), no(protocol(0x0800)))),
+              "ether src 02:00:00:00:00:0a and not (ip or (vlan and (ip or (vlan and ip))))");
+}
+
+TEST(FilterDescription, GuardsWhatWouldSelectTaggedFrames)
+{
+    std::string const guarded = "(not ether proto (0x8100 or 0x88a8 or 0x9100) and ";
+    std::string const inner = "((ether src 02:00:00:00:00:0a and not ip proto 6) or "
+                              "(ether src 02:00:00:00:00:0b and ip proto 17))";
+
+    EXPECT_EQ(text(any(all(from(macA), no(subprotocol(6))), all(from(macB), subprotocol(17)))),
+              behindTags(guarded + inner + ")", guarded + inner + ")", inner));
+}
+
+TEST(FilterDescription, OfEverythingAndNothing)
+{
+    EXPECT_EQ(text(all()), "len >= 0");
+    EXPECT_EQ(text(any()), "len < 0");
+    EXPECT_EQ(text(no(any())), "len >= 0");
+    EXPECT_EQ(text(all(all(), from(macA))), text(from(macA)));
+    EXPECT_EQ(text(all(any(), from(macA))), "len < 0");
+    EXPECT_EQ(text(any(any(), from(macA))), text(from(macA)));
+    EXPECT_EQ(text(any(all(), from(macA))), "len >= 0");
+    EXPECT_EQ(text(protocol(bytes("00 00 00 01 08 00"))), "len < 0");
+    EXPECT_EQ(text(port(80, static_cast<CIPPortFilter::ePortType>(5))), "len < 0");
+}
+
+TEST(FilterDescription, OfAPositionBehindAllFramesKnowsThatThereAreZeros)
+{
+    EXPECT_EQ(text(address("0.0.0.0", 0xFFFFFFFE)), text(protocol(0x0800)));
+    EXPECT_EQ(text(address("0.0.0.1", 0xFFFFFFFE)), "len < 0");
+}
+
+} // namespace
