@@ -1,11 +1,14 @@
 #include "ketstats/text/StatFormat.h"
 
+#include "ketstats/platform/Locale.h"
 #include "ketstats/text/FixedPoint.h"
 #include "ketstats/text/LazyText.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 
 namespace KetStats {
 
@@ -46,7 +49,8 @@ int precisionOf(bool (*fractionDigits)(char * text, unsigned int size))
     char text[20] = "";
     if (!fractionDigits(text, sizeof text))
         return precisionWithoutLocale;
-    long const digits = std::strtol(text, nullptr, 10);
+    // A number too large for an int must not come out as a negative one.
+    long const digits = std::min<long>(std::strtol(text, nullptr, 10), std::numeric_limits<int>::max());
     return digits >= 0 ? static_cast<int>(digits) : precisionWithoutLocale;
 }
 
@@ -81,7 +85,7 @@ void CStatFormatBase::setFractionDigits(int digits)
 
 int CStatFormatBase::getDefaultPrecision()
 {
-    return precisionOf();
+    return precisionOf(&platform::localeFractionDigits);
 }
 
 std::string CStatFormatBase::formatValue(std::string const & /*value*/, void * /*context*/) const

@@ -2,7 +2,6 @@
 
 #include "ketstats/capture/Address.h"
 #include "ketstats/platform/Exports.h"
-#include "ketstats/platform/Locale.h"
 #include "ketstats/text/Multiplier.h"
 
 #include <string>
@@ -15,8 +14,8 @@ namespace KetStats {
 // A host may derive formats of its own from the classes below and put them into the custom lists. `context`
 // is whatever the caller of formatValue gave, passed on unchanged; the formats of this library ignore it.
 //
-// Reading is safe from any thread, but for the first call of getName, which writes to the object and isn't
-// locked. The setters belong to the owner of the format, before it is shared.
+// Formatting is safe on any thread, but not what fetches from the string table, which isn't locked: the first
+// call of getName, and an error text. The setters belong to the owner of the format, before it is shared.
 class KETSTATS_API CStatFormatBase
 {
 public:
@@ -72,10 +71,9 @@ protected:
     int fractionDigits = getDefaultPrecision();
 };
 
-// The number that starts the locale's text, 2 without such a text or for a negative number. A text that
-// doesn't start with digits counts as 0, as its conversion does.
-KETSTATS_API int precisionOf(bool (*fractionDigits)(char * text,
-                                                    unsigned int size) = &platform::localeFractionDigits);
+// The number that starts the locale's text, which `fractionDigits` writes; 2 if it fails or the number is
+// negative. A text that doesn't start with digits counts as 0, as its conversion does.
+KETSTATS_API int precisionOf(bool (*fractionDigits)(char * text, unsigned int size));
 
 // The base of all formats for floating-point numbers.
 class KETSTATS_API CDoubleStatFormatBase : public CStatFormatBase

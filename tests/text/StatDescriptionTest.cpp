@@ -1,30 +1,21 @@
 #include "ketstats/text/StatDescription.h"
 #include "ketstats/schema/AgentStatistic.h"
 #include "ketstats/text/StatFormatContainer.h"
-#include "ketstats/text/StringResources.h"
+#include "tests/support/StringFetches.h"
 
 #include <gtest/gtest.h>
 
 using namespace KetStats;
+using test::StringFetches;
 
 namespace {
-
-// How many strings were fetched since it was made, up to nine.
-class FetchCounter
-{
-public:
-    int count() const { return (CStringResources::instance().current + 10 - m_start) % 10; }
-
-private:
-    int m_start = CStringResources::instance().current;
-};
 
 constexpr unsigned int missing = 9999;
 
 TEST(StatDescription, LiteralNameIsThereAtOnce)
 {
     CStringStatDescription const description("A name");
-    FetchCounter const fetches;
+    StringFetches const fetches;
 
     EXPECT_EQ(description.getStringDescription(), "A name");
     EXPECT_EQ(fetches.count(), 0);
@@ -32,7 +23,7 @@ TEST(StatDescription, LiteralNameIsThereAtOnce)
 
 TEST(StatDescription, NameLoadsOnceWhenItIsAskedFor)
 {
-    FetchCounter const fetches;
+    StringFetches const fetches;
     CStringStatDescription const description(1128);
     EXPECT_EQ(fetches.count(), 0);
 
@@ -46,7 +37,7 @@ TEST(StatDescription, MissingNameReadsUnknownStatistic)
     CStringStatDescription const description(missing);
     EXPECT_EQ(description.getStringDescription(), "Unknown statistic");
 
-    FetchCounter const fetches;
+    StringFetches const fetches;
     EXPECT_EQ(description.getStringDescription(), "Unknown statistic");
     EXPECT_EQ(fetches.count(), 0);
 }
@@ -56,7 +47,7 @@ TEST(NumericDescription, UnitsLoadTogether)
     CIntegerStatDescription<unsigned int> const description(1129, 1169);
 
     EXPECT_EQ(description.getAbbrev(), "B");
-    FetchCounter const fetches;
+    StringFetches const fetches;
     EXPECT_EQ(description.getUnit(), "byte");
     EXPECT_EQ(description.getUnits(), "bytes");
     EXPECT_EQ(fetches.count(), 0);
@@ -84,7 +75,7 @@ TEST(NumericDescription, TakesLiterals)
         CStatFormatContainerBase const * getCustomFormats() const override { return CustomDoubleFormats; }
     };
     Described const description("Name", "unit", "units", "u");
-    FetchCounter const fetches;
+    StringFetches const fetches;
 
     EXPECT_EQ(description.getStringDescription(), "Name");
     EXPECT_EQ(description.getUnit(), "unit");
