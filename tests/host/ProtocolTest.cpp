@@ -40,11 +40,9 @@ std::string reasonOf(auto const & operation)
 
 TEST(FuzzRegression, ReadMessagesKeepsItsRulesOnEveryPastInput)
 {
-    auto const inputs = test::regressions("read-messages");
-
-    ASSERT_FALSE(inputs.empty());
-    for (auto const & [path, content] : inputs)
-        EXPECT_EQ(fuzz::checkMessages(content), "") << path;
+    test::replayRegressions<char>("read-messages", [](auto const & bytes) {
+        return fuzz::checkMessages({bytes.data(), bytes.size()});
+    });
 }
 
 TEST(Messages, HaveTheirLengthInFront)

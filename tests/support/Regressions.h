@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -8,25 +10,20 @@
 
 namespace test {
 
-// An input that a fuzz target once was given.
-struct CRegression
-{
-    std::filesystem::path path;
-    std::string content;
-};
-
-// Those of a target.
-inline std::vector<CRegression> regressions(char const * target)
+// Replays every input that is kept of a fuzz target: `check` takes its bytes and tells which rule they break.
+template <class Byte, class Check>
+void replayRegressions(char const * target, Check const & check)
 {
     std::filesystem::path const tests = KETSTATS_TEST_DATA;
-    std::vector<CRegression> all;
+    unsigned int replayed = 0;
     for (auto const & file :
-         std::filesystem::directory_iterator(tests.parent_path() / "fuzz" / "regressions" / target))
-        if (file.is_regular_file()) {
-            std::ifstream stream(file.path(), std::ios::binary);
-            all.push_back({file.path(), {std::istreambuf_iterator<char>(stream), {}}});
-        }
-    return all;
+         std::filesystem::directory_iterator(tests.parent_path() / "fuzz" / "regressions" / target)) {
+        std::ifstream stream(file.path(), std::ios::binary);
+        std::vector<Byte> const bytes{std::istreambuf_iterator<char>(stream), {}};
+        EXPECT_EQ(check(bytes), "") << file.path();
+        ++replayed;
+    }
+    EXPECT_GT(replayed, 0U) << target;
 }
 
 } // namespace test
