@@ -337,7 +337,7 @@ private:
 template <class Target, class Source>
 Target bytesOf(Source const & source)
 {
-    Target target;
+    Target target{};
     Bytes const content = test::keyBytes(source);
     std::copy(content.begin(), content.end(), target.begin());
     return target;
