@@ -1,10 +1,11 @@
 // The smallest host: it counts two frames and prints the figures under the names and units that the library
-// has for them.
+// has for them, and how to select the traffic of a row.
 
 #include "ketstats/ketstats.h"
 
 #include <array>
 #include <cstdio>
+#include <memory>
 
 namespace {
 
@@ -12,7 +13,8 @@ using Bytes = std::array<unsigned char, 60>;
 
 // Addresses, type and the start of the payload; the rest is padding. The frame check sequence isn't captured.
 constexpr Bytes arpRequest = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x02, 0x00, 0x00, 0x00, 0x00,
-                              0x01, 0x08, 0x06, 0x00, 0x01, 0x08, 0x00, 0x06, 0x04, 0x00, 0x01};
+                              0x01, 0x08, 0x06, 0x00, 0x01, 0x08, 0x00, 0x06, 0x04, 0x00, 0x01,
+                              0x02, 0x00, 0x00, 0x00, 0x00, 0x01, 0x0A, 0x00, 0x00, 0x01};
 constexpr Bytes ipPacket = {0x02, 0x00, 0x00, 0x00, 0x00, 0x01, 0x02, 0x00, 0x00,
                             0x00, 0x00, 0x02, 0x08, 0x00, 0x45, 0x00, 0x00, 0x2E};
 
@@ -43,4 +45,13 @@ int main()
     print(statistics.globalStatistics.transmittedFrames);      // Global transmitted frames: 2 frames
     print(statistics.globalStatistics.transmittedData);        // Global transmitted data: 128 bytes
     print(statistics.frameTables.frameTypes.broadcast.frames); // Frames: 1 frames
+
+    auto const & bindings = statistics.arpTable;
+    KetStats::CBaseStat const * const row = bindings.rowById(bindings.getOldestId());
+    std::unique_ptr<CFilter> const filter(KetStats::buildFilter(row));
+    for (Bytes const & captured : {arpRequest, ipPacket}) {
+        frame.Assign(captured.data(), captured.size(), captured.size());
+        std::printf("%s\n", filter->IsSatisfied(&frame) ? "of that station's ARP" : "of something else");
+    }
+    std::printf("%s\n", filter->GetDescription().c_str()); // (ether src 02:00:00:00:00:01 or ...
 }
