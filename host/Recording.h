@@ -26,7 +26,7 @@ public:
     // Sets the zero point, at `start`; the manager must be analysing. With `filtering` the frames that a
     // filter passes are counted too.
     CRecording(KetStats::CKetrinStatManager & manager, CRecordingOptions const & options, long long start,
-               bool filtering);
+               bool filtering = false);
 
     // Called before a frame of that time is analysed. Throws CFailure if a snapshot can't be saved.
     void advance(long long ticks);

@@ -94,8 +94,8 @@ protected:
     }
 
     void link(unsigned int olderIndex, unsigned int newerIndex);
-    void unlink(unsigned int index);
-    void linkAsNewest(unsigned int index);
+    inline void unlink(unsigned int index);
+    inline void linkAsNewest(unsigned int index);
 
     unsigned int limit;
     bool orderTesting = false;

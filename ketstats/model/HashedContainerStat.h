@@ -23,7 +23,7 @@ class CARPStat;
 // and `T::takeKey()` stores. Definitions stand in HashedContainerStatImpl.h, for whoever instantiates the
 // template.
 template <class T, class K, class H>
-class KETSTATS_TYPE CHashedContainerStat : public CBaseHashedContainerStat
+class KETSTATS_TEMPLATE CHashedContainerStat : public CBaseHashedContainerStat
 {
 public:
     // Called before a row goes away: eviction gives the row's index, transfer gives its id.

@@ -44,7 +44,7 @@ inline bool CStatValueTraits<CProtocolIdPacked>::before(CProtocolIdPacked const 
 //
 // Percentages differ for compareAssign(T const &) only if they do so at the resolution of one hundredth.
 template <class T>
-class KETSTATS_TYPE CValueStat : public CBaseValueStat
+class KETSTATS_TEMPLATE CValueStat : public CBaseValueStat
 {
 public:
     CValueStat(CBaseStat * theParent, unsigned short theId, CValueStatDescription const & theDescription)
@@ -112,12 +112,12 @@ private:
     T m_value{};
 };
 
-extern template class CValueStat<unsigned short>;
-extern template class CValueStat<unsigned int>;
-extern template class CValueStat<long long>;
-extern template class CValueStat<percentVal>;
-extern template class CValueStat<CIPAddress>;
-extern template class CValueStat<CMACAddrPacked>;
-extern template class CValueStat<CProtocolIdPacked>;
+KETSTATS_EXTERN_TEMPLATE(CValueStat<unsigned short>);
+KETSTATS_EXTERN_TEMPLATE(CValueStat<unsigned int>);
+KETSTATS_EXTERN_TEMPLATE(CValueStat<long long>);
+KETSTATS_EXTERN_TEMPLATE(CValueStat<percentVal>);
+KETSTATS_EXTERN_TEMPLATE(CValueStat<CIPAddress>);
+KETSTATS_EXTERN_TEMPLATE(CValueStat<CMACAddrPacked>);
+KETSTATS_EXTERN_TEMPLATE(CValueStat<CProtocolIdPacked>);
 
 } // namespace KetStats

@@ -147,10 +147,10 @@ public:
     // clang-format on
 };
 
-extern template class CHashedContainerStat<CMACConnectionStat, CMACConnectionStat::CKey,
-                                           CMACConnectionStat::CHasher>;
-extern template class CHashedContainerStat<CIPConnectionStat, CIPConnectionStat::CKey,
-                                           CIPConnectionStat::CHasher>;
-extern template class CHashedContainerStat<CARPStat, CIPAddress, CARPStat::CHasher>;
+KETSTATS_EXTERN_TEMPLATE(
+    CHashedContainerStat<CMACConnectionStat, CMACConnectionStat::CKey, CMACConnectionStat::CHasher>);
+KETSTATS_EXTERN_TEMPLATE(
+    CHashedContainerStat<CIPConnectionStat, CIPConnectionStat::CKey, CIPConnectionStat::CHasher>);
+KETSTATS_EXTERN_TEMPLATE(CHashedContainerStat<CARPStat, CIPAddress, CARPStat::CHasher>);
 
 } // namespace KetStats

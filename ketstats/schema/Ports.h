@@ -6,7 +6,7 @@ namespace KetStats {
 
 // Traffic by IP protocol number: a row of the table "IP subprotocols". The template argument has no effect.
 template <int N>
-class KETSTATS_TYPE CGenProtoStat : public CBaseStaticContainerStat
+class KETSTATS_TEMPLATE CGenProtoStat : public CBaseStaticContainerStat
 {
 public:
     using CHasher = CWordHasher<CProtocolIdPacked>;
@@ -36,7 +36,7 @@ private:
 
 // Traffic by port, of TCP for 0 and of UDP for 1: a row of a table of ports, global or of a station.
 template <int N>
-class KETSTATS_TYPE CGenPortStat : public CBaseStaticContainerStat
+class KETSTATS_TEMPLATE CGenPortStat : public CBaseStaticContainerStat
 {
 public:
     using CHasher = CWordHasher<CProtocolIdPacked>;
@@ -91,11 +91,12 @@ public:
     // clang-format on
 };
 
-extern template class CGenProtoStat<0>;
-extern template class CGenPortStat<0>;
-extern template class CGenPortStat<1>;
-extern template class CHashedContainerStat<CGenProtoStat<0>, CProtocolIdPacked, CGenProtoStat<0>::CHasher>;
-extern template class CHashedContainerStat<CGenPortStat<0>, CProtocolIdPacked, CGenPortStat<0>::CHasher>;
-extern template class CHashedContainerStat<CGenPortStat<1>, CProtocolIdPacked, CGenPortStat<1>::CHasher>;
+KETSTATS_EXTERN_TEMPLATE(CGenProtoStat<0>);
+KETSTATS_EXTERN_TEMPLATE(CGenPortStat<0>);
+KETSTATS_EXTERN_TEMPLATE(CGenPortStat<1>);
+KETSTATS_EXTERN_TEMPLATE(
+    CHashedContainerStat<CGenProtoStat<0>, CProtocolIdPacked, CGenProtoStat<0>::CHasher>);
+KETSTATS_EXTERN_TEMPLATE(CHashedContainerStat<CGenPortStat<0>, CProtocolIdPacked, CGenPortStat<0>::CHasher>);
+KETSTATS_EXTERN_TEMPLATE(CHashedContainerStat<CGenPortStat<1>, CProtocolIdPacked, CGenPortStat<1>::CHasher>);
 
 } // namespace KetStats

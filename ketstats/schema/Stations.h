@@ -64,7 +64,7 @@ public:
     // clang-format on
 };
 
-extern template class CHashedContainerStat<CStationStat, CMACAddrPacked, CStationStat::CHasher>;
-extern template class CHashedContainerStat<CProtocolStat, CProtocolIdPacked, CProtocolStat::CHasher>;
+KETSTATS_EXTERN_TEMPLATE(CHashedContainerStat<CStationStat, CMACAddrPacked, CStationStat::CHasher>);
+KETSTATS_EXTERN_TEMPLATE(CHashedContainerStat<CProtocolStat, CProtocolIdPacked, CProtocolStat::CHasher>);
 
 } // namespace KetStats

@@ -138,7 +138,7 @@ private:
 
 // Reads a CValueStat<T> as a number.
 template <class T>
-class KETSTATS_TYPE CNumericStatDescription : public CNumericStatDescriptionBase
+class KETSTATS_TEMPLATE CNumericStatDescription : public CNumericStatDescriptionBase
 {
 public:
     CNumericStatDescription(unsigned int theNameResourceId, unsigned int theUnitResourceId);
@@ -161,7 +161,7 @@ protected:
 
 // Reads a CValueStat<T> as an integer too.
 template <class T>
-class KETSTATS_TYPE CIntegerStatDescription : public CNumericStatDescription<T>
+class KETSTATS_TEMPLATE CIntegerStatDescription : public CNumericStatDescription<T>
 {
 public:
     CIntegerStatDescription(unsigned int theNameResourceId, unsigned int theUnitResourceId);
@@ -271,12 +271,12 @@ private:
     CStatDescription const * rowDescription;
 };
 
-extern template class CNumericStatDescription<percentVal>;
-extern template class CNumericStatDescription<unsigned short>;
-extern template class CNumericStatDescription<unsigned int>;
-extern template class CNumericStatDescription<long long>;
-extern template class CIntegerStatDescription<unsigned short>;
-extern template class CIntegerStatDescription<unsigned int>;
-extern template class CIntegerStatDescription<long long>;
+KETSTATS_EXTERN_TEMPLATE(CNumericStatDescription<percentVal>);
+KETSTATS_EXTERN_TEMPLATE(CNumericStatDescription<unsigned short>);
+KETSTATS_EXTERN_TEMPLATE(CNumericStatDescription<unsigned int>);
+KETSTATS_EXTERN_TEMPLATE(CNumericStatDescription<long long>);
+KETSTATS_EXTERN_TEMPLATE(CIntegerStatDescription<unsigned short>);
+KETSTATS_EXTERN_TEMPLATE(CIntegerStatDescription<unsigned int>);
+KETSTATS_EXTERN_TEMPLATE(CIntegerStatDescription<long long>);
 
 } // namespace KetStats

@@ -1,7 +1,7 @@
 #include "host/AnalysisOptions.h"
-#include "host/PcapFile.h"
 #include "host/Recording.h"
 #include "host/ValueText.h"
+#include "host/posix/PcapFile.h"
 
 #include "ketstats/ketstats.h"
 

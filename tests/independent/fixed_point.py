@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Holds the library's decimal texts against exact decimal arithmetic.
 
-    fixed_point.py PROGRAM [ROUNDS]      PROGRAM is fixed_point_values; a round is eight numbers
+    fixed_point.py COMMAND...      runs fixed_point_values
 
 Exit 0 if every text is right, 1 if not. A run without one of the sorts of numbers that matter fails.
 """
@@ -13,7 +13,7 @@ import struct
 import subprocess
 import sys
 
-ROUNDS = 45000
+ROUNDS = 45000  # of eight numbers each
 
 
 def expected(value, places, sorts):
@@ -48,12 +48,11 @@ def expected(value, places, sorts):
 
 
 def main():
-    rounds = int(sys.argv[2]) if len(sys.argv) > 2 else ROUNDS
     # Room for all digits of any double and 1100 places behind the point, so that nothing but quantize rounds.
     decimal.setcontext(decimal.Context(prec=2500))
     sorts = collections.Counter()
     compared = failed = 0
-    with subprocess.Popen([sys.argv[1], str(rounds)], stdout=subprocess.PIPE, text=True) as program:
+    with subprocess.Popen([*sys.argv[1:], str(ROUNDS)], stdout=subprocess.PIPE, text=True) as program:
         for line in program.stdout:
             bits, places, text = line.rstrip("\n").split(" ", 2)
             value = struct.unpack(">d", bytes.fromhex(bits))[0]
@@ -73,7 +72,7 @@ def main():
             print("  which is too few")
             return 1
     print(f"{compared:8} numbers compared, {failed} wrong")
-    return 1 if failed or compared < 8 * rounds else 0
+    return 1 if failed or compared < 8 * ROUNDS else 0
 
 
 if __name__ == "__main__":

@@ -2,18 +2,14 @@
 
 #include "tests/support/Allocations.h"
 #include "tests/support/Rows.h"
+#include "tests/support/System.h"
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <map>
 #include <memory>
 #include <optional>
 #include <random>
-
-#if defined(__linux__)
-#include <unistd.h>
-#endif
 
 using namespace KetStats;
 using test::Bytes;
@@ -755,8 +751,6 @@ TEST(HashTable, SearchingAndFillingAllocateNothing)
 
 // ---- memory ----
 
-#if defined(__linux__)
-
 struct HugeRow
 {
     using CHasher = test::PlacedHasher;
@@ -769,18 +763,9 @@ struct HugeRow
     char content[256 << 10];
 };
 
-long residentMegabytes()
-{
-    std::ifstream file("/proc/self/statm");
-    long total = 0;
-    long resident = 0;
-    file >> total >> resident;
-    return (resident * (sysconf(_SC_PAGESIZE) >> 10)) >> 10;
-}
-
 TEST(HashTable, MemoryOfRowsIsTouchedOnlyByRows)
 {
-    long const before = residentMegabytes();
+    long const before = test::residentMegabytes();
     if (before == 0)
         GTEST_SKIP() << "this system doesn't tell its resident memory";
 
@@ -793,10 +778,8 @@ TEST(HashTable, MemoryOfRowsIsTouchedOnlyByRows)
     for (unsigned int slot = 0; slot < 2000; slot += 20)
         table.free(slot);
 
-    EXPECT_LT(residentMegabytes() - before, 200) << "of 510 megabytes of rows";
+    EXPECT_LT(test::residentMegabytes() - before, 200) << "of 510 megabytes of rows";
 }
-
-#endif
 
 // ---- long histories ----
 

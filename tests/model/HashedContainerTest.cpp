@@ -1,9 +1,9 @@
 #include "tests/support/Allocations.h"
 #include "tests/support/Rows.h"
+#include "tests/support/System.h"
 
 #include <gtest/gtest.h>
 
-#include <csignal>
 #include <cstdio>
 #include <list>
 #include <memory>
@@ -678,13 +678,8 @@ void printDump(PlacedRow::Container const * container, int phase, bool flag, Pla
 {
     std::fprintf(stderr, "[%u rows, %d, %s, row %u]", container->size(), phase, flag ? "true" : "false",
                  row ? row->getId() : 0U);
+    std::fflush(stderr); // not every system writes it at once
 }
-
-#if defined(_WIN32)
-#define EXPECT_DEBUG_BREAK(statement, output) EXPECT_DEATH(statement, output)
-#else
-#define EXPECT_DEBUG_BREAK(statement, output) EXPECT_EXIT(statement, testing::KilledBySignal(SIGTRAP), output)
-#endif
 
 TEST(HashedContainerDeathTest, HoleIsDumpedAndStopsInTheDebugger)
 {
@@ -693,11 +688,12 @@ TEST(HashedContainerDeathTest, HoleIsDumpedAndStopsInTheDebugger)
     table.registerDumpOrderHandler(&printDump);
     table.deleteOldest();
 
-    EXPECT_DEBUG_BREAK(table.TestOrder(nullptr), "^.3 rows, 0, false, row 0."
-                                                 ".3 rows, 1, false, row 2."
-                                                 ".3 rows, 1, false, row 4."
-                                                 ".3 rows, 1, false, row 3."
-                                                 ".3 rows, 2, false, row 0.$");
+    EXPECT_EXIT(table.TestOrder(nullptr), test::stoppedByADebugBreak,
+                "^.3 rows, 0, false, row 0."
+                ".3 rows, 1, false, row 2."
+                ".3 rows, 1, false, row 4."
+                ".3 rows, 1, false, row 3."
+                ".3 rows, 2, false, row 0.$");
 }
 
 TEST(HashedContainerDeathTest, HoleStopsInTheDebuggerWithoutADump)
@@ -706,7 +702,7 @@ TEST(HashedContainerDeathTest, HoleStopsInTheDebuggerWithoutADump)
     Filled other(5, 4);
     table.deleteOldest();
 
-    EXPECT_DEBUG_BREAK(table.TestOrder(&other), "^$");
+    EXPECT_EXIT(table.TestOrder(&other), test::stoppedByADebugBreak, "^$");
 }
 
 // ---- costs ----

@@ -129,7 +129,6 @@ TEST(StationRow, HasItsColumns)
     EXPECT_EQ(row.getChild(9), nullptr);
     EXPECT_EQ(row.getChild(4), &row.framesReceived);
     EXPECT_EQ(row.framesReceived.getId(), 5);
-    EXPECT_EQ(row.buildFilter(), nullptr);
 }
 
 TEST(StationRow, StartsZeroAndEmpty)
@@ -216,7 +215,6 @@ TEST(ProtocolRow, HasItsColumns)
                             "5 Percentage, %: percentage"));
     EXPECT_EQ(row.getChildrenCount(), 5U);
     EXPECT_EQ(row.getChild(5), nullptr);
-    EXPECT_EQ(row.buildFilter(), nullptr);
 }
 
 TEST(ProtocolRow, StartsZeroAndHasItsGoldenForm)
@@ -250,7 +248,6 @@ TEST(SubprotocolRow, HasItsColumns)
     EXPECT_THAT(columnsOf(row), ElementsAre("1 IP subprotocol ID: protocol", "2 Data transmitted, B: 64 bits",
                                             "3 Frames transmitted, fr: 32 bits"));
     EXPECT_EQ(row.getChild(3), nullptr);
-    EXPECT_EQ(row.buildFilter(), nullptr);
 }
 
 TEST(SubprotocolRow, StartsZeroAndHasItsGoldenForm)
@@ -302,8 +299,6 @@ TEST(PortRow, IsNamedAfterItsKey)
     EXPECT_EQ(udp.getDescription()->getSubStatsCount(), 5U);
     EXPECT_EQ(udp.getDescription()->subStatDescription(4)->getOid(), 5);
     EXPECT_EQ(tcp.getChild(5), nullptr);
-    EXPECT_EQ(tcp.buildFilter(), nullptr);
-    EXPECT_EQ(udp.buildFilter(), nullptr);
 }
 
 TEST(PortRow, StartsZeroAndHasItsGoldenForm)
@@ -339,7 +334,6 @@ TEST(IPPorts, HoldTheTablesOfTCPAndUDP)
     EXPECT_EQ(ports.getChild(1), &ports.udpPorts);
     EXPECT_EQ(ports.tcpPorts.getDescription()->getSubStatsCount(), 1U);
     EXPECT_EQ(ports.tcpPorts.getDescription()->getStatType(), CStatDescription::stDynamicArray);
-    EXPECT_EQ(ports.buildFilter(), nullptr);
 }
 
 TEST(IPPorts, TakeTheDescriptionTheyAreGiven)
