@@ -28,17 +28,17 @@ std::string quoted(std::string const & text)
 
 } // namespace
 
-Outcome ketmon(std::vector<std::string> const & arguments)
+Outcome run(std::vector<std::string> const & command)
 {
     TemporaryFile const errors("");
-    std::string command = quoted(KETMON_PROGRAM);
-    for (std::string const & argument : arguments)
-        command += ' ' + quoted(argument);
-    command += " 2>" + quoted(errors.path()) + " </dev/null";
+    std::string line;
+    for (std::string const & word : command)
+        line += quoted(word) + ' ';
+    line += "2>" + quoted(errors.path()) + " </dev/null";
 
-    std::FILE * const pipe = popen(command.c_str(), "r");
+    std::FILE * const pipe = popen(line.c_str(), "r");
     if (!pipe)
-        throw std::runtime_error("can't start ketmon");
+        throw std::runtime_error("can't start " + command.front());
     Outcome outcome;
     char block[4096];
     while (std::size_t const count = std::fread(block, 1, sizeof block, pipe))
@@ -47,6 +47,13 @@ Outcome ketmon(std::vector<std::string> const & arguments)
     outcome.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     outcome.errors = fileContents(errors.path());
     return outcome;
+}
+
+Outcome ketmon(std::vector<std::string> const & arguments)
+{
+    std::vector<std::string> command = arguments;
+    command.insert(command.begin(), KETMON_PROGRAM);
+    return run(command);
 }
 
 void expectRefused(Outcome const & outcome, std::string const & reason)

@@ -17,6 +17,9 @@ struct Outcome
     nlohmann::ordered_json json() const { return nlohmann::ordered_json::parse(output); }
 };
 
+// Runs a program, found as a shell does, with its arguments.
+Outcome run(std::vector<std::string> const & command);
+
 // Runs ketmon with these arguments.
 Outcome ketmon(std::vector<std::string> const & arguments);
 
