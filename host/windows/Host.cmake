@@ -1,0 +1,17 @@
+# What the host has on Windows beside its sources. The packages that it stands on are used as headers alone, those
+# of the machine that builds; only they are taken from there, and not what its own system has beside them.
+
+set(KETSTATS_HEADERS /usr/include CACHE PATH "Where the headers of CLI11, fmt, nlohmann-json and asio lie")
+
+set(headers ${CMAKE_CURRENT_BINARY_DIR}/headers)
+file(MAKE_DIRECTORY ${headers})
+foreach(header CLI fmt nlohmann asio asio.hpp)
+    if(NOT EXISTS ${KETSTATS_HEADERS}/${header})
+        message(FATAL_ERROR "${KETSTATS_HEADERS}/${header} is missing; see KETSTATS_HEADERS")
+    endif()
+    file(CREATE_LINK ${KETSTATS_HEADERS}/${header} ${headers}/${header} SYMBOLIC)
+endforeach()
+
+target_include_directories(ketmon_host SYSTEM PUBLIC ${headers})
+target_compile_definitions(ketmon_host PUBLIC FMT_HEADER_ONLY)
+target_link_libraries(ketmon_host PUBLIC ws2_32 mswsock)
