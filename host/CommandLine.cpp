@@ -30,6 +30,7 @@ int runCommands(int argc, char const * const * argv)
     CLI::App app("Network statistics of captured Ethernet frames", "ketmon");
     app.set_version_flag("--version", "ketmon " KETMON_VERSION);
     app.require_subcommand(1);
+    app.allow_windows_style_options(false); // paths start with a slash there too
     app.footer("'ketmon COMMAND --help' tells the options of a command.\n"
                "Exit: 0 success, 1 failure while running, 2 bad usage or unreadable input.");
     addReadCommand(app);

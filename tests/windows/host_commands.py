@@ -1,0 +1,130 @@
+#!/usr/bin/env python3
+"""Tries ketmon as a program of Windows, command by command.
+
+    host_commands.py CAPTURES COMMAND...      COMMAND runs ketmon, such as "scripts/wine ketmon.exe"
+
+Exit 0 if all is as it should be. What is counted is held against another count elsewhere; here it is about what the
+system has a hand in: files, text, sockets, and what isn't there.
+"""
+
+import json
+import pathlib
+import subprocess
+import sys
+import tempfile
+import unittest
+
+CAPTURES = pathlib.Path(sys.argv[1])
+COMMAND = sys.argv[2:]
+MIXED = str(CAPTURES / "internet-mixed.pcap")
+PATIENCE = 120
+
+
+def ketmon(*arguments):
+    return subprocess.run([*COMMAND, *arguments], capture_output=True, text=True, timeout=PATIENCE, check=False)
+
+
+def statistics(*arguments):
+    run = ketmon(*arguments, "--json")
+    assert run.returncode == 0, run.stderr
+    return json.loads(run.stdout)["statistics"]
+
+
+def timeless(node):
+    """Without what depends on when samples were taken."""
+    if isinstance(node, dict):
+        return {
+            name: timeless(child)
+            for name, child in node.items()
+            if name not in ("Sample number", "Percentage") and not name.endswith("network utilisation")
+        }
+    return [timeless(child) for child in node] if isinstance(node, list) else node
+
+
+class Host(unittest.TestCase):
+    def setUp(self):
+        self.folder = tempfile.TemporaryDirectory()
+        self.addCleanup(self.folder.cleanup)
+
+    def path(self, name):
+        return str(pathlib.Path(self.folder.name) / name)
+
+    def refused(self, run, reason):
+        self.assertEqual(run.returncode, 2)
+        self.assertEqual(run.stdout, "")
+        self.assertIn(reason, run.stderr)
+
+    def test_every_bundled_capture_is_read(self):
+        for capture in sorted(CAPTURES.glob("*.pcap*")):
+            with self.subTest(capture.name):
+                run = ketmon("read", str(capture), "--json")
+                self.assertEqual(run.returncode, 0, run.stderr)
+                self.assertIn("statistics", json.loads(run.stdout))
+
+    def test_text_has_tables_with_units(self):
+        run = ketmon("read", MIXED, "--multiplier", "decimal", "--precision", "3")
+        self.assertEqual(run.returncode, 0, run.stderr)
+        self.assertRegex(run.stdout, r"Global transmitted data +2\.875 M  bytes\n")
+        self.assertRegex(run.stdout, r"\n1\.8 IP traffic \(the busiest 20 of 121\)\n")
+
+    def test_saved_snapshots_show_what_was_read(self):
+        saved = self.path("snapshot")
+        expected = statistics("read", MIXED, "--save-snapshot", saved)
+        self.assertEqual(statistics("show", saved), expected)
+
+    def test_deltas_show_what_was_read(self):
+        saved = self.path("delta")
+        expected = statistics("read", MIXED, "--save-snapshot", saved, "--interval", "60")
+        files = sorted(pathlib.Path(self.folder.name).iterdir(), key=lambda file: int(file.suffix[1:]))
+        self.assertGreater(len(files), 2)
+        self.assertEqual(statistics("show", *map(str, files)), expected)
+
+    def test_a_row_has_its_filter_and_frames(self):
+        row = next(row for row in statistics("read", MIXED)["IP traffic"] if row["id"] == 101)
+        output = self.path("row.pcap")
+        run = ketmon("filter", MIXED, "1.8.101", "--frames", "--write", output)
+        self.assertEqual(run.returncode, 0, run.stderr)
+        expression, frames = run.stdout.splitlines()
+        self.assertIn(f"ip src host {row['Source']} and ip dst host {row['Destination']}", expression)
+        self.assertEqual(int(frames), row["Frames transmitted"])
+        written = statistics("read", output)
+        self.assertEqual(written["Global statistics"]["Global transmitted frames"], row["Frames transmitted"])
+        self.assertEqual(written["Global statistics"]["Global transmitted data"], row["Data transmitted"])
+
+    def test_the_schema_is_told(self):
+        self.assertEqual(json.loads(ketmon("schema", "--json").stdout)["name"], "Agent statistics")
+        self.assertIn("1.5.*.7.*.5", ketmon("schema").stdout)
+
+    def test_a_console_sees_what_an_agent_replays(self):
+        agent = subprocess.Popen(
+            [*COMMAND, "agent", "-r", MIXED, "--pace", "0", "--consoles", "1", "--interval", "0.1",
+             "--listen", "127.0.0.1:0"],
+            stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+        try:
+            address = agent.stdout.readline().split()[-1]
+            console = ketmon("console", address, "--json")
+            _, errors = agent.communicate(timeout=PATIENCE)
+        finally:
+            agent.kill()
+            agent.wait()
+        self.assertEqual(console.returncode, 0, console.stderr)
+        self.assertEqual(agent.returncode, 0, errors)
+        last = json.loads(console.stdout.splitlines()[-1])
+        self.assertEqual(last["ended"], 4709)
+        self.assertEqual(timeless(last["statistics"]), timeless(statistics("read", MIXED)))
+
+    def test_what_is_not_there_says_so(self):
+        self.refused(ketmon("agent", "-i", "eth0"), "can't capture on this system")
+        self.refused(ketmon("read", MIXED, "--filter", "ip"), "can't be tested on this system")
+        self.refused(ketmon("read", self.path("absent.pcap")), "absent.pcap")
+        self.refused(ketmon("read", self.folder.name), "is a directory")
+        self.refused(ketmon("read"), "FILE is missing")
+
+    def test_damage_is_refused_with_its_place(self):
+        cut = self.path("cut.pcap")
+        pathlib.Path(cut).write_bytes(pathlib.Path(MIXED).read_bytes()[:100000])
+        self.refused(ketmon("read", cut), "damaged behind frame ")
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1], verbosity=2)
