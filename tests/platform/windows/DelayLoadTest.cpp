@@ -122,6 +122,19 @@ TEST_F(LateBinding, CaptureLibraryBesideTheLibraryComesBeforeOneBesideTheProgram
     EXPECT_NE(outcome.output.find("begin: " + captureLibrary + "\n"), std::string::npos) << outcome.output;
 }
 
+// Its functions are unbound then, and the place beside the library is no longer looked at first.
+TEST_F(LateBinding, CallAfterUnloadingBindsAnewWithoutTheHook)
+{
+    fs::copy_file(captureLibrary, program / "kndislib.dll");
+
+    test::Outcome const outcome = run("again");
+
+    EXPECT_EQ(outcome.output, untilTheFirstCall + "begin: " + captureLibrary + "\nend: " + captureLibrary +
+                                  "\nunload: absent\nmakeManager: absent\nbegin: " +
+                                  (program / "kndislib.dll").string() + "\n");
+    EXPECT_EQ(outcome.status, 0U);
+}
+
 // The longest path from which the system loads a library. That of the capture library is as long.
 TEST_F(LateBinding, CaptureLibraryIsFoundUnderAPathOf259Characters)
 {

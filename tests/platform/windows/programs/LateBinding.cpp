@@ -5,6 +5,7 @@
 //
 //     twice     loads, uses and unloads everything, and that once more
 //     exit      ends with everything loaded and used
+//     again     uses everything, unloads the capture library alone, and uses everything again
 //     handler   tells which structured exception the first call raises
 
 #include <windows.h>
@@ -66,6 +67,12 @@ int main(int, char ** arguments)
         if (std::strcmp(mode, "exit") == 0)
             return 0;
         call(probe, "end");
+        if (std::strcmp(mode, "again") == 0) {
+            call(probe, "unload");
+            call(probe, "makeManager");
+            call(probe, "begin");
+            return 0;
+        }
         FreeLibrary(probe);
         FreeLibrary(library);
         std::printf("library: %s\n", GetModuleHandleA("ketstats.dll") ? "loaded" : "absent");

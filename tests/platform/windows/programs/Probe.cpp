@@ -1,6 +1,7 @@
 // Uses the statistics library on behalf of a program that doesn't know it when it starts.
 
 #include "ketstats/ketstats.h"
+#include "ketstats/platform/Module.h"
 
 #include <memory>
 
@@ -26,5 +27,11 @@ __declspec(dllexport) void begin()
 __declspec(dllexport) void end()
 {
     manager.reset();
+}
+
+// What the library does when it goes.
+__declspec(dllexport) void unload()
+{
+    KetStats::platform::unloadDelayLoaded();
 }
 }
