@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ketstats/platform/Exports.h"
 #include "ketstats/platform/SystemTypes.h"
 
 // The system's loader, as far as the library speaks with it.
@@ -29,8 +30,8 @@ constexpr unsigned int beforeLoadLibrary = 1;
 // program starts has no use for it and leaves it alone.
 void installDelayLoadHook(DelayLoadHook hook);
 
-// Takes the hook out again and unloads what was bound late.
-void unloadDelayLoaded();
+// Takes the hook out again and unloads what was bound late; a later call binds anew.
+KETSTATS_API void unloadDelayLoaded();
 
 // Runs `attach` once with the handle of this library's own module: after every static object that stands in
 // front of this one in its source was built, and before any caller can reach the library.

@@ -1,13 +1,14 @@
 #!/usr/bin/env python3
 """Holds `ketmon read --json` against the independent count of count.py, whole trees, over capture files.
 
-    check.py KETMON FILE_OR_FOLDER...            the captures named, or in the folders named
-    check.py KETMON --generate   captures made by generate.py
+    check.py FILE_OR_FOLDER COMMAND...      the capture named, or those in the folder
+    check.py --generate COMMAND...          captures made by generate.py
+
+COMMAND runs ketmon.
 
 Exit 0 if every file counts alike, 1 if not. A run that compares nothing fails.
 """
 
-import argparse
 import json
 import pathlib
 import subprocess
@@ -41,7 +42,7 @@ def run(command):
 def differences(ketmon, capture, options, folder):
     counted = folder / "counted.json"
     expected = folder / "expected.json"
-    counted.write_text(run([ketmon, "read", "--json", str(capture), *options]))
+    counted.write_text(run([*ketmon, "read", "--json", str(capture), *options]))
     expected.write_text(run([sys.executable, str(HERE / "count.py"), str(capture), *options]))
     if not json.loads(expected.read_text())["statistics"]:
         raise RuntimeError(f"{capture}: nothing was counted")
@@ -50,31 +51,27 @@ def differences(ketmon, capture, options, folder):
     return "" if result.returncode == 0 else result.stdout + result.stderr
 
 
-def captures(paths):
-    for path in paths:
-        if path.is_dir():
-            yield from sorted(file for file in path.iterdir() if file.suffix in (".pcap", ".pcapng"))
-        else:
-            yield path
+def captures(path):
+    if path.is_dir():
+        return sorted(file for file in path.iterdir() if file.suffix in (".pcap", ".pcapng"))
+    return [path]
 
 
 def main():
-    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("ketmon")
-    parser.add_argument("paths", nargs="*", type=pathlib.Path)
-    parser.add_argument("--generate", action="store_true")
-    arguments = parser.parse_args()
+    if len(sys.argv) < 3:
+        sys.exit(__doc__)
+    source, *ketmon = sys.argv[1:]
 
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name)
-        paths = list(arguments.paths)
-        if arguments.generate:
-            paths.append(folder / "generated")
-            run([sys.executable, str(HERE / "generate.py"), str(paths[-1])])
+        path = pathlib.Path(source)
+        if source == "--generate":
+            path = folder / "generated"
+            run([sys.executable, str(HERE / "generate.py"), str(path)])
         compared = failed = 0
-        for capture in captures(paths):
+        for capture in captures(path):
             for options in VARIANTS.get(capture.stem, [[]]):
-                found = differences(arguments.ketmon, capture, options, folder)
+                found = differences(ketmon, capture, options, folder)
                 compared += 1
                 if found:
                     failed += 1

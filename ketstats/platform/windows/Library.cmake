@@ -17,3 +17,23 @@ target_link_libraries(ketstats PRIVATE delayimp iphlpapi)
 
 # No "lib" in front, as in the names by which the libraries are loaded.
 set_target_properties(kndislib ketstats PROPERTIES PREFIX "")
+
+# The compiler's runtime goes with the libraries: exceptions cross from module to module, which takes one and the
+# same for all of them.
+foreach(runtime libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
+    execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${runtime}
+        OUTPUT_VARIABLE runtime_file OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+    if(NOT IS_ABSOLUTE "${runtime_file}")
+        message(FATAL_ERROR "the compiler has no ${runtime}")
+    endif()
+    file(REAL_PATH ${runtime_file} runtime_file)
+    install(FILES ${runtime_file} DESTINATION ${CMAKE_INSTALL_BINDIR})
+endforeach()
+
+# What CPack makes of an installation: one archive with everything.
+set(CPACK_GENERATOR ZIP)
+set(CPACK_PACKAGE_NAME ketstats)
+set(CPACK_PACKAGE_FILE_NAME ketstats-${PROJECT_VERSION}-windows-x86_64)
+set(CPACK_RESOURCE_FILE_README ${PROJECT_SOURCE_DIR}/README.md)
+set(CPACK_VERBATIM_VARIABLES ON)
+include(CPack)

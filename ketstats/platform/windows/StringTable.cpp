@@ -28,7 +28,7 @@ void convert(wchar_t const * characters, int length, char * buffer, int size, st
 // and the machine it takes any.
 bool loadString(HMODULE module, unsigned int id, std::string & text)
 {
-    auto const block = static_cast<WORD>((id / idsOfABlock & 0xFFFF) + 1);
+    auto const block = static_cast<WORD>(id / idsOfABlock + 1); // numbers of resources have 16 bits
     HRSRC const found = FindResourceA(module, MAKEINTRESOURCEA(block), MAKEINTRESOURCEA(6));
     HGLOBAL const loaded = found ? LoadResource(module, found) : nullptr;
     auto const * entry = static_cast<wchar_t const *>(loaded ? LockResource(loaded) : nullptr);
