@@ -6,6 +6,7 @@
 #include <fmt/core.h>
 
 #include <charconv>
+#include <limits>
 #include <string_view>
 
 namespace ketmon {
@@ -49,7 +50,7 @@ void addAnalysisOptions(CLI::App & command, CAnalysisOptions & options)
     command
         .add_option("--link-speed", options.linkSpeed,
                     "Speed of the link in bits per second; an interface may know its own, a file doesn't")
-        ->check(CLI::NonNegativeNumber)
+        ->check(CLI::Range(0L, std::numeric_limits<long>::max()).description("0 or more"))
         ->type_name("BITS");
 }
 

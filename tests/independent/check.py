@@ -27,7 +27,7 @@ VARIANTS = {
     "offload-directory": [[], SPEED],
     "nanosecond-big-endian": [[], ["--link-speed", "1000000007"]],
     "empty": [[], SPEED],
-    "jumbo-ssh": [[], ["--link-speed", "7"], ["--link-speed", "99999999999"]],
+    "jumbo-ssh": [[], ["--link-speed", "7"], ["--link-speed", "2147483647"]],
     "flood": [[], ["--enable", "1.6", "--enable", "1.8"]],
 }
 
