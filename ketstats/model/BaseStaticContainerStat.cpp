@@ -16,7 +16,7 @@ CBaseStaticContainerStat::ChildPointer const * CBaseStaticContainerStat::getChil
 int CBaseStaticContainerStat::collate(CBaseStat const & other) const
 {
     for (ChildPointer const child : children())
-        if (int const order = (this->*child).collate(sameChild(other, child)))
+        if (int const order = own(child).collate(sameChild(other, child)))
             return order;
     return 0;
 }
@@ -24,28 +24,28 @@ int CBaseStaticContainerStat::collate(CBaseStat const & other) const
 void CBaseStaticContainerStat::resetChanged()
 {
     for (ChildPointer const child : children())
-        (this->*child).resetChanged();
+        own(child).resetChanged();
     changed = false;
 }
 
 void CBaseStaticContainerStat::setChanged()
 {
     for (ChildPointer const child : children())
-        (this->*child).setChanged();
+        own(child).setChanged();
     changed = true;
 }
 
 bool CBaseStaticContainerStat::checkChanged() const
 {
     for (ChildPointer const child : children())
-        static_cast<void>((this->*child).checkChanged());
+        static_cast<void>(own(child).checkChanged());
     return changed;
 }
 
 void CBaseStaticContainerStat::doPackValue(ktools::CMemoryBuffer & buffer, bool onlyChanged)
 {
     for (ChildPointer const pointer : children()) {
-        CBaseStat & child = this->*pointer;
+        CBaseStat & child = own(pointer);
         if (onlyChanged && !child.isChanged())
             continue;
         unsigned short const childId = child.getId();
@@ -66,11 +66,11 @@ void CBaseStaticContainerStat::doUnpackValue(ktools::CMemoryBuffer & buffer)
         buffer.Read(&childId, sizeof childId);
         if (childId == endMark)
             break;
-        while (position != table.end() && (this->**position).getId() != childId)
+        while (position != table.end() && own(*position).getId() != childId)
             ++position;
         if (position == table.end())
             ktools::raise<ktools::CMemoryBuffer::CException>(2, "StatTypes", 283);
-        (this->**position).unpackValue(buffer);
+        own(*position).unpackValue(buffer);
         ++position;
     }
     changed = true;
@@ -79,19 +79,19 @@ void CBaseStaticContainerStat::doUnpackValue(ktools::CMemoryBuffer & buffer)
 void CBaseStaticContainerStat::doAssign(CBaseStat const & other)
 {
     for (ChildPointer const child : children())
-        (this->*child).assign(sameChild(other, child));
+        own(child).assign(sameChild(other, child));
 }
 
 void CBaseStaticContainerStat::doReset()
 {
     for (ChildPointer const child : children())
-        (this->*child).reset();
+        own(child).reset();
 }
 
 int CBaseStaticContainerStat::doCompare(CBaseStat const & other) const
 {
     for (ChildPointer const child : children())
-        if (int const order = (this->*child).compare(sameChild(other, child)))
+        if (int const order = own(child).compare(sameChild(other, child)))
             return order;
     return 0;
 }
@@ -100,7 +100,7 @@ bool CBaseStaticContainerStat::doCompareAssign(CBaseStat const & other)
 {
     changed = false;
     for (ChildPointer const child : children())
-        if ((this->*child).compareAssign(sameChild(other, child)))
+        if (own(child).compareAssign(sameChild(other, child)))
             changed = true;
     return changed;
 }

@@ -65,6 +65,10 @@ protected:
 private:
     std::span<ChildPointer const> children() const { return {getChildren(), getChildrenCount()}; }
 
+    // A call of a virtual function goes through these: compilers may take what such a pointer names for an
+    // object of no derived class.
+    CBaseStat & own(ChildPointer child) { return this->*child; }
+    CBaseStat const & own(ChildPointer child) const { return this->*child; }
     CBaseStat const & sameChild(CBaseStat const & other, ChildPointer child) const
     {
         return static_cast<CBaseStaticContainerStat const &>(other).*child;
