@@ -1,6 +1,8 @@
 // What passes from module to module: exceptions in both directions, and classes that are told apart at run
 // time. Ends with 1, and the names of those that failed, if a check doesn't hold.
 
+#include "Check.h"
+
 #include "ketstats/ketstats.h"
 
 #include <cstdio>
@@ -10,9 +12,7 @@
 
 using namespace KetStats;
 
-namespace {
-
-int failures = 0;
+static int failures = 0;
 
 void check(bool holds, char const * name)
 {
@@ -21,6 +21,8 @@ void check(bool holds, char const * name)
         std::printf("failed: %s\n", name);
     }
 }
+
+namespace {
 
 // Whether the operation throws a pointer that a handler for E takes.
 template <class E, class Operation>
@@ -240,6 +242,7 @@ void filters()
 
 int main()
 {
+    everyClass();
     exportedData();
     formatsOfTheHost();
     filters();

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <cmath>
 #include <limits>
 
@@ -247,6 +248,28 @@ TEST_F(SystemTime, NullBringsTheSystemClockBack)
     now.getSystemTime();
 
     EXPECT_GT(now - old, 400LL * 365 * 24 * 3600 * 10000000);
+}
+
+TEST_F(SystemTime, SystemClockAgreesWithTheStandardLibrarys)
+{
+    using namespace std::chrono;
+    auto const standard = [] {
+        constexpr long long ticksTo1970 = 116444736000000000;
+        auto const since1970 = system_clock::now().time_since_epoch();
+        return ticksTo1970 + duration_cast<duration<long long, std::ratio<1, 10000000>>>(since1970).count();
+    };
+    CSystemTime const origin = at(0);
+    CSystemTime::setSource(nullptr);
+    CSystemTime now;
+
+    long long const before = standard();
+    now.getSystemTime();
+    long long const after = standard();
+
+    // The system's clock may tell whole milliseconds only, and those of some moments ago.
+    constexpr long long tolerance = 1000000;
+    EXPECT_GE(now - origin, before - tolerance);
+    EXPECT_LE(now - origin, after + tolerance);
 }
 
 } // namespace
