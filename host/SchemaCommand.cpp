@@ -91,7 +91,8 @@ std::string formatsOf(CStatDescription const & description)
 void addLines(CTextTable & table, CPlace const & place)
 {
     auto const * const units = numeric(place.description);
-    table.addRow({place.oid, std::string(2 * place.depth, ' ') + place.description.getStringDescription(),
+    table.addRow({place.oid,
+                  std::string(std::size_t{2} * place.depth, ' ') + place.description.getStringDescription(),
                   kindOf(place), units ? fmt::format("{} ({})", units->getUnits(), units->getAbbrev()) : "",
                   formatsOf(place.description)});
     for (unsigned int i = 0; i < place.description.getSubStatsCount(); ++i)

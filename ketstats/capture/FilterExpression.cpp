@@ -70,17 +70,17 @@ std::string CFilterExpression::hexNumber(unsigned int number, unsigned int bytes
     return text;
 }
 
-CFilterExpression CFilterExpression::all(std::vector<CFilterExpression> parts)
+CFilterExpression CFilterExpression::all(std::vector<CFilterExpression> const & parts)
 {
-    return combined(Kind::all, std::move(parts));
+    return combined(Kind::all, parts);
 }
 
-CFilterExpression CFilterExpression::any(std::vector<CFilterExpression> parts)
+CFilterExpression CFilterExpression::any(std::vector<CFilterExpression> const & parts)
 {
-    return combined(Kind::any, std::move(parts));
+    return combined(Kind::any, parts);
 }
 
-CFilterExpression CFilterExpression::combined(Kind kind, std::vector<CFilterExpression> parts)
+CFilterExpression CFilterExpression::combined(Kind kind, std::vector<CFilterExpression> const & parts)
 {
     Kind const neutral = kind == Kind::all ? Kind::always : Kind::never;
     Kind const decisive = kind == Kind::all ? Kind::never : Kind::always;
@@ -207,7 +207,7 @@ CFilterExpression CFilterExpression::opposite() const
     parts.reserve(m_parts.size());
     for (CFilterExpression const & part : m_parts)
         parts.push_back(part.opposite());
-    return combined(m_kind == Kind::all ? Kind::any : Kind::all, std::move(parts));
+    return combined(m_kind == Kind::all ? Kind::any : Kind::all, parts);
 }
 
 std::string CFilterExpression::text() const
@@ -231,7 +231,7 @@ CFilterExpression CFilterExpression::forAllDepths() const
             CFilterExpression const dependent = combined(m_kind, {split, parts.end()});
             parts.erase(split, parts.end());
             parts.push_back(dependent.forAllDepths());
-            return combined(m_kind, std::move(parts));
+            return combined(m_kind, parts);
         }
         if (needsGuard())
             if (CFilterExpression const other = opposite(); !other.needsGuard())
@@ -263,7 +263,7 @@ CFilterExpression CFilterExpression::atDepth(unsigned int depth) const
     parts.reserve(m_parts.size());
     for (CFilterExpression const & part : m_parts)
         parts.push_back(part.atDepth(depth));
-    return combined(m_kind, std::move(parts));
+    return combined(m_kind, parts);
 }
 
 // All framings that give this id: Ethernet II, and behind a length raw IPX, LLC and SNAP.
@@ -286,8 +286,7 @@ CFilterExpression CFilterExpression::protocolAtDepth(unsigned int number, unsign
     else if (number < 0x100)
         behindLength.push_back(is(payload, 1, number));
     behindLength.push_back(all({isSNAP, is(payload + 6, 2, number)}));
-    CFilterExpression const framed =
-        all({ofAnyDepth(frameBytes(type, 2) + " < 0x600"), any(std::move(behindLength))});
+    CFilterExpression framed = all({ofAnyDepth(frameBytes(type, 2) + " < 0x600"), any(behindLength)});
 
     if (number < 0x600 || isVlanType(number))
         return framed;

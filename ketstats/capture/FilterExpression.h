@@ -25,8 +25,8 @@ public:
 
     // All or any of several. What is the same for all frames is worked out, equal parts are said once, and
     // what another part implies isn't said at all.
-    static CFilterExpression all(std::vector<CFilterExpression> parts);
-    static CFilterExpression any(std::vector<CFilterExpression> parts);
+    static CFilterExpression all(std::vector<CFilterExpression> const & parts);
+    static CFilterExpression any(std::vector<CFilterExpression> const & parts);
     CFilterExpression operator!() const;
 
     // The whole expression, for any number of tags.
@@ -57,7 +57,7 @@ private:
 
     CFilterExpression(Kind kind, std::string text, unsigned int number = 0);
     CFilterExpression(Kind kind, std::vector<CFilterExpression> parts);
-    static CFilterExpression combined(Kind kind, std::vector<CFilterExpression> parts);
+    static CFilterExpression combined(Kind kind, std::vector<CFilterExpression> const & parts);
 
     bool dependsOnTags() const;
     bool impliesIP() const;
