@@ -1,5 +1,6 @@
 #include "host/Recording.h"
 
+#include "host/CaptureTime.h"
 #include "host/Failure.h"
 #include "host/SnapshotBytes.h"
 #include "host/SnapshotFiles.h"
@@ -12,9 +13,8 @@ namespace ketmon {
 
 namespace {
 
-constexpr double ticksPerSecond = 1e7;
 // A sample needs more than a millisecond since the one before to count anything.
-constexpr long long leastTime = 10 * 10000;
+constexpr long long leastTime = ticksPerSecond / 100;
 // No capture is meant to fill a folder with more.
 constexpr unsigned int mostFiles = 100000;
 
@@ -32,7 +32,8 @@ CRecording::CRecording(KetStats::CKetrinStatManager & manager, CRecordingOptions
     m_sender.initSnapshot(m_manager);
     m_sender.EnableGlobalFiltering(filtering);
     if (options.interval > 0.0) {
-        m_interval = std::max(leastTime, static_cast<long long>(options.interval * ticksPerSecond));
+        m_interval = std::max(leastTime,
+                              static_cast<long long>(options.interval * static_cast<double>(ticksPerSecond)));
         sampleAt(start, false);
     }
 }

@@ -48,6 +48,7 @@ COid parsed(std::string const & name, KetStats::CAgentStatistic & tree)
 CSelection::CSelection(std::vector<std::string> const & names, KetStats::CAgentStatistic & tree)
 {
     std::vector<COid> all;
+    all.reserve(names.size() + 1);
     for (std::string const & name : names)
         all.push_back(parsed(name, tree));
     all.emplace_back(names.empty() ? "1" : "1.1");
