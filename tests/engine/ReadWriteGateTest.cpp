@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -115,41 +114,28 @@ public:
     // Starts a step, which must find the one before it done.
     void act(std::function<void()> step)
     {
-        std::lock_guard const lock(m_mutex);
         m_step = std::move(step);
-        m_pending = true;
         m_done = false;
-        m_changed.notify_all();
+        m_pending.post();
     }
 
-    bool done()
-    {
-        std::lock_guard const lock(m_mutex);
-        return m_done;
-    }
+    bool done() const { return m_done; }
 
 private:
     void run()
     {
         for (;;) {
-            std::unique_lock lock(m_mutex);
-            m_changed.wait(lock, [this] { return m_pending; });
-            m_pending = false;
-            std::function<void()> const step = m_step;
-            lock.unlock();
-            if (!step)
+            m_pending.wait();
+            if (!m_step)
                 return;
-            step();
-            lock.lock();
+            m_step();
             m_done = true;
         }
     }
 
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    std::function<void()> m_step;
-    bool m_pending = false;
-    bool m_done = true;
+    std::function<void()> m_step; // the actor's from `act` until it is done
+    KetStats::platform::CSemaphore m_pending;
+    std::atomic<bool> m_done{true};
     std::thread m_thread;
 };
 
