@@ -33,7 +33,7 @@ public:
     CStatFormatBase(CStatFormatBase const &) = default;
     CStatFormatBase & operator=(CStatFormatBase const &) = default;
 
-    // The display name; "Unknown statistic" if it has none.
+    // The display name; "Unknown statistic" if its resource is missing.
     std::string const & getName() const;
     ValueType getValueType() const { return valueType; }
 

@@ -29,6 +29,12 @@ TEST(FixedPoint, WithoutPlacesThereIsNoPoint)
     EXPECT_EQ(fixedPointToString(99.9, 0), "100");
 }
 
+TEST(FixedPoint, FewerThanNoPlacesAreNone)
+{
+    EXPECT_EQ(fixedPointToString(1234.5, -1), "1235");
+    EXPECT_EQ(fixedPointToString(0.25, std::numeric_limits<int>::min()), "0");
+}
+
 TEST(FixedPoint, DoesNotGroupThousands)
 {
     EXPECT_EQ(fixedPointToString(1234567890, 2), "1234567890.00");
