@@ -5,6 +5,8 @@
 //
 //     twice     loads, uses and unloads everything, and that once more
 //     exit      ends with everything loaded and used
+//     formats   the same, with formats of the host's left in the library's lists
+//     text      ends when the text of an address was made, without any analysis
 //     again     uses everything, unloads the capture library alone, and uses everything again
 //     handler   tells which structured exception the first call raises
 
@@ -63,8 +65,14 @@ int main(int, char ** arguments)
         tell("loaded");
         HMODULE const probe = load(arguments[2]);
         call(probe, "makeManager");
+        if (std::strcmp(mode, "text") == 0) {
+            call(probe, "text");
+            return 0;
+        }
         call(probe, "begin");
-        if (std::strcmp(mode, "exit") == 0)
+        if (std::strcmp(mode, "formats") == 0)
+            call(probe, "leaveFormats");
+        if (std::strcmp(mode, "exit") == 0 || std::strcmp(mode, "formats") == 0)
             return 0;
         call(probe, "end");
         if (std::strcmp(mode, "again") == 0) {
