@@ -93,14 +93,27 @@ TEST_F(LateBinding, ProgramEndsCleanlyWithEverythingLoaded)
 }
 
 // The reverse of the order in which the lists were built, each format once.
+std::string const endOfFormats = "gone: protocol id\ngone: string\ngone: IP\n"
+                                 "gone: MAC\ngone: double\ngone: integer\n";
+
 TEST_F(LateBinding, FormatsOfTheHostGoWithTheProgram)
 {
     test::Outcome const outcome = run("formats");
 
-    EXPECT_TRUE(outcome.output.ends_with("leaveFormats: " + captureLibrary +
-                                         "\ngone: protocol id\ngone: string\ngone: IP\ngone: MAC\n"
-                                         "gone: double\ngone: integer\n"))
+    EXPECT_TRUE(outcome.output.ends_with("\nleaveFormats: " + captureLibrary + "\n" + endOfFormats))
         << outcome.output;
+    EXPECT_EQ(outcome.status, 0U);
+}
+
+// The library calls code of the module then, which is still there.
+TEST_F(LateBinding, FormatsOfAModuleGoWhenItGoesWithTheLibrary)
+{
+    test::Outcome const outcome = run("plugin");
+
+    std::string const turn = untilTheFirstCall + "begin: " + captureLibrary +
+                             "\nleaveFormats: " + captureLibrary + "\nend: " + captureLibrary + "\n" +
+                             endOfFormats + "library: absent\n";
+    EXPECT_EQ(outcome.output, turn + turn + "unloaded: absent\n");
     EXPECT_EQ(outcome.status, 0U);
 }
 
