@@ -40,6 +40,19 @@ void values()
     check(later - earlier >= 0 && static_cast<_SYSTEMTIME>(later).wYear > 2000, "CSystemTime");
 }
 
+// A format of the host's for doubles.
+class PercentFormat : public CDoubleStatFormatBase
+{
+public:
+    PercentFormat() : CDoubleStatFormatBase("Percent") {}
+
+    using CDoubleStatFormatBase::formatValue;
+    std::string formatValue(double value, void *) const override
+    {
+        return fixedPointToString(value, getFractionDigits()) + " %";
+    }
+};
+
 template <class Format>
 void format(char const * name)
 {
@@ -63,6 +76,7 @@ void formats()
     format<CMACAddressFormat>("CMACAddressFormat");
     format<CIPAddressFormat>("CIPAddressFormat");
     format<CStringFormat>("CStringFormat");
+    format<PercentFormat>("CDoubleStatFormatBase");
     format<CIPSubProtocolShortNameStatFormat>("CIPSubProtocolShortNameStatFormat");
     format<CIPSubProtocolLongNameStatFormat>("CIPSubProtocolLongNameStatFormat");
     list<CStandardIntegerFormats>(7, "CStandardIntegerFormats");
@@ -97,6 +111,8 @@ void descriptions()
     CValueStat<percentVal> share(nullptr, 1, percentage);
     share = percentVal(50.0);
     check(percentage.getNumeric(&share) == 50.0 && percentage.getAbbrev() == "%", "CNumericStatDescription");
+    CStatDescription const & whole = percentage;
+    check(dynamic_cast<CNumericStatDescriptionBase const *>(&whole), "CNumericStatDescriptionBase");
     leaf<CValueStat<CMACAddrPacked>>(CMACAddressStatDescription(1152), "00-00-00-00-00-00",
                                      "CMACAddressStatDescription");
     leaf<CValueStat<CIPAddress>>(CIPAddressStatDescription("Address"), "[others]",

@@ -233,6 +233,10 @@ void filters()
     CIPSubprotocolFilter const icmp(1, "", false);
     CIPAddrFilter const host(0x0100007F, CIPAddrFilter::apSource, eoEqual, "", false);
     CDstMACFilter const to("00-00-00-00-00-01", "", false);
+    CSrcMACFilter from("", false);
+    from.address = address;
+    CFrame const & seen = frame;
+    check(from.IsSatisfied(&seen) && dynamic_cast<CNetworkFrame const *>(&seen), "filter of a source");
     check(port.GetDescription() == "web" && arp.GetDescription() == "ARP", "descriptions that were given");
     check(!icmp.IsSatisfied(&frame) && !host.IsSatisfied(&frame) && to.IsSatisfied(&frame),
           "filters of fields");

@@ -34,6 +34,22 @@ protected:
                          elsewhere);
     }
 
+    // A directory with both libraries, of whose paths each has that many characters.
+    fs::path copyToAPathOf(std::size_t characters) const
+    {
+        std::size_t const length = characters - std::string(R"(\ketstats.dll)").size();
+        fs::path deep = scratch.path;
+        while (deep.string().size() + 120 < length)
+            deep /= std::string(98, 'd');
+        deep /= std::string(length - deep.string().size() - 1, 'd');
+        fs::create_directories(R"(\\?\)" + deep.string());
+        for (char const * const name : {"ketstats.dll", "kndislib.dll"}) {
+            fs::copy_file(libraries / name, R"(\\?\)" + (deep / name).string());
+            EXPECT_EQ((deep / name).string().size(), characters);
+        }
+        return deep;
+    }
+
     test::ScratchDirectory scratch;
     fs::path const libraries = scratch.path / "libraries";
     fs::path const program = scratch.path / "program";
@@ -46,6 +62,8 @@ private:
         fs::copy_file(test::programDirectory() / name, directory / name);
     }
 };
+
+std::string const untilTheFirstCall = "start: absent\nloaded: absent\nmakeManager: absent\n";
 
 TEST_F(LateBinding, CaptureLibraryComesWithTheFirstCallFromBesideThisOneAndGoesWithIt)
 {
@@ -74,11 +92,43 @@ TEST_F(LateBinding, ProgramEndsCleanlyWithEverythingLoaded)
     EXPECT_EQ(outcome.status, 0U);
 }
 
+// The reverse of the order in which the lists were built, each format once.
+std::string const endOfFormats = "gone: protocol id\ngone: string\ngone: IP\n"
+                                 "gone: MAC\ngone: double\ngone: integer\n";
+
+TEST_F(LateBinding, FormatsOfTheHostGoWithTheProgram)
+{
+    test::Outcome const outcome = run("formats");
+
+    EXPECT_TRUE(outcome.output.ends_with("\nleaveFormats: " + captureLibrary + "\n" + endOfFormats))
+        << outcome.output;
+    EXPECT_EQ(outcome.status, 0U);
+}
+
+// The library calls code of the module then, which is still there.
+TEST_F(LateBinding, FormatsOfAModuleGoWhenItGoesWithTheLibrary)
+{
+    test::Outcome const outcome = run("plugin");
+
+    std::string const turn = untilTheFirstCall + "begin: " + captureLibrary +
+                             "\nleaveFormats: " + captureLibrary + "\nend: " + captureLibrary + "\n" +
+                             endOfFormats + "library: absent\n";
+    EXPECT_EQ(outcome.output, turn + turn + "unloaded: absent\n");
+    EXPECT_EQ(outcome.status, 0U);
+}
+
+// A client that only shows what others analysed.
+TEST_F(LateBinding, TextOfAnAddressIsAFirstCallToo)
+{
+    test::Outcome const outcome = run("text");
+
+    EXPECT_EQ(outcome.output, untilTheFirstCall + "text: " + captureLibrary + "\n");
+    EXPECT_EQ(outcome.status, 0U);
+}
+
 // What the compiler's support of delayed loading raises for a library that isn't found.
 constexpr DWORD moduleNotFound = 0xC06D007E;
 static_assert(moduleNotFound == static_cast<DWORD>(VcppException(ERROR_SEVERITY_ERROR, ERROR_MOD_NOT_FOUND)));
-
-std::string const untilTheFirstCall = "start: absent\nloaded: absent\nmakeManager: absent\n";
 
 TEST_F(LateBinding, AbsentCaptureLibraryIsAStructuredExceptionAtTheFirstCall)
 {
@@ -135,22 +185,27 @@ TEST_F(LateBinding, CallAfterUnloadingBindsAnewWithoutTheHook)
     EXPECT_EQ(outcome.status, 0U);
 }
 
-// The longest path from which the system loads a library. That of the capture library is as long.
+// The longest path with which a library can be asked where it lies.
 TEST_F(LateBinding, CaptureLibraryIsFoundUnderAPathOf259Characters)
 {
-    std::size_t const length = 259 - std::string(R"(\ketstats.dll)").size();
-    fs::path deep = scratch.path;
-    while (deep.string().size() + 120 < length)
-        deep /= std::string(98, 'd');
-    deep /= std::string(length - deep.string().size() - 1, 'd');
-    fs::create_directories(R"(\\?\)" + deep.string());
-    fs::copy_file(libraries / "ketstats.dll", deep / "ketstats.dll");
-    fs::copy_file(libraries / "kndislib.dll", deep / "kndislib.dll");
-    ASSERT_EQ((deep / "kndislib.dll").string().size(), 259U);
+    fs::path const deep = copyToAPathOf(259);
 
     test::Outcome const outcome = runFrom(deep, "exit");
 
     EXPECT_NE(outcome.output.find("begin: " + (deep / "kndislib.dll").string() + "\n"), std::string::npos)
+        << outcome.output;
+    EXPECT_EQ(outcome.status, 0U);
+}
+
+// The library doesn't know then where it lies, and leaves the search to the system.
+TEST_F(LateBinding, CaptureLibraryBesideTheProgramServesALibraryUnderAPathOf260Characters)
+{
+    fs::path const deep = copyToAPathOf(260);
+    fs::copy_file(captureLibrary, program / "kndislib.dll");
+
+    test::Outcome const outcome = runFrom(deep, "exit");
+
+    EXPECT_NE(outcome.output.find("begin: " + (program / "kndislib.dll").string() + "\n"), std::string::npos)
         << outcome.output;
     EXPECT_EQ(outcome.status, 0U);
 }

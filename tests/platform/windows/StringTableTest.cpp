@@ -102,9 +102,14 @@ Languages languagesOf(int type, unsigned int name)
 
 TEST(StringTable, EachBlockIsInOneLanguage)
 {
-    for (unsigned int const id : {1024U, 1100U, 1135U, 1142U, 1199U, 1200U, 1221U})
-        EXPECT_EQ(languagesOf(6, id / 16 + 1), Languages{1033}) << id;
-    EXPECT_EQ(languagesOf(6, 2000 / 16 + 1), Languages{0});
+    for (unsigned int const id : {
+#define STRING(ID, TEXT) ID,
+#include "ketstats/platform/Strings.def"
+#undef STRING
+         }) {
+        bool const isFrameSize = id >= 2000 && id <= 2005;
+        EXPECT_EQ(languagesOf(6, id / 16 + 1), Languages{static_cast<WORD>(isFrameSize ? 0 : 1033)}) << id;
+    }
 }
 
 TEST(StringTable, VersionRecordIsInTwoLanguages)

@@ -1,6 +1,8 @@
 #include "tests/support/windows/Imports.h"
 
 #include <cstring>
+#include <stdexcept>
+#include <string>
 
 namespace test {
 
@@ -36,6 +38,20 @@ void * replaceImport(HMODULE importer, char const * function, void * replacement
     *address = replacement;
     VirtualProtect(address, sizeof *address, protection, &protection);
     return before;
+}
+
+ReplacedImport::ReplacedImport(HMODULE importer, char const * function, void * replacement)
+    : m_importer(importer),
+      m_function(function),
+      m_before(replaceImport(importer, function, replacement))
+{
+    if (!m_before)
+        throw std::runtime_error(std::string("the module doesn't import ") + function);
+}
+
+ReplacedImport::~ReplacedImport()
+{
+    replaceImport(m_importer, m_function, m_before);
 }
 
 } // namespace test

@@ -5,6 +5,9 @@
 //
 //     twice     loads, uses and unloads everything, and that once more
 //     exit      ends with everything loaded and used
+//     formats   the same, with formats of the host's left in the library's lists
+//     plugin    leaves such formats and unloads everything, the probe holding the library longest
+//     text      ends when the text of an address was made, without any analysis
 //     again     uses everything, unloads the capture library alone, and uses everything again
 //     handler   tells which structured exception the first call raises
 
@@ -63,8 +66,14 @@ int main(int, char ** arguments)
         tell("loaded");
         HMODULE const probe = load(arguments[2]);
         call(probe, "makeManager");
+        if (std::strcmp(mode, "text") == 0) {
+            call(probe, "text");
+            return 0;
+        }
         call(probe, "begin");
-        if (std::strcmp(mode, "exit") == 0)
+        if (std::strcmp(mode, "formats") == 0 || std::strcmp(mode, "plugin") == 0)
+            call(probe, "leaveFormats");
+        if (std::strcmp(mode, "exit") == 0 || std::strcmp(mode, "formats") == 0)
             return 0;
         call(probe, "end");
         if (std::strcmp(mode, "again") == 0) {
@@ -73,8 +82,9 @@ int main(int, char ** arguments)
             call(probe, "begin");
             return 0;
         }
-        FreeLibrary(probe);
-        FreeLibrary(library);
+        bool const isPlugin = std::strcmp(mode, "plugin") == 0;
+        FreeLibrary(isPlugin ? library : probe);
+        FreeLibrary(isPlugin ? probe : library);
         std::printf("library: %s\n", GetModuleHandleA("ketstats.dll") ? "loaded" : "absent");
     }
     tell("unloaded");

@@ -3,11 +3,27 @@
 #include "ketstats/ketstats.h"
 #include "ketstats/platform/Module.h"
 
+#include <cstdio>
 #include <memory>
 
 namespace {
 
 std::unique_ptr<KetStats::CKetrinStatManager> manager;
+
+// Tells of its end.
+class CToldFormat : public KetStats::CIntegerFormat
+{
+public:
+    explicit CToldFormat(char const * list) : m_list(list) {}
+    ~CToldFormat() override
+    {
+        std::printf("gone: %s\n", m_list);
+        std::fflush(stdout);
+    }
+
+private:
+    char const * m_list;
+};
 
 } // namespace
 
@@ -22,6 +38,23 @@ __declspec(dllexport) void makeManager()
 __declspec(dllexport) void begin()
 {
     manager->beginAnalyzing(nullptr);
+}
+
+// The text of an address is made by the capture library.
+__declspec(dllexport) void text()
+{
+    KetStats::CMACAddressFormat().formatValue(CMACAddr(), nullptr);
+}
+
+// Leaves a format in each of the host's lists, for the library to delete.
+__declspec(dllexport) void leaveFormats()
+{
+    KetStats::CustomIntegerFormats->push_back(new CToldFormat("integer"));
+    KetStats::CustomDoubleFormats->push_back(new CToldFormat("double"));
+    KetStats::CustomMACFormats->push_back(new CToldFormat("MAC"));
+    KetStats::CustomIPFormats->push_back(new CToldFormat("IP"));
+    KetStats::CustomStringFormats->push_back(new CToldFormat("string"));
+    KetStats::CustomProtocolIdFormats->push_back(new CToldFormat("protocol id"));
 }
 
 __declspec(dllexport) void end()
