@@ -48,7 +48,9 @@ void readCapture(CReadOptions const & options)
     std::unique_ptr<CCaptureExpression> filter;
     if (!options.filter.empty())
         filter = compiledExpression(options.filter);
-    CFileCount count(options.analysis, options.recording);
+    CRecordingOptions recording = options.recording;
+    recording.capture = options.file;
+    CFileCount count(options.analysis, recording);
     count.run(options.file, options.quiet, filter.get());
     fmt::print("{}", CReport(options.report).whole(options.file, count.frames(), count.result()));
 }
