@@ -149,6 +149,10 @@ TEST(ReadCommand, MultiplierAndPlacesMakeTextsOfJsonNumbers)
     EXPECT_EQ(unicast({"--multiplier", "binary"})["Name"], "Unicast");
     EXPECT_EQ(unicast({"--precision", "1"})["Data"], "2869211");
     EXPECT_EQ(unicast({"--precision", "1"})["Percentage"], "99.5");
+
+    ordered_json const global =
+        read("internet-mixed.pcap", {"--precision", "1"})["statistics"]["Global statistics"];
+    EXPECT_EQ(global["Average network utilisation"], nullptr) << "no speed of a link is known";
 }
 
 TEST(ReadCommand, TextNamesSubProtocolsAndCountsPortsInDecimal)
