@@ -4,6 +4,7 @@
 #include "host/FrameFeed.h"
 #include "host/LiveCapture.h"
 #include "host/OpenCapture.h"
+#include "host/OptionChecks.h"
 
 #include "ketstats/ketstats.h"
 
@@ -95,7 +96,7 @@ void addAgentCommand(CLI::App & app)
         ->add_option("--pace", options->pace,
                      "How many times faster than it was captured the file is replayed; 0 for as fast as it "
                      "can be read")
-        ->check(CLI::NonNegativeNumber)
+        ->check(atLeast(0))
         ->capture_default_str()
         ->needs(file)
         ->type_name("FACTOR");
@@ -111,24 +112,28 @@ void addAgentCommand(CLI::App & app)
         ->capture_default_str()
         ->type_name("ADDRESS:PORT");
     command->add_option("--interval", options->interval, "Time between two samples")
-        ->check(CLI::Range(0.001, 86400.0))
+        ->check(between(0.001, 86400))
         ->capture_default_str()
         ->type_name("SECONDS");
     command
         ->add_option("--consoles", options->server.consoles,
                      "Start counting only when so many consoles are connected, so that they see every frame")
+        ->check(notEmpty())
         ->type_name("N");
     command
         ->add_option("--linger", options->linger,
                      "Stay for so long after the last frame, for consoles that come late")
-        ->check(CLI::Range(0.0, 86400.0))
+        ->check(between(0, 86400))
         ->type_name("SECONDS");
     command
         ->add_option("--backlog", options->server.backlog,
                      "Bytes that may wait for a console before it is dropped")
+        ->check(notEmpty())
         ->capture_default_str()
         ->type_name("BYTES");
-    command->add_option("-c,--count", options->count, "End after so many frames")->type_name("COUNT");
+    command->add_option("-c,--count", options->count, "End after so many frames")
+        ->check(notEmpty())
+        ->type_name("COUNT");
     addAnalysisOptions(*command, options->analysis);
     command->add_flag("-q,--quiet", options->server.quiet, "No lines about consoles that come and go");
     command->callback([options] { runAgent(*options); });

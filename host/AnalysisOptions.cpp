@@ -2,6 +2,7 @@
 
 #include "host/Failure.h"
 #include "host/Groups.h"
+#include "host/OptionChecks.h"
 
 #include <fmt/core.h>
 
@@ -45,8 +46,11 @@ void addAnalysisOptions(CLI::App & command, CAnalysisOptions & options)
     command
         .add_option("--tcp-ports", options.tcpPorts,
                     "TCP ports that get a row of their own, limits included; 1-1024 unless given")
+        ->check(notEmpty())
         ->type_name("LOW-HIGH");
-    command.add_option("--udp-ports", options.udpPorts, "The same for UDP")->type_name("LOW-HIGH");
+    command.add_option("--udp-ports", options.udpPorts, "The same for UDP")
+        ->check(notEmpty())
+        ->type_name("LOW-HIGH");
     command
         .add_option("--link-speed", options.linkSpeed,
                     "Speed of the link in bits per second; an interface may know its own, a file doesn't")

@@ -3,6 +3,7 @@
 #include "host/Failure.h"
 #include "host/Groups.h"
 #include "host/LoadedCapture.h"
+#include "host/OptionChecks.h"
 
 #include "ketstats/ketstats.h"
 
@@ -58,7 +59,7 @@ void addBenchCommand(CLI::App & app)
         app.add_subcommand("bench", "Measure how fast this machine counts the frames of a capture file");
     command->add_option("FILE", options->file, "Capture file with frames of Ethernet")->required();
     command->add_option("--passes", options->passes, "How often all frames are counted")
-        ->check(CLI::PositiveNumber)
+        ->check(atLeast(1))
         ->capture_default_str()
         ->type_name("N");
     addEnableOption(*command, options->enable);

@@ -27,12 +27,28 @@ void put(unsigned char * to, std::uint32_t value)
         to[i] = static_cast<unsigned char>(value >> 8 * i);
 }
 
-// Whether a file can be written beside it and take its place.
-bool isReplaceable(std::string const & path)
+// Where a link leads; any other path, and that of a link to nowhere, as it stands.
+std::string behindLinks(std::string const & path)
 {
     std::error_code error;
-    auto const type = std::filesystem::symlink_status(path, error).type();
-    return type == std::filesystem::file_type::regular || type == std::filesystem::file_type::not_found;
+    if (!std::filesystem::is_symlink(path, error))
+        return path;
+    std::filesystem::path const target = std::filesystem::canonical(path, error);
+    return error ? path : target.string();
+}
+
+// A name beside the file, under which to write until it can take its place. Empty for what can't be replaced.
+std::string unfinishedName(std::string const & target)
+{
+    std::error_code error;
+    auto const type = std::filesystem::symlink_status(target, error).type();
+    if (type != std::filesystem::file_type::regular && type != std::filesystem::file_type::not_found)
+        return "";
+    std::string name = target + ".part";
+    for (unsigned int number = 2; std::filesystem::exists(std::filesystem::symlink_status(name, error));
+         ++number)
+        name = fmt::format("{}.part{}", target, number);
+    return name;
 }
 
 } // namespace
@@ -46,9 +62,15 @@ CCaptureWriter::CUnfinished::~CUnfinished()
 
 CCaptureWriter::CCaptureWriter(std::string const & path)
     : m_path(path),
-      m_unfinished(isReplaceable(path) ? path + ".part" : "")
+      m_target(behindLinks(path)),
+      m_unfinished(unfinishedName(m_target))
 {
-    std::string const & written = m_unfinished.path.empty() ? path : m_unfinished.path;
+    // To take the place of a file needs no right to write to it, so that is asked for here.
+    if (!m_unfinished.path.empty() && !CFileHandle(std::fopen(m_target.c_str(), "r+b")) && errno != ENOENT) {
+        m_unfinished.path.clear();
+        fail(std::strerror(errno));
+    }
+    std::string const & written = m_unfinished.path.empty() ? m_target : m_unfinished.path;
     m_file.reset(std::fopen(written.c_str(), "wb"));
     if (!m_file) {
         m_unfinished.path.clear();
@@ -89,7 +111,7 @@ void CCaptureWriter::finish()
     if (m_unfinished.path.empty())
         return;
     std::error_code error;
-    std::filesystem::rename(m_unfinished.path, m_path, error);
+    std::filesystem::rename(m_unfinished.path, m_target, error);
     if (error)
         fail(error.message());
     m_unfinished.path.clear();

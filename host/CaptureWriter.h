@@ -14,7 +14,9 @@ namespace ketmon {
 // 1. Under its name a file stands only when it is whole: until `finish` the frames go to another beside it,
 //    with ".part" behind its name, which is gone if the writer ends without `finish`. So the file that frames
 //    are read from may be the one that is written.
-// 2. Devices, pipes and links are written to directly.
+// 2. What has that other name already stays as it is; ".part2" and so on are tried then.
+// 3. Of a link it is the file behind it that is replaced. A file that is protected against writing isn't.
+// 4. Devices and pipes are written to directly, and so is what a link leads to that isn't there yet.
 class CCaptureWriter
 {
 public:
@@ -45,7 +47,8 @@ private:
     void append(unsigned char const * bytes, std::size_t count);
     [[noreturn]] void fail(std::string const & reason) const;
 
-    std::string m_path;
+    std::string m_path;   // as it was given
+    std::string m_target; // the same behind all links
     CUnfinished m_unfinished;
     CFileHandle m_file; // is closed before the file is removed, as some systems want it
     std::uint64_t m_frames = 0;

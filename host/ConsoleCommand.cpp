@@ -3,6 +3,7 @@
 #include "host/ConsoleView.h"
 #include "host/Failure.h"
 #include "host/Fingerprint.h"
+#include "host/OptionChecks.h"
 #include "host/Protocol.h"
 #include "host/SnapshotBytes.h"
 
@@ -173,7 +174,9 @@ void addConsoleCommand(CLI::App & app)
                      "always comes along")
         ->allow_extra_args(false)
         ->type_name("OID");
-    command->add_option("--count", options->count, "End after so many samples")->type_name("N");
+    command->add_option("--count", options->count, "End after so many samples")
+        ->check(notEmpty())
+        ->type_name("N");
     addReportOptions(*command, options->report);
     command->callback([options] { runConsole(*options); });
 }

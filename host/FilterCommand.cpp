@@ -5,12 +5,14 @@
 #include "host/FileCount.h"
 #include "host/Oid.h"
 #include "host/OpenCapture.h"
+#include "host/OptionChecks.h"
 #include "host/Progress.h"
 
 #include "ketstats/ketstats.h"
 
 #include <fmt/core.h>
 
+#include <filesystem>
 #include <memory>
 #include <optional>
 
@@ -36,6 +38,13 @@ std::unique_ptr<CFilter> filterOf(CFilterOptions const & options, CFileCount con
         throw CFailure(exitBadInput, fmt::format("{} is in no row of a table of traffic, so it has no filter",
                                                  options.oid));
     return filter;
+}
+
+// Whether it is there and, being no file, can't be read from its start again.
+bool isReadOnce(std::string const & file)
+{
+    std::error_code error;
+    return std::filesystem::is_other(std::filesystem::status(file, error));
 }
 
 // How many frames of the file pass the filter; they are written, if there is a writer.
@@ -70,6 +79,7 @@ void addFilterCommand(CLI::App & app)
     command->add_option("OID", options->oid, "Identifier of the statistic")->required();
     command->add_flag("--frames", options->frames, "Print how many frames of FILE pass, on a second line");
     command->add_option("-w,--write", options->output, "Write these frames to a capture file")
+        ->check(notEmpty())
         ->type_name("OUT.pcap");
     addAnalysisOptions(*command, options->analysis);
     command->add_flag("-q,--quiet", options->quiet, "No progress on stderr");
@@ -78,11 +88,17 @@ void addFilterCommand(CLI::App & app)
 
 void printFilter(CFilterOptions const & options)
 {
+    bool const withFrames = options.frames || !options.output.empty();
+    if (withFrames && isReadOnce(options.file))
+        throw CFailure(exitBadInput,
+                       fmt::format("{}: is read twice for --frames and --write, so it can't be a "
+                                   "pipe or a device",
+                                   options.file));
     CFileCount count(options.analysis, {});
     count.run(options.file, options.quiet);
     std::unique_ptr<CFilter> const filter = filterOf(options, count);
     fmt::print("{}\n", filter->GetDescription());
-    if (!options.frames && options.output.empty())
+    if (!withFrames)
         return;
 
     std::optional<CCaptureWriter> writer;

@@ -1,5 +1,7 @@
 #include "host/JsonTree.h"
 
+#include <cmath>
+
 namespace ketmon {
 
 using KetStats::CBaseStat;
@@ -11,7 +13,7 @@ namespace {
 ordered_json leafToJson(CBaseStat const & stat, CStatDescription const & description,
                         CValueText const * numbers)
 {
-    if (numbers && description.isNumeric())
+    if (numbers && description.isNumeric() && std::isfinite(description.getNumeric(&stat)))
         return (*numbers)(stat);
     if (description.isInteger())
         return description.getInteger(&stat);

@@ -2,6 +2,7 @@
 
 #include "host/Failure.h"
 #include "host/FileCount.h"
+#include "host/OptionChecks.h"
 
 #include <fmt/core.h>
 
@@ -21,17 +22,19 @@ void addReadCommand(CLI::App & app)
     CLI::Option * const save = command
                                    ->add_option("--save-snapshot", options->recording.path,
                                                 "Save the packed snapshot to this file, for ketmon show")
+                                   ->check(notEmpty())
                                    ->type_name("OUT");
     command
         ->add_option("--interval", options->recording.interval,
                      "Save a full snapshot as OUT.0, and then what changed in every so many seconds of the "
                      "capture as OUT.1, OUT.2 ...; seconds without frames save nothing")
-        ->check(CLI::Range(0.01, 1e9))
+        ->check(between(0.01, 1e9))
         ->needs(save)
         ->type_name("SECONDS");
     command
         ->add_option("--filter", options->filter,
                      "Count the frames that this capture filter accepts and rejects too, under 1.3")
+        ->check(notEmpty())
         ->type_name("EXPRESSION");
     command->add_flag("-q,--quiet", options->quiet, "No progress on stderr");
     command->callback([options] { readCapture(*options); });
@@ -45,7 +48,9 @@ void readCapture(CReadOptions const & options)
     std::unique_ptr<CCaptureExpression> filter;
     if (!options.filter.empty())
         filter = compiledExpression(options.filter);
-    CFileCount count(options.analysis, options.recording);
+    CRecordingOptions recording = options.recording;
+    recording.capture = options.file;
+    CFileCount count(options.analysis, recording);
     count.run(options.file, options.quiet, filter.get());
     fmt::print("{}", CReport(options.report).whole(options.file, count.frames(), count.result()));
 }

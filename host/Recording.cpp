@@ -8,6 +8,8 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <filesystem>
+#include <system_error>
 
 namespace ketmon {
 
@@ -81,7 +83,11 @@ void CRecording::sampleAt(long long ticks, bool onlyChanged)
         throw CFailure(
             exitFailure,
             fmt::format("the capture spans more than {} intervals; choose a longer --interval", mostFiles));
-    saveSnapshot(m_interval > 0 ? fmt::format("{}.{}", m_options.path, m_saved) : m_options.path, bytes);
+    std::string const path = m_interval > 0 ? fmt::format("{}.{}", m_options.path, m_saved) : m_options.path;
+    std::error_code error; // of a file that isn't there yet
+    if (!m_options.capture.empty() && std::filesystem::equivalent(path, m_options.capture, error))
+        throw CFailure(exitBadInput, fmt::format("{}: is the capture, so no snapshot is saved there", path));
+    saveSnapshot(path, bytes);
     ++m_saved;
 }
 

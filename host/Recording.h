@@ -11,6 +11,7 @@ namespace ketmon {
 struct CRecordingOptions
 {
     std::string path;      // where packed snapshots go; nowhere if empty
+    std::string capture;   // the file that is replayed, over which nothing is saved; none if empty
     double interval = 0.0; // seconds of the capture's time between two deltas; 0 for one full snapshot
 };
 

@@ -1,6 +1,7 @@
 #include "host/Report.h"
 
 #include "host/JsonTree.h"
+#include "host/OptionChecks.h"
 #include "host/TextTree.h"
 
 #include <fmt/core.h>
@@ -12,6 +13,7 @@ void addReportOptions(CLI::App & command, CReportOptions & options)
     command.add_flag("--json", options.json, "Print one JSON object instead of tables");
     command
         .add_option("--top", options.top, "How many rows of a table to print, the busiest first; 0 for all")
+        ->check(notEmpty())
         ->capture_default_str()
         ->type_name("N");
     addValueTextOptions(command, options.values);

@@ -196,6 +196,30 @@ TEST(Filter, OfAHeaderBehindTheCapturedBytesReadsZeros)
     EXPECT_FALSE(passes(subprotocol(0), cut(tagged(frame, 5), 16)));
 }
 
+TEST(Filter, ReadsNothingBehindTheCapturedBytesThoughItLiesThere)
+{
+    Filter const filters[] = {from(macA),
+                              protocol(0x0800),
+                              protocol(0x0000),
+                              subprotocol(6),
+                              subprotocol(0),
+                              port(80, ptTCP),
+                              port(0, ptAny),
+                              address("10.0.0.10", 12),
+                              address("10.0.0.11", 16),
+                              address("0.0.0.0", 16),
+                              address("0.0.0.0", 0xFFFFFFF0)};
+    for (Bytes const & frame : framingsOf(tcpFrame(hostA, hostB, 80, 1025)))
+        for (std::size_t length = 0; length < frame.size(); ++length) {
+            Bytes zeros = cut(frame, length);
+            zeros.resize(frame.size() + 64);
+            CFrame const captured(frame.data(), static_cast<unsigned int>(length), 60);
+            for (Filter const & filter : filters)
+                EXPECT_EQ(filter->IsSatisfied(&captured), passes(filter, zeros))
+                    << filter->GetDescription() << ", " << length << " bytes";
+        }
+}
+
 TEST(Filter, NegatedPassesTheOthers)
 {
     Bytes const frame = ethernet(macB, macA, 0x88B5);

@@ -333,6 +333,18 @@ TEST(Console, SaysWhyItCanNotConnect)
     EXPECT_EQ(test::ketmon({"console", address, "--select", "1.5.1"}).exitCode, 2);
 }
 
+TEST(Agent, RefusesTimesThatAreNone)
+{
+    std::vector<std::string> const command{"agent", "-r", test::capture("empty.pcap"), "--listen",
+                                           "127.0.0.1:0"};
+    for (char const * const option : {"--interval", "--linger", "--pace"})
+        for (char const * const value : {"nan", "-1", "inf", ""}) {
+            std::vector<std::string> arguments = command;
+            arguments.insert(arguments.end(), {option, value});
+            test::expectRefused(test::ketmon(arguments), std::string(option) + ": '" + value + "' isn't ");
+        }
+}
+
 TEST(Console, SaysThatAnAgentIsGone)
 {
     Agent agent(replay("internet-mixed.pcap", {"--pace", "0.000001"}));

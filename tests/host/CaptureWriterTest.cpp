@@ -11,6 +11,8 @@
 #include <filesystem>
 #include <limits>
 
+#include <unistd.h>
+
 using ketmon::CCapturedFrame;
 using ketmon::CCaptureWriter;
 using ketmon::CFailure;
@@ -167,6 +169,93 @@ TEST(CaptureWriter, MayWriteTheFileThatIsRead)
     unsigned long long frames = 0;
     EXPECT_EQ(fuzz::checkCapture(file.path(), frames), "");
     EXPECT_EQ(frames, 10U);
+}
+
+// A link to a file, gone with the object.
+class Link
+{
+public:
+    Link(std::string const & target, std::string const & path) : m_path(path)
+    {
+        std::filesystem::create_symlink(target, path);
+    }
+    ~Link()
+    {
+        std::error_code ignored;
+        std::filesystem::remove(m_path, ignored);
+    }
+    Link(Link const &) = delete;
+    Link & operator=(Link const &) = delete;
+
+private:
+    std::string m_path;
+};
+
+TEST(CaptureWriter, ReplacesTheFileBehindALinkAndOnlyAtTheEnd)
+{
+    TemporaryFile const file("what was there before");
+    std::string const path = file.path() + ".link";
+    Link const link(file.path(), path);
+
+    CCaptureWriter writer(path);
+    writer.write(frameOf(test::Bytes(60), ketmon::ticksTo1970));
+    EXPECT_EQ(fileContents(file.path()), "what was there before");
+    writer.finish();
+
+    EXPECT_EQ(fuzz::checkCapture(file.path()), "");
+    EXPECT_TRUE(std::filesystem::is_symlink(path));
+}
+
+TEST(CaptureWriter, WritesWhatALinkToNowhereLeadsTo)
+{
+    TemporaryFile const file("");
+    std::filesystem::remove(file.path());
+    std::string const path = file.path() + ".link";
+    Link const link(file.path(), path);
+
+    CCaptureWriter(path).finish();
+
+    EXPECT_EQ(fuzz::checkCapture(file.path()), "");
+    EXPECT_TRUE(std::filesystem::is_symlink(path));
+}
+
+TEST(CaptureWriter, LeavesAFileThatHasTheNameOfAnUnfinishedOneAlone)
+{
+    TemporaryFile const file("");
+    TemporaryFile const other("another's");
+    std::string const part = file.path() + ".part";
+    std::filesystem::rename(other.path(), part);
+    Link const second(other.path(), part + "2");
+
+    {
+        CCaptureWriter writer(file.path());
+        EXPECT_TRUE(std::filesystem::exists(part + "3"));
+        writer.finish();
+    }
+
+    EXPECT_EQ(fileContents(part), "another's");
+    EXPECT_FALSE(std::filesystem::exists(other.path())) << "a link to nowhere is a file of that name, too";
+    EXPECT_FALSE(std::filesystem::exists(part + "3"));
+    EXPECT_EQ(fuzz::checkCapture(file.path()), "");
+    std::filesystem::remove(part);
+}
+
+TEST(CaptureWriter, LeavesAFileAloneThatIsProtected)
+{
+    // Root could write to it all the same.
+    constexpr uid_t nobody = 65534;
+    bool const isRoot = geteuid() == 0;
+    ASSERT_EQ(isRoot ? seteuid(nobody) : 0, 0);
+    {
+        TemporaryFile const file("protected");
+        std::filesystem::permissions(file.path(), std::filesystem::perms::owner_read);
+
+        EXPECT_THAT(failure([&] { CCaptureWriter(file.path()).finish(); }), HasSubstr("Permission denied"));
+
+        EXPECT_EQ(fileContents(file.path()), "protected");
+        EXPECT_FALSE(std::filesystem::exists(file.path() + ".part"));
+    }
+    ASSERT_EQ(isRoot ? seteuid(0) : 0, 0);
 }
 
 TEST(CaptureWriter, TellsOfAFullDevice)

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <sstream>
 
 using nlohmann::ordered_json;
@@ -125,6 +126,49 @@ TEST(FilterCommand, LeavesNoFileBehindWhenItCannotWrite)
     EXPECT_THAT(outcome.errors, HasSubstr("/nowhere/out.pcap"));
 }
 
+TEST(FilterCommand, MayWriteOverTheFileThatItReads)
+{
+    std::string const original = fileContents(capture("jumbo-ssh.pcap"));
+    TemporaryFile const file(original);
+    TemporaryFile const unfinished(original);
+    std::string const link = file.path() + ".link";
+    std::filesystem::create_symlink(file.path(), link);
+    std::filesystem::rename(unfinished.path(), file.path() + ".part");
+
+    // Through a link, and from where the writer would put what it has so far.
+    Outcome const linked = ketmon({"filter", file.path(), "1.5.1", "--frames", "--write", link});
+    Outcome const beside =
+        ketmon({"filter", file.path() + ".part", "1.5.1", "--frames", "--write", file.path()});
+
+    EXPECT_EQ(linked.exitCode, 0) << linked.errors;
+    EXPECT_EQ(beside.output, linked.output);
+    EXPECT_EQ(fileContents(file.path() + ".part"), original);
+    EXPECT_THAT(linked.output, HasSubstr("\n45\n"));
+    EXPECT_EQ(statistics(file.path())["Global statistics"]["Global transmitted frames"], 45);
+    std::filesystem::remove(link);
+    std::filesystem::remove(file.path() + ".part");
+}
+
+// A pipe would have nothing more, or nobody at its other end.
+TEST(FilterCommand, RefusesToReadAPipeTwice)
+{
+    std::string const command =
+        std::string("cat ") + capture(mixed) + " | " + KETMON_PROGRAM + " filter /dev/stdin 1.8.101 ";
+    TemporaryFile const output("what was there before");
+
+    expectRefused(run({"bash", "-c", command + "--frames"}), "/dev/stdin: is read twice");
+    expectRefused(run({"bash", "-c", command + "--write " + output.path()}), "/dev/stdin: is read twice");
+
+    EXPECT_EQ(fileContents(output.path()), "what was there before");
+    EXPECT_EQ(run({"bash", "-c", command}).output, ketmon({"filter", capture(mixed), "1.8.101"}).output);
+}
+
+TEST(FilterCommand, RefusesAnEmptyNameOfAFile)
+{
+    expectRefused(ketmon({"filter", capture(mixed), "1.8.101", "--write", ""}),
+                  "--write: the value is empty");
+}
+
 TEST(ReadCommand, CountsWhatAFilterAcceptsAndRejects)
 {
     ordered_json const with = statistics(capture(mixed), {"--filter", "tcp port 443"});
@@ -142,4 +186,5 @@ TEST(ReadCommand, CountsWhatAFilterAcceptsAndRejects)
 TEST(ReadCommand, RefusesATextThatIsNoFilter)
 {
     expectRefused(ketmon({"read", capture(mixed), "--filter", "tcp and and"}), "is no capture filter");
+    expectRefused(ketmon({"read", capture(mixed), "--filter", ""}), "--filter: the value is empty");
 }

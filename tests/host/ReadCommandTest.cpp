@@ -149,6 +149,10 @@ TEST(ReadCommand, MultiplierAndPlacesMakeTextsOfJsonNumbers)
     EXPECT_EQ(unicast({"--multiplier", "binary"})["Name"], "Unicast");
     EXPECT_EQ(unicast({"--precision", "1"})["Data"], "2869211");
     EXPECT_EQ(unicast({"--precision", "1"})["Percentage"], "99.5");
+
+    ordered_json const global =
+        read("internet-mixed.pcap", {"--precision", "1"})["statistics"]["Global statistics"];
+    EXPECT_EQ(global["Average network utilisation"], nullptr) << "no speed of a link is known";
 }
 
 TEST(ReadCommand, TextNamesSubProtocolsAndCountsPortsInDecimal)
@@ -279,6 +283,12 @@ TEST(ReadCommand, RefusesBadArguments)
     for (char const * const ports : {"", "80-", "-80", "90-80", "1-65536", "x", "1-2-3", "80 - 90"})
         expectRefused(ketmon({"read", file, "--tcp-ports=" + std::string(ports)}), "--tcp-ports");
     expectRefused(ketmon({"read", file, "--top", "-1"}), "--top");
+    expectRefused(ketmon({"read", file, "--top", ""}), "--top");
+    for (char const * const option : {"--tcp-ports", "--udp-ports", "--save-snapshot"})
+        expectRefused(ketmon({"read", file, option, ""}), std::string(option) + ": the value is empty");
+    for (char const * const seconds : {"0", "0.009", "1000000001", "nan", "inf", "", "1s"})
+        expectRefused(ketmon({"read", file, "--save-snapshot", "/no/such/file", "--interval", seconds}),
+                      "--interval: '" + std::string(seconds) + "' isn't 0.01 to 1000000000");
     expectRefused(ketmon({"read", file, "another"}), "another");
     expectRefused(ketmon({"read", file, "--no-such-option"}), "no-such-option");
     expectRefused(ketmon({"nonsense"}), "nonsense");

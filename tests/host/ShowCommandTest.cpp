@@ -113,6 +113,22 @@ TEST(ReadCommand, SaysWhyASnapshotCanNotBeSaved)
     EXPECT_EQ(ketmon({"read", capture("empty.pcap"), "--interval", "1"}).exitCode, 2) << "nowhere to save to";
 }
 
+TEST(ReadCommand, SavesNoSnapshotOverTheCapture)
+{
+    std::string const original = fileContents(capture("many-stations-arp.pcap"));
+    TemporaryFile const file(original);
+    std::string const second = file.path() + ".1";
+    std::filesystem::create_symlink(file.path(), second);
+
+    expectRefused(ketmon({"read", file.path(), "--save-snapshot", file.path()}), "is the capture");
+    expectRefused(ketmon({"read", file.path(), "--save-snapshot", file.path(), "--interval", "1"}),
+                  second + ": is the capture");
+
+    EXPECT_EQ(fileContents(file.path()), original);
+    std::filesystem::remove(second);
+    std::filesystem::remove(file.path() + ".0");
+}
+
 TEST(ReadCommand, DerivesUtilisationFromTheLinkSpeed)
 {
     std::string const file = capture("internet-mixed.pcap");
