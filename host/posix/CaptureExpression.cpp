@@ -11,6 +11,10 @@ namespace {
 
 constexpr int snapLength = 262144;
 
+// The optimiser of libpcap 1.10.3 changes the meaning of some expressions and refuses others that no frame
+// satisfies.
+constexpr int optimise = 0;
+
 class CPcapExpression : public CCaptureExpression
 {
 public:
@@ -20,7 +24,7 @@ public:
                                                                     &pcap_close);
         if (!handle)
             throw CFailure(exitFailure, "no memory for a capture filter");
-        if (pcap_compile(handle.get(), &m_program, text.c_str(), 1, PCAP_NETMASK_UNKNOWN) != 0)
+        if (pcap_compile(handle.get(), &m_program, text.c_str(), optimise, PCAP_NETMASK_UNKNOWN) != 0)
             throw CFailure(exitBadInput,
                            fmt::format("'{}' is no capture filter: {}", text, pcap_geterr(handle.get())));
     }
