@@ -79,6 +79,20 @@ private:
     std::thread m_thread;
 };
 
+// Sends that many of the largest datagrams to the port at once.
+void flood(unsigned int datagrams)
+{
+    int const handle = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    sockaddr_in to{};
+    to.sin_family = AF_INET;
+    to.sin_port = htons(port);
+    to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    std::string const bytes(65507, 'x');
+    for (unsigned int i = 0; i < datagrams; ++i)
+        sendto(handle, bytes.data(), bytes.size(), 0, reinterpret_cast<sockaddr *>(&to), sizeof to);
+    close(handle);
+}
+
 // Runs a test in a network of its own; false if that isn't permitted.
 bool inOwnNetwork(void (*body)())
 {
@@ -113,6 +127,42 @@ TEST(LiveCapture, CountsWhatPassesTheFilter)
         EXPECT_EQ(statistics["IP traffic"][0]["Frames transmitted"], 200);
         EXPECT_EQ(agent.process().wait(), 0) << agent.process().errors();
         EXPECT_EQ(console.wait(), 0) << console.errors();
+    });
+    if (!permitted)
+        GTEST_SKIP() << "no right to a network of its own";
+}
+
+// An agent that is held up loses what its buffer can't take, and knows how much.
+TEST(LiveCapture, TellsHowManyFramesWereLost)
+{
+    bool const permitted = inOwnNetwork([] {
+        constexpr unsigned int sent = 1000; // far more than the buffer takes
+        Agent agent({"-i", "lo", "-f", "udp dst port 4000", "--consoles", "1", "--interval", "0.02"});
+        Process console({"console", agent.address(), "--json"});
+        ASSERT_NE(console.line(), "") << agent.process().errors();
+
+        agent.process().signal(SIGSTOP);
+        flood(sent);
+        agent.process().signal(SIGCONT);
+
+        ordered_json statistics;
+        unsigned int heard = 0;
+        unsigned int lost = 0;
+        // A loopback interface shows the system every frame twice, on its way out and in. Of those that
+        // aren't lost the former is left out; of the first that doesn't fit only the latter may be lost.
+        for (int samples = 0; samples < 500 && heard + (lost + 1) / 2 < sent; ++samples) {
+            std::string const line = console.line();
+            ASSERT_NE(line, "") << console.errors();
+            statistics = ordered_json::parse(line)["statistics"];
+            heard = statistics["Global statistics"]["Global transmitted frames"];
+            lost = statistics["Global errors"]["Software overflows"];
+        }
+        EXPECT_GT(heard, 0U);
+        EXPECT_GT(lost, 0U);
+        EXPECT_EQ(heard + (lost + 1) / 2, sent);
+        EXPECT_EQ(statistics["Global errors"]["Accuracy"], 100.0 * heard / (heard + lost));
+        agent.process().signal(SIGINT);
+        EXPECT_EQ(agent.process().wait(), 0) << agent.process().errors();
     });
     if (!permitted)
         GTEST_SKIP() << "no right to a network of its own";
