@@ -18,6 +18,14 @@ target_link_libraries(ketstats PRIVATE delayimp iphlpapi)
 # No "lib" in front, as in the names by which the libraries are loaded.
 set_target_properties(kndislib ketstats PROPERTIES PREFIX "")
 
+# ketstats_install_terms(PACKAGE...): installs the terms of what others made, as Debian's packages tell them.
+function(ketstats_install_terms)
+    foreach(package ${ARGN})
+        file(REAL_PATH /usr/share/doc/${package}/copyright terms)
+        install(FILES ${terms} DESTINATION ${CMAKE_INSTALL_DOCDIR}/licenses RENAME ${package}.txt)
+    endforeach()
+endfunction()
+
 # The compiler's runtime goes with the libraries: exceptions cross from module to module, which takes one and the
 # same for all of them.
 foreach(runtime libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
@@ -29,6 +37,7 @@ foreach(runtime libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
     file(REAL_PATH ${runtime_file} runtime_file)
     install(FILES ${runtime_file} DESTINATION ${CMAKE_INSTALL_BINDIR})
 endforeach()
+ketstats_install_terms(gcc-mingw-w64-x86-64-posix-runtime mingw-w64-x86-64-dev)
 
 # What CPack makes of an installation: one archive with everything.
 set(CPACK_GENERATOR ZIP)
