@@ -143,6 +143,9 @@ TEST(ReadCommand, DerivesUtilisationFromTheLinkSpeed)
     EXPECT_DOUBLE_EQ(slow["Current network utilisation"].get<double>(),
                      2 * group("16000000")["Current network utilisation"].get<double>());
     EXPECT_TRUE(group("0")["Current network utilisation"].is_null());
+    // A speed is held in 31 bits, as bytes per second, and a faster link counts as one of the most they hold.
+    EXPECT_EQ(group("99999999999"), group("17179869176"));
+    EXPECT_NE(group("17179869176"), group("17179869168"));
 }
 
 } // namespace
