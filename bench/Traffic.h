@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/LoadedCapture.h"
+#include "host/capture/LoadedCapture.h"
 
 namespace bench {
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "host/CaptureFile.h"
-#include "host/Failure.h"
-#include "host/posix/PcapFile.h"
+#include "host/capture/CaptureFile.h"
+#include "host/capture/posix/PcapFile.h"
+#include "host/support/Failure.h"
 
 #include <cstring>
 #include <memory>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/Protocol.h"
+#include "host/wire/Protocol.h"
 
 #include <algorithm>
 #include <string>

@@ -1,4 +1,4 @@
-#include "host/CommandLine.h"
+#include "host/commands/CommandLine.h"
 
 int main(int argc, char ** argv)
 {

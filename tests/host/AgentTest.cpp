@@ -1,8 +1,8 @@
 #include "tests/host/Process.h"
 
-#include "host/Fingerprint.h"
-#include "host/Protocol.h"
-#include "host/SnapshotBytes.h"
+#include "host/wire/Fingerprint.h"
+#include "host/wire/Protocol.h"
+#include "host/wire/SnapshotBytes.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,8 +1,8 @@
-#include "host/CaptureFile.h"
+#include "host/capture/CaptureFile.h"
 
 #include "fuzz/InputFile.h"
 #include "fuzz/ReadCaptureCheck.h"
-#include "host/ByteFile.h"
+#include "host/support/ByteFile.h"
 #include "tests/host/CaptureBuilder.h"
 #include "tests/host/CaptureVariants.h"
 #include "tests/host/Program.h"

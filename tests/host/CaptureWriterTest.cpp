@@ -1,7 +1,7 @@
-#include "host/CaptureWriter.h"
+#include "host/capture/CaptureWriter.h"
 
 #include "fuzz/ReadCaptureCheck.h"
-#include "host/CaptureTime.h"
+#include "host/capture/CaptureTime.h"
 #include "tests/host/Program.h"
 #include "tests/support/Bytes.h"
 

@@ -1,4 +1,4 @@
-#include "host/LoadedCapture.h"
+#include "host/capture/LoadedCapture.h"
 
 #include "tests/support/Filters.h"
 #include "tests/support/Frames.h"

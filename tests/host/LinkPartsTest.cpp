@@ -1,9 +1,9 @@
-#include "host/Endpoint.h"
-#include "host/Failure.h"
-#include "host/Fingerprint.h"
-#include "host/Selection.h"
-#include "host/SendQueue.h"
-#include "host/SnapshotBytes.h"
+#include "host/support/Failure.h"
+#include "host/wire/Endpoint.h"
+#include "host/wire/Fingerprint.h"
+#include "host/wire/Selection.h"
+#include "host/wire/SendQueue.h"
+#include "host/wire/SnapshotBytes.h"
 
 #include "ketstats/ketstats.h"
 

@@ -1,6 +1,6 @@
 #include "tests/host/Process.h"
 
-#include "host/posix/InterfaceCounters.h"
+#include "host/capture/posix/InterfaceCounters.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "host/Protocol.h"
+#include "host/wire/Protocol.h"
 
 #include "fuzz/ReadMessagesCheck.h"
 #include "tests/support/Regressions.h"

@@ -1,7 +1,7 @@
-#include "host/AnalysisOptions.h"
-#include "host/Recording.h"
-#include "host/ValueText.h"
-#include "host/posix/PcapFile.h"
+#include "host/capture/posix/PcapFile.h"
+#include "host/live/AnalysisOptions.h"
+#include "host/live/Recording.h"
+#include "host/render/ValueText.h"
 
 #include "ketstats/ketstats.h"
 

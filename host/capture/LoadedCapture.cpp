@@ -1,0 +1,36 @@
+#include "host/capture/LoadedCapture.h"
+
+#include "host/capture/OpenCapture.h"
+
+#include <algorithm>
+
+namespace ketmon {
+
+void CLoadedCapture::load(std::string const & path)
+{
+    auto const source = openCapture(path);
+    CCapturedFrame frame{};
+    while (source->next(frame))
+        add(frame.data, frame.capturedLength, frame.length);
+}
+
+void CLoadedCapture::add(unsigned char const * data, unsigned int capturedLength, unsigned int length)
+{
+    m_frames.push_back({m_bytes.size(), capturedLength, length});
+    m_bytes.insert(m_bytes.end(), data, data + capturedLength);
+}
+
+void CLoadedCapture::repeat(std::size_t count)
+{
+    std::size_t const own = m_frames.size();
+    for (std::size_t i = 0; own != 0 && m_frames.size() < count; ++i) {
+        CFrameAt const & frame = m_frames[i % own];
+        std::size_t const offset = m_bytes.size();
+        m_bytes.resize(offset + frame.capturedLength);
+        std::copy_n(m_bytes.begin() + static_cast<std::ptrdiff_t>(frame.offset), frame.capturedLength,
+                    m_bytes.begin() + static_cast<std::ptrdiff_t>(offset));
+        m_frames.push_back({offset, frame.capturedLength, frame.length});
+    }
+}
+
+} // namespace ketmon

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "host/capture/CaptureSource.h"
+
+#include <memory>
+#include <string>
+
+struct pcap;
+
+namespace ketmon {
+
+// A capture file of any kind that libpcap reads, with frames of Ethernet.
+class CPcapFile : public CCaptureSource
+{
+public:
+    // Throws CFailure, exit code 2, for a file that can't be opened, isn't a capture, or has another link
+    // type.
+    explicit CPcapFile(std::string const & path);
+    ~CPcapFile() override;
+
+    // Throws CFailure, exit code 2, for a damaged record or one that is cut short.
+    bool next(CCapturedFrame & frame) override;
+    std::uint64_t position() const override;
+    std::uint64_t size() const override { return m_size; }
+
+private:
+    struct CCloser
+    {
+        void operator()(pcap * handle) const;
+    };
+
+    std::string m_path;
+    std::uint64_t m_size = 0;
+    std::uint64_t m_frames = 0;
+    std::unique_ptr<pcap, CCloser> m_handle;
+};
+
+} // namespace ketmon

@@ -1,0 +1,16 @@
+#include "host/capture/LiveCapture.h"
+
+#include "host/support/Failure.h"
+
+#include <fmt/core.h>
+
+namespace ketmon {
+
+// The system has no capture library of its own, and ketmon brings none.
+CInput openLiveCapture(std::string const & name, std::string const &, long)
+{
+    throw CFailure(exitBadInput,
+                   fmt::format("{}: ketmon can't capture on this system; it reads capture files", name));
+}
+
+} // namespace ketmon

@@ -1,0 +1,81 @@
+#include "host/commands/CommandLine.h"
+
+#include "host/commands/AgentCommand.h"
+#include "host/commands/BenchCommand.h"
+#include "host/commands/ConsoleCommand.h"
+#include "host/commands/FilterCommand.h"
+#include "host/commands/ReadCommand.h"
+#include "host/commands/SchemaCommand.h"
+#include "host/commands/ShowCommand.h"
+#include "host/support/Failure.h"
+
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace ketmon {
+
+namespace {
+
+bool hasCommand(CLI::App const & app, std::string const & name)
+{
+    auto const commands = app.get_subcommands([](CLI::App const *) { return true; });
+    return std::any_of(commands.begin(), commands.end(),
+                       [&](CLI::App const * command) { return command->get_name() == name; });
+}
+
+int runCommands(int argc, char const * const * argv)
+{
+    CLI::App app("Network statistics of captured Ethernet frames", "ketmon");
+    app.set_version_flag("--version", "ketmon " KETMON_VERSION);
+    app.require_subcommand(1);
+    app.allow_windows_style_options(false); // paths start with a slash there too
+    app.footer("'ketmon COMMAND --help' tells the options of a command.\n"
+               "Exit: 0 success, 1 failure while running, 2 bad usage or unreadable input.");
+    addReadCommand(app);
+    addShowCommand(app);
+    addFilterCommand(app);
+    addAgentCommand(app);
+    addConsoleCommand(app);
+    addBenchCommand(app);
+    addSchemaCommand(app);
+
+    try {
+        app.parse(argc, argv);
+        return exitSuccess;
+    } catch (CLI::CallForHelp const &) {
+        // The help of the command that it was asked for.
+        auto const asked = app.get_subcommands();
+        fmt::print("{}", asked.empty() ? app.help() : asked.front()->help("ketmon"));
+        return exitSuccess;
+    } catch (CLI::CallForVersion const & version) {
+        fmt::print("{}\n", version.what());
+        return exitSuccess;
+    } catch (CLI::ParseError const & error) {
+        bool const unknownCommand = argc > 1 && argv[1][0] != '-' && !hasCommand(app, argv[1]);
+        fmt::print(stderr, "ketmon: {} (see --help)\n",
+                   unknownCommand ? fmt::format("there is no command '{}'", argv[1]) : error.what());
+        return exitBadInput;
+    }
+}
+
+} // namespace
+
+int run(int argc, char const * const * argv)
+{
+    try {
+        int const exitCode = runCommands(argc, argv);
+        if (std::fflush(stdout) != 0)
+            throw CFailure(exitFailure, "can't write the output");
+        return exitCode;
+    } catch (CFailure const & failure) {
+        fmt::print(stderr, "ketmon: {}\n", failure.what());
+        return failure.exitCode();
+    } catch (std::exception const & error) {
+        fmt::print(stderr, "ketmon: {}\n", error.what());
+        return exitFailure;
+    }
+}
+
+} // namespace ketmon

@@ -1,0 +1,114 @@
+#include "host/commands/FilterCommand.h"
+
+#include "host/capture/CaptureWriter.h"
+#include "host/capture/OpenCapture.h"
+#include "host/capture/Progress.h"
+#include "host/live/FileCount.h"
+#include "host/support/Failure.h"
+#include "host/support/Oid.h"
+#include "host/support/OptionChecks.h"
+
+#include "ketstats/ketstats.h"
+
+#include <fmt/core.h>
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+
+namespace ketmon {
+
+using KetStats::CBaseStat;
+
+namespace {
+
+// The filter of what the identifier names in the statistics of the file.
+std::unique_ptr<CFilter> filterOf(CFilterOptions const & options, CFileCount const & count)
+{
+    auto const oid = parsedOid(options.oid);
+    if (!oid)
+        throw CFailure(exitBadInput, fmt::format("'{}' is no identifier such as 1.5.2", options.oid));
+    CBaseStat const * const stat = count.find(*oid);
+    if (!stat)
+        throw CFailure(exitBadInput, fmt::format("{}: there is no statistic {} at the end of the capture "
+                                                 "(ketmon read shows them, with the ids of rows)",
+                                                 options.file, options.oid));
+    std::unique_ptr<CFilter> filter(KetStats::buildFilter(stat));
+    if (!filter)
+        throw CFailure(exitBadInput, fmt::format("{} is in no row of a table of traffic, so it has no filter",
+                                                 options.oid));
+    return filter;
+}
+
+// Whether it is there and, being no file, can't be read from its start again.
+bool isReadOnce(std::string const & file)
+{
+    std::error_code error;
+    return std::filesystem::is_other(std::filesystem::status(file, error));
+}
+
+// How many frames of the file pass the filter; they are written, if there is a writer.
+unsigned long long framesThatPass(CFilterOptions const & options, CFilter const & filter,
+                                  CCaptureWriter * writer)
+{
+    unsigned long long passed = 0;
+    auto const source = openCapture(options.file);
+    CProgress progress(options.file, *source, options.quiet);
+    CNetworkFrame frame;
+    for (CCapturedFrame captured{}; source->next(captured); progress.step()) {
+        frame.Assign(captured.data, captured.capturedLength, captured.length);
+        if (!filter.IsSatisfied(&frame))
+            continue;
+        ++passed;
+        if (writer)
+            writer->write(captured);
+    }
+    return passed;
+}
+
+} // namespace
+
+void addFilterCommand(CLI::App & app)
+{
+    auto const options = std::make_shared<CFilterOptions>();
+    CLI::App * const command = app.add_subcommand(
+        "filter", "Print the capture filter that selects the traffic of a row of a capture's statistics");
+    command->footer("OID names a row such as 1.5.2, or what stands in one, as ketmon read shows it. The\n"
+                    "expression is one that tcpdump and ketmon agent -f take.");
+    command->add_option("FILE", options->file, "Capture file with frames of Ethernet")->required();
+    command->add_option("OID", options->oid, "Identifier of the statistic")->required();
+    command->add_flag("--frames", options->frames, "Print how many frames of FILE pass, on a second line");
+    command->add_option("-w,--write", options->output, "Write these frames to a capture file")
+        ->check(notEmpty())
+        ->type_name("OUT.pcap");
+    addAnalysisOptions(*command, options->analysis);
+    command->add_flag("-q,--quiet", options->quiet, "No progress on stderr");
+    command->callback([options] { printFilter(*options); });
+}
+
+void printFilter(CFilterOptions const & options)
+{
+    bool const withFrames = options.frames || !options.output.empty();
+    if (withFrames && isReadOnce(options.file))
+        throw CFailure(exitBadInput,
+                       fmt::format("{}: is read twice for --frames and --write, so it can't be a "
+                                   "pipe or a device",
+                                   options.file));
+    CFileCount count(options.analysis, {});
+    count.run(options.file, options.quiet);
+    std::unique_ptr<CFilter> const filter = filterOf(options, count);
+    fmt::print("{}\n", filter->GetDescription());
+    if (!withFrames)
+        return;
+
+    std::optional<CCaptureWriter> writer;
+    if (!options.output.empty())
+        writer.emplace(options.output);
+    unsigned long long const passed = framesThatPass(options, *filter, writer ? &*writer : nullptr);
+    if (writer)
+        writer->finish();
+    if (options.frames)
+        fmt::print("{}\n", passed);
+}
+
+} // namespace ketmon

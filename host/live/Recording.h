@@ -1,0 +1,59 @@
+#pragma once
+
+#include "host/capture/CaptureClock.h"
+
+#include "ketstats/ketstats.h"
+
+#include <string>
+
+namespace ketmon {
+
+struct CRecordingOptions
+{
+    std::string path;      // where packed snapshots go; nowhere if empty
+    std::string capture;   // the file that is replayed, over which nothing is saved; none if empty
+    double interval = 0.0; // seconds of the capture's time between two deltas; 0 for one full snapshot
+};
+
+// The road of a replayed capture's statistics from the live tree to a console, within one program: a snapshot
+// samples and packs, a second one unpacks. The clock is the capture's own.
+//
+//     without an interval   one full snapshot at the end, saved as PATH
+//     with one              a full one at the start, saved as PATH.0, then a delta behind every interval that
+//                           had frames and one at the end, PATH.1, PATH.2 ...
+class CRecording
+{
+public:
+    // Sets the zero point, at `start`; the manager must be analysing. With `filtering` the frames that a
+    // filter passes are counted too.
+    CRecording(KetStats::CKetrinStatManager & manager, CRecordingOptions const & options, long long start,
+               bool filtering = false);
+
+    // Called before a frame of that time is analysed. Throws CFailure if a snapshot can't be saved.
+    void advance(long long ticks);
+    // The frame analysed last passed the filter.
+    void passed(CFrame const & frame) { m_sender.FramePassedFilter(&frame); }
+    // Takes the last sample. Throws CFailure.
+    void finish();
+
+    // What the second snapshot holds, with all that is derived.
+    KetStats::CBaseStat const & result() const;
+    // The statistic in it that the identifier names; null if it leads nowhere.
+    KetStats::CBaseStat const * find(KetStats::COid const & oid) const;
+
+private:
+    void sampleAt(long long ticks, bool onlyChanged);
+
+    KetStats::CKetrinStatManager & m_manager;
+    CRecordingOptions m_options;
+    CCaptureClock m_clock;
+    KetStats::CStatSnapshot m_sender;
+    KetStats::CStatSnapshot m_receiver;
+    long long m_lastSample;
+    long long m_boundary;     // where the interval under way began
+    long long m_interval = 0; // ticks
+    bool m_counted = false;   // whether that interval has frames
+    unsigned int m_saved = 0;
+};
+
+} // namespace ketmon

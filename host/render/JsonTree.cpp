@@ -1,0 +1,63 @@
+#include "host/render/JsonTree.h"
+
+#include <cmath>
+
+namespace ketmon {
+
+using KetStats::CBaseStat;
+using KetStats::CStatDescription;
+using nlohmann::ordered_json;
+
+namespace {
+
+ordered_json leafToJson(CBaseStat const & stat, CStatDescription const & description,
+                        CValueText const * numbers)
+{
+    if (numbers && description.isNumeric() && std::isfinite(description.getNumeric(&stat)))
+        return (*numbers)(stat);
+    if (description.isInteger())
+        return description.getInteger(&stat);
+    if (description.isNumeric())
+        return description.getNumeric(&stat);
+    return textOf(stat);
+}
+
+void addChildren(ordered_json & object, CBaseStat const & stat, CValueText const * numbers)
+{
+    for (unsigned int index = 0; index < stat.getChildrenCount(); ++index) {
+        CBaseStat const & child = *stat.getChild(index);
+        object[child.getDescription()->getStringDescription()] = toJson(child, numbers);
+    }
+}
+
+ordered_json tableToJson(CBaseStat const & table, CValueText const * numbers)
+{
+    ordered_json array = ordered_json::array();
+    for (CBaseStat const * const row : rowsOf(table)) {
+        ordered_json object;
+        object["id"] = row->getId();
+        addChildren(object, *row, numbers);
+        array.push_back(std::move(object));
+    }
+    return array;
+}
+
+} // namespace
+
+ordered_json toJson(CBaseStat const & stat, CValueText const * numbers)
+{
+    CStatDescription const & description = *stat.getDescription();
+    switch (description.getStatType()) {
+    case CStatDescription::stValue:
+        return leafToJson(stat, description, numbers);
+    case CStatDescription::stDynamicArray:
+        return tableToJson(stat, numbers);
+    default:
+        break;
+    }
+    ordered_json object = ordered_json::object();
+    addChildren(object, stat, numbers);
+    return object;
+}
+
+} // namespace ketmon
