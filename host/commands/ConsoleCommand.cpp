@@ -4,17 +4,18 @@
 #include "host/render/TableChoice.h"
 #include "host/support/Failure.h"
 #include "host/support/OptionChecks.h"
+#include "host/wire/Asio.h"
 #include "host/wire/Fingerprint.h"
 #include "host/wire/Protocol.h"
 #include "host/wire/SnapshotBytes.h"
 
-#include <asio/buffer.hpp>
-#include <asio/connect.hpp>
-#include <asio/io_context.hpp>
-#include <asio/ip/tcp.hpp>
-#include <asio/signal_set.hpp>
-#include <asio/steady_timer.hpp>
-#include <asio/write.hpp>
+#include <boost/asio/buffer.hpp>
+#include <boost/asio/connect.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/signal_set.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/asio/write.hpp>
 #include <fmt/core.h>
 
 #include <csignal>
@@ -22,7 +23,7 @@
 
 namespace ketmon {
 
-using asio::ip::tcp;
+using boost::asio::ip::tcp;
 
 namespace {
 
@@ -64,7 +65,7 @@ private:
 
     void connect()
     {
-        asio::error_code error;
+        CErrorCode error;
         auto const addresses = tcp::resolver(m_io).resolve(
             m_endpoint.address, std::to_string(m_endpoint.port), tcp::resolver::numeric_service, error);
         if (error)
