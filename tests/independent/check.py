@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Holds `ketmon read --json` against the independent count of count.py, whole trees, over capture files.
+"""Holds `ketmon read --tree --json` against the independent count of count.py, whole trees, over capture files.
 
     check.py FILE_OR_FOLDER COMMAND...      the capture named, or those in the folder
     check.py --generate COMMAND...          captures made by generate.py
@@ -42,7 +42,7 @@ def run(command):
 def differences(ketmon, capture, options, folder):
     counted = folder / "counted.json"
     expected = folder / "expected.json"
-    counted.write_text(run([*ketmon, "read", "--json", str(capture), *options]))
+    counted.write_text(run([*ketmon, "read", "--tree", "--json", str(capture), *options]))
     expected.write_text(run([sys.executable, str(HERE / "count.py"), str(capture), *options]))
     if not json.loads(expected.read_text())["statistics"]:
         raise RuntimeError(f"{capture}: nothing was counted")
