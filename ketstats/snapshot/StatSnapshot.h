@@ -93,8 +93,9 @@ public:
 
     // Whether a row that was given up and came back under its old id and key is told from the row that stood
     // there at the zero point. Off at first: the base row is then taken off the new one, whose counters can
-    // wrap. Set before initSnapshot; packed bytes and ids are the same either way.
-    void tellRowsApart(bool on) { m_tellRowsApart = on; }
+    // wrap, and of a station the ports of both are shown. Ids and the form of packs are the same either way.
+    // Set before initSnapshot.
+    void tellRowsApart(bool on);
 
     // What rows had counted since the zero point, as of the last sample, that their tables gave up. Only of
     // the groups that are calculated. Packs don't carry it: a host hands it to the receiver beside them.
