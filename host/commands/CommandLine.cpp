@@ -7,6 +7,7 @@
 #include "host/commands/ReadCommand.h"
 #include "host/commands/SchemaCommand.h"
 #include "host/commands/ShowCommand.h"
+#include "host/support/Escaped.h"
 #include "host/support/Failure.h"
 
 #include <fmt/core.h>
@@ -55,7 +56,7 @@ int runCommands(int argc, char const * const * argv)
     } catch (CLI::ParseError const & error) {
         bool const unknownCommand = argc > 1 && argv[1][0] != '-' && !hasCommand(app, argv[1]);
         fmt::print(stderr, "ketmon: {} (see --help)\n",
-                   unknownCommand ? fmt::format("there is no command '{}'", argv[1]) : error.what());
+                   escaped(unknownCommand ? fmt::format("there is no command '{}'", argv[1]) : error.what()));
         return exitBadInput;
     }
 }
@@ -70,10 +71,10 @@ int run(int argc, char const * const * argv)
             throw CFailure(exitFailure, "can't write the output");
         return exitCode;
     } catch (CFailure const & failure) {
-        fmt::print(stderr, "ketmon: {}\n", failure.what());
+        fmt::print(stderr, "ketmon: {}\n", escaped(failure.what()));
         return failure.exitCode();
     } catch (std::exception const & error) {
-        fmt::print(stderr, "ketmon: {}\n", error.what());
+        fmt::print(stderr, "ketmon: {}\n", escaped(error.what()));
         return exitFailure;
     }
 }
