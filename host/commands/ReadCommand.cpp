@@ -48,11 +48,17 @@ void readCapture(CReadOptions const & options)
     std::unique_ptr<CCaptureExpression> filter;
     if (!options.filter.empty())
         filter = compiledExpression(options.filter);
+    check(options.report);
     CRecordingOptions recording = options.recording;
     recording.capture = options.file;
     CFileCount count(options.analysis, recording);
     count.run(options.file, options.quiet, filter.get());
-    fmt::print("{}", CReport(options.report).whole(options.file, count.frames(), count.result()));
+
+    CSampleFacts facts = count.facts();
+    facts.source.kind = CSourceFigures::Kind::file;
+    facts.source.name = options.file;
+    fmt::print("{}",
+               output(options.report, figuresOf(count.result(), facts), count.result(), count.frames()));
 }
 
 } // namespace ketmon
