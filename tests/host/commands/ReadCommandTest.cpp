@@ -122,7 +122,8 @@ TEST(ReadCommand, TextNamesValuesAndUnits)
 TEST(ReadCommand, TextHasTheMultiplierAndThePlacesAskedFor)
 {
     auto const line = [](std::vector<std::string> const & options) {
-        std::vector<std::string> arguments{"read", "--tree", capture("internet-mixed.pcap"), "--enable", "none"};
+        std::vector<std::string> arguments{"read", "--tree", capture("internet-mixed.pcap"), "--enable",
+                                           "none"};
         arguments.insert(arguments.end(), options.begin(), options.end());
         std::string const output = ketmon(arguments).output;
         std::size_t const start = output.find("Global transmitted data");
@@ -226,8 +227,9 @@ TEST(ReadCommand, TextShowsTheBusiestRowsFirst)
 
 TEST(ReadCommand, TakesTheFileAsAnOptionToo)
 {
-    EXPECT_EQ(ketmon({"read", "-r", capture("nanosecond-big-endian.pcap"), "--json"}).json()["totals"]["frames"],
-              10);
+    EXPECT_EQ(
+        ketmon({"read", "-r", capture("nanosecond-big-endian.pcap"), "--json"}).json()["totals"]["frames"],
+        10);
 }
 
 TEST(ReadCommand, RefusesWhatIsNoCapture)

@@ -21,8 +21,8 @@ class SavedSnapshots
 public:
     explicit SavedSnapshots(std::string const & name, std::string const & interval)
         : m_base(""),
-          m_read(ketmon(
-              {"read", "--tree", "--json", capture(name), "--interval", interval, "--save-snapshot", m_base.path()}))
+          m_read(ketmon({"read", "--tree", "--json", capture(name), "--interval", interval, "--save-snapshot",
+                         m_base.path()}))
     {
         for (unsigned int i = 0; std::filesystem::exists(path(i)); ++i)
             m_paths.push_back(path(i));
@@ -51,7 +51,8 @@ TEST(ShowCommand, ShowsASavedSnapshotAsReadDoes)
     for (std::string const & name : test::captures()) {
         TemporaryFile const saved("");
         for (std::string const format : {"--json", "--top=0"}) {
-            Outcome const read = ketmon({"read", "--tree", format, capture(name), "--save-snapshot", saved.path()});
+            Outcome const read =
+                ketmon({"read", "--tree", format, capture(name), "--save-snapshot", saved.path()});
             Outcome const show = ketmon({"show", "--tree", format, saved.path()});
 
             EXPECT_EQ(show.exitCode, 0) << show.errors;

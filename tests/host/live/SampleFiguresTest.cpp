@@ -77,8 +77,8 @@ TEST(SampleFigures, RowsHaveTheirKeysAndCounts)
 
     CTableFigures const stations = sample.table("stations");
     ASSERT_EQ(stations.rows.size(), 2U);
-    CRowFigures const & station = stations.rows.at(0).address == "02:00:00:00:00:0b" ? stations.rows.at(0)
-                                                                                      : stations.rows.at(1);
+    CRowFigures const & station =
+        stations.rows.at(0).address == "02:00:00:00:00:0b" ? stations.rows.at(0) : stations.rows.at(1);
     EXPECT_EQ(station.framesSent, 1U);
     EXPECT_EQ(station.framesReceived, 1U);
     EXPECT_EQ(station.frames, std::nullopt) << "it counts both ways";

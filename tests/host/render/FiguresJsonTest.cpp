@@ -1,5 +1,5 @@
-#include "host/render/Columns.h"
 #include "host/render/FiguresJson.h"
+#include "host/render/Columns.h"
 #include "host/render/TableChoice.h"
 #include "host/support/Failure.h"
 

@@ -42,14 +42,14 @@ TEST(Escaped, ShowsWhatTurnsTheDirectionOrTheLine)
 
 TEST(Escaped, ShowsBytesThatAreNoText)
 {
-    for (auto const & [bytes, text] : {std::pair("\xFF", "\\xff"), std::pair("\x80", "\\x80"),
-                                       std::pair("a\xC3", "a\\xc3"),                  // cut
-                                       std::pair("\xE2\x80", "\\xe2\\x80"),           // cut
-                                       std::pair("\xC3(", "\\xc3("),                  // doesn't go on
-                                       std::pair("\xC0\xAF", "\\xc0\\xaf"),           // longer than need be
-                                       std::pair("\xE0\x80\xAF", "\\xe0\\x80\\xaf"),  // the same
-                                       std::pair("\xED\xA0\x80", "\\xed\\xa0\\x80"),  // half of a pair
-                                       std::pair("\xF4\x90\x80\x80", "\\xf4\\x90\\x80\\x80")}) { // beyond
+    for (auto const & [bytes, text] :
+         {std::pair("\xFF", "\\xff"), std::pair("\x80", "\\x80"), std::pair("a\xC3", "a\\xc3"), // cut
+          std::pair("\xE2\x80", "\\xe2\\x80"),                                                  // cut
+          std::pair("\xC3(", "\\xc3("),                             // doesn't go on
+          std::pair("\xC0\xAF", "\\xc0\\xaf"),                      // longer than need be
+          std::pair("\xE0\x80\xAF", "\\xe0\\x80\\xaf"),             // the same
+          std::pair("\xED\xA0\x80", "\\xed\\xa0\\x80"),             // half of a pair
+          std::pair("\xF4\x90\x80\x80", "\\xf4\\x90\\x80\\x80")}) { // beyond
         EXPECT_EQ(escaped(bytes), text);
         EXPECT_EQ(validUtf8(bytes), text);
     }
