@@ -1,11 +1,13 @@
 #include "host/support/Output.h"
 
+#include "host/support/Escaped.h"
 #include "host/support/Failure.h"
 
 #include <fmt/core.h>
 
 #include <cerrno>
 #include <cstdio>
+#include <exception>
 #include <system_error>
 
 namespace ketmon {
@@ -38,7 +40,11 @@ void flushOutput()
 
 void tell(std::string const & line) noexcept
 {
-    std::fprintf(stderr, "ketmon: %s\n", line.c_str());
+    try {
+        std::fprintf(stderr, "ketmon: %s\n", escaped(line).c_str());
+    } catch (std::exception const &) {
+        // Without memory there is no word of it.
+    }
 }
 
 } // namespace ketmon

@@ -10,8 +10,8 @@ namespace ketmon {
 void writeOutput(std::string_view text);
 void flushOutput();
 
-// Writes a line to the standard error, which begins with the program's name. That it can't be written is
-// nobody's failure.
+// Writes a line to the standard error, escaped, which begins with the program's name. That it can't be written
+// is nobody's failure.
 void tell(std::string const & line) noexcept;
 
 // Has a write to a pipe that nobody reads fail, where otherwise it would end the program without a word.

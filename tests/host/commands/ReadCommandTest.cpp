@@ -278,7 +278,12 @@ TEST(ReadCommand, RefusesBadArguments)
     std::string const file = capture("empty.pcap");
 
     expectRefused(ketmon({"read"}), "FILE");
-    expectRefused(ketmon({"read", file, "--enable", "1.10"}), "1.10 can't be enabled");
+    expectRefused(ketmon({"read", file, "--enable", "1.10"}), "1.10 can't be enabled; it follows 1.8");
+    expectRefused(ketmon({"read", file, "--enable", "1.11.1"}), "1.11.1 can't be enabled; it follows 1.8");
+    expectRefused(ketmon({"read", file, "--enable", "1.5.2"}), "1.5.2 can't be enabled; it follows 1.5");
+    for (char const * const none : {"1", "1.0", "1.12", "2.5"})
+        expectRefused(ketmon({"read", file, "--enable", none}),
+                      "can't be enabled; the groups are 1.1 to 1.9");
     expectRefused(ketmon({"read", file, "--enable", "1.x"}), "'1.x'");
     expectRefused(ketmon({"read", file, "--enable", ""}), "''");
     expectRefused(ketmon({"read", file, "--link-speed", "-5"}), "link-speed");
@@ -296,6 +301,76 @@ TEST(ReadCommand, RefusesBadArguments)
     expectRefused(ketmon({"read", file, "--no-such-option"}), "no-such-option");
     expectRefused(ketmon({"nonsense"}), "nonsense");
     expectRefused(ketmon({}), "--help");
+}
+
+TEST(ReadCommand, FiguresComeInTheFormThatIsTold)
+{
+    ordered_json const document =
+        ketmon({"read", "--json", capture("internet-mixed.pcap"), "--filter", "tcp"}).json();
+
+    EXPECT_EQ(document["format"], "ketmon/2");
+    EXPECT_EQ(document["source"]["kind"], "file");
+    EXPECT_EQ(document["source"]["name"], capture("internet-mixed.pcap"));
+    EXPECT_EQ(document["totals"]["frames"], 4709);
+    EXPECT_EQ(document["filter"]["accepted"], 4321);
+    EXPECT_EQ(document["errors"]["crc_errors"], nullptr) << "a file has no adapter";
+    EXPECT_EQ(document["tables"].size(), 10U);
+    EXPECT_EQ(document["tables"]["ip_traffic"]["rows"].size(), 121U) << "all of them";
+}
+
+TEST(ReadCommand, FiguresOfGroupsThatAreOffAreNull)
+{
+    ordered_json const tables =
+        ketmon({"read", "--json", capture("internet-mixed.pcap"), "--enable", "1.5"}).json()["tables"];
+
+    EXPECT_EQ(tables["ip_traffic"]["rows"], nullptr);
+    EXPECT_EQ(tables["frame_types"]["rows"], nullptr);
+    EXPECT_EQ(tables["stations"]["rows"][0]["tcp_ports"], nullptr);
+    EXPECT_TRUE(tables["mac_traffic"]["rows"].is_array());
+}
+
+TEST(ReadCommand, ChoosesSortsAndCutsTablesInEveryForm)
+{
+    std::vector<std::string> const choice{"--select", "ip_traffic", "--sort", "bytes", "--top", "1"};
+    auto const read = [&](std::vector<std::string> form) {
+        form.insert(form.begin(), {"read", capture("internet-mixed.pcap")});
+        form.insert(form.end(), choice.begin(), choice.end());
+        return ketmon(form);
+    };
+
+    ordered_json const figures = read({"--json"}).json()["tables"];
+    ASSERT_EQ(figures.size(), 1U);
+    ASSERT_EQ(figures["ip_traffic"]["rows"].size(), 1U);
+    EXPECT_EQ(figures["ip_traffic"]["rows"][0]["bytes"], 519578);
+
+    ordered_json const tree = read({"--tree", "--json"}).json()["statistics"];
+    EXPECT_EQ(tree.size(), 2U) << "the totals come along";
+    ASSERT_EQ(tree["IP traffic"].size(), 1U);
+    EXPECT_EQ(tree["IP traffic"][0]["Data transmitted"], 519578);
+
+    std::string const text = read({"--tree", "--exact"}).output;
+    EXPECT_THAT(text, HasSubstr("\n1.8 IP traffic (the first 1 of 121 by bytes)\n"));
+    EXPECT_THAT(text, HasSubstr(" 519578 "));
+    EXPECT_THAT(text, Not(HasSubstr("1.5 Network stations")));
+}
+
+TEST(ReadCommand, RefusesTablesAndColumnsThatAreNone)
+{
+    std::string const file = capture("empty.pcap");
+
+    expectRefused(ketmon({"read", file, "--select", "trafic"}), "--select: 'trafic' is no table; there are ");
+    expectRefused(ketmon({"read", file, "--select", "1.8.1"}), "--select: '1.8.1' leads to no statistic");
+    expectRefused(ketmon({"read", file, "--select", ""}), "--select");
+    expectRefused(ketmon({"read", file, "--sort", "size"}), "--sort: 'size' is no column of any table");
+    expectRefused(ketmon({"read", file, "--select", "arp", "--sort", "bytes"}),
+                  "there are address, mac_address");
+    expectRefused(ketmon({"read", file, "--json", "--precision", "2"}), "--precision");
+}
+
+TEST(Program, ShowsNamesThatATerminalWouldObeyWithEscapes)
+{
+    expectRefused(ketmon({"read", "/no/such/\033[31mfile"}), "/no/such/\\x1b[31mfile");
+    expectRefused(ketmon({"\033[2J"}), "there is no command '\\x1b[2J'");
 }
 
 TEST(Program, HelpsAndTellsItsVersion)
