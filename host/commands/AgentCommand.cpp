@@ -5,11 +5,14 @@
 #include "host/capture/OpenCapture.h"
 #include "host/support/Failure.h"
 #include "host/support/OptionChecks.h"
+#include "host/support/Output.h"
 
 #include "ketstats/ketstats.h"
 
 #include <fmt/core.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <exception>
 #include <memory>
 #include <thread>
@@ -36,16 +39,22 @@ public:
     {}
 
     // `ended` is called on the thread, as its last deed.
-    void start(std::function<void(unsigned long long frames)> ended)
+    void start(std::function<void(CEnd const & end)> ended)
     {
         m_thread = std::jthread([this, ended = std::move(ended)](std::stop_token const & stop) {
             unsigned long long frames = 0;
+            CEnd end;
             try {
                 feedFrames(m_manager, m_source, m_options, stop, frames);
-            } catch (...) {
+            } catch (CInterfaceGone const & failure) {
                 m_failure = std::current_exception();
+                end = {EndReason::interfaceGone, 0, failure.what()};
+            } catch (std::exception const & failure) {
+                m_failure = std::current_exception();
+                end = {EndReason::failed, 0, failure.what()};
             }
-            ended(frames);
+            end.frames = frames;
+            ended(end);
         });
     }
 
@@ -78,7 +87,31 @@ CInput inputOf(CAgentOptions const & options)
 {
     if (!options.interface.empty())
         return openLiveCapture(options.interface, options.filter, options.analysis.linkSpeed);
-    return {std::make_unique<CFileHook>(options.analysis.linkSpeed), openCapture(options.file)};
+    CInput input;
+    input.hook = std::make_unique<CFileHook>(options.analysis.linkSpeed);
+    input.source = openCapture(options.file);
+    return input;
+}
+
+std::string environment(char const * name)
+{
+    char const * const value = std::getenv(name);
+    return value ? value : "";
+}
+
+CServed servedBy(CAgentOptions const & options, CInput const & input)
+{
+    CServed served;
+    served.agent = options.name.empty() ? hostName() : options.name;
+    // Where a service manager gives its services a folder of their own, it is named there.
+    served.identity = options.identity.empty() ? keptIdentity(environment("STATE_DIRECTORY"))
+                                               : parsedIdentity(options.identity);
+    served.kind = options.file.empty() ? SourceKind::interface : SourceKind::file;
+    served.source = options.file.empty() ? options.interface : options.file;
+    served.linkSpeed = static_cast<std::uint64_t>(std::max(0L, input.hook->GetLinkSpeed()));
+    served.errors = input.errors;
+    served.counters = input.counters;
+    return served;
 }
 
 } // namespace
@@ -131,6 +164,17 @@ void addAgentCommand(CLI::App & app)
         ->check(notEmpty())
         ->capture_default_str()
         ->type_name("BYTES");
+    command
+        ->add_option("--name", options->name,
+                     "What consoles call the agent; the name of this machine unless given")
+        ->check(notEmpty())
+        ->type_name("NAME");
+    command
+        ->add_option("--identity", options->identity,
+                     "32 hexadecimal digits by which the agent is known however it is called; kept in the "
+                     "folder that STATE_DIRECTORY names, or made anew at each start, unless given")
+        ->check(notEmpty())
+        ->type_name("DIGITS");
     command->add_option("-c,--count", options->count, "End after so many frames")
         ->check(notEmpty())
         ->type_name("COUNT");
@@ -151,6 +195,7 @@ void runAgent(CAgentOptions const & options)
     serverOptions.linger = milliseconds(options.linger);
 
     CInput const input = inputOf(options);
+    CServed const served = servedBy(options, input);
     CKetrinStatManager manager;
     configure(manager, options.analysis);
     manager.beginAnalyzing(input.hook.get());
@@ -158,11 +203,10 @@ void runAgent(CAgentOptions const & options)
     double const pace = options.file.empty() ? 0.0 : options.pace;
     CCaptureThread capture(manager, *input.source, {pace, options.count});
     CAgentServer server(
-        manager, serverOptions,
-        [&] { capture.start([&server](unsigned long long frames) { server.captureEnded(frames); }); },
+        manager, serverOptions, served,
+        [&] { capture.start([&server](CEnd const & end) { server.captureEnded(end); }); },
         [&] { capture.stop(); });
-    fmt::print("listening on {}\n", server.endpoint().toString());
-    std::fflush(stdout);
+    writeOutput(fmt::format("listening on {}\n", server.endpoint().toString()));
     server.run();
     capture.join();
     manager.endAnalyzing();

@@ -16,6 +16,8 @@ struct CAgentOptions
     std::string interface;
     std::string filter;
     std::string listen = usualEndpoint;
+    std::string name;
+    std::string identity;
     double pace = 1.0;
     double interval = 1.0; // seconds, as is the next
     double linger = 0.0;

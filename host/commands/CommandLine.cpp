@@ -7,13 +7,13 @@
 #include "host/commands/ReadCommand.h"
 #include "host/commands/SchemaCommand.h"
 #include "host/commands/ShowCommand.h"
-#include "host/support/Escaped.h"
 #include "host/support/Failure.h"
+#include "host/support/Output.h"
 
 #include <fmt/core.h>
 
 #include <algorithm>
-#include <cstdio>
+#include <exception>
 
 namespace ketmon {
 
@@ -55,8 +55,8 @@ int runCommands(int argc, char const * const * argv)
         return exitSuccess;
     } catch (CLI::ParseError const & error) {
         bool const unknownCommand = argc > 1 && argv[1][0] != '-' && !hasCommand(app, argv[1]);
-        fmt::print(stderr, "ketmon: {} (see --help)\n",
-                   escaped(unknownCommand ? fmt::format("there is no command '{}'", argv[1]) : error.what()));
+        tell(fmt::format("{} (see --help)",
+                         unknownCommand ? fmt::format("there is no command '{}'", argv[1]) : error.what()));
         return exitBadInput;
     }
 }
@@ -65,16 +65,16 @@ int runCommands(int argc, char const * const * argv)
 
 int run(int argc, char const * const * argv)
 {
+    letBrokenPipesFail();
     try {
         int const exitCode = runCommands(argc, argv);
-        if (std::fflush(stdout) != 0)
-            throw CFailure(exitFailure, "can't write the output");
+        flushOutput();
         return exitCode;
     } catch (CFailure const & failure) {
-        fmt::print(stderr, "ketmon: {}\n", escaped(failure.what()));
+        tell(failure.what());
         return failure.exitCode();
     } catch (std::exception const & error) {
-        fmt::print(stderr, "ketmon: {}\n", escaped(error.what()));
+        tell(error.what());
         return exitFailure;
     }
 }
