@@ -1,5 +1,7 @@
 #include "ketstats/snapshot/StatSnapshot.h"
 
+#include "ketstats/engine/EngineTables.h"
+
 // A sample is the live tree less the base, for the selected groups. The live tree is never reset for a
 // client.
 
