@@ -130,8 +130,8 @@ void printFilter(CFilterOptions const & options)
     if (result.disagreed != 0)
         fmt::print(
             stderr,
-            "ketmon: {}: the expression decides otherwise than the row's own filter on {} frame{}, which are "
-            "cut, too short, or behind more than two VLAN tags\n",
+            "ketmon: {}: on {} frame{} the expression decides otherwise than the row's own filter (cut, too "
+            "short, or behind more than two VLAN tags)\n",
             options.file, result.disagreed, result.disagreed == 1 ? "" : "s");
 }
 
