@@ -1,7 +1,7 @@
 #pragma once
 
 #include "host/capture/CaptureFile.h"
-#include "host/capture/posix/PcapFile.h"
+#include "tests/host/PcapFile.h"
 #include "host/support/Failure.h"
 
 #include <cstring>
@@ -66,7 +66,7 @@ inline bool isSame(ketmon::CCapturedFrame const & one, ketmon::CCapturedFrame co
 inline std::string checkCapture(std::string const & path, unsigned long long & frames)
 {
     CReading own([&] { return ketmon::openCaptureFile(path); });
-    CReading theirs([&] { return std::make_unique<ketmon::CPcapFile>(path); });
+    CReading theirs([&] { return std::make_unique<test::CPcapFile>(path); });
     auto const told = [&](char const * rule) {
         return std::string(rule) + ", at frame " + std::to_string(frames + 1) + ": '" + own.failure +
                "' and by libpcap '" + theirs.failure + "'";
