@@ -30,7 +30,8 @@ public:
         Seconds const seconds(static_cast<double>(ticks - m_first) / 1e7 / m_options.pace);
         // Nobody waits that long; more doesn't fit the clock.
         constexpr Seconds longest(1e9);
-        auto due = m_start + std::chrono::duration_cast<Clock::duration>(std::clamp(seconds, -longest, longest));
+        auto due =
+            m_start + std::chrono::duration_cast<Clock::duration>(std::clamp(seconds, -longest, longest));
         auto const now = Clock::now();
         if (due <= now)
             return;
@@ -63,7 +64,8 @@ void feedFrames(KetStats::CKetrinStatManager & manager, CCaptureSource & source,
     CPacer pacer(options, stop);
     CCapturedFrame captured{};
     CNetworkFrame frame;
-    while ((options.most == 0 || summary.frames < options.most) && !stop.stop_requested() && source.next(captured)) {
+    while ((options.most == 0 || summary.frames < options.most) && !stop.stop_requested() &&
+           source.next(captured)) {
         pacer.waitFor(captured.ticks);
         if (stop.stop_requested())
             break;

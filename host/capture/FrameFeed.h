@@ -11,7 +11,7 @@ namespace ketmon {
 
 struct CFeedOptions
 {
-    double pace = 0.0; // how many times faster than it was captured; 0 for as fast as it can be read
+    double pace = 0.0;        // how many times faster than it was captured; 0 for as fast as it can be read
     double longestGap = 10.0; // seconds; of a longer gap between two frames no more is waited for
     unsigned long long most = 0; // ends after so many frames; 0 for all
 };

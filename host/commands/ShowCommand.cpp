@@ -1,6 +1,7 @@
 #include "host/commands/ShowCommand.h"
 
 #include "host/support/Failure.h"
+#include "host/support/Output.h"
 #include "host/wire/SnapshotBytes.h"
 #include "host/wire/SnapshotFiles.h"
 
@@ -10,13 +11,28 @@
 
 namespace ketmon {
 
+namespace {
+
+void unpackFrom(std::string const & file, KetStats::CStatSnapshot & snapshot, CSavedSnapshot const & saved)
+{
+    if (saved.limits != snapshot.limits())
+        throw CFailure(exitBadInput, fmt::format("{}: has other limits of rows than the one before", file));
+    try {
+        unpack(snapshot, saved.bytes);
+    } catch (CDamagedSnapshot const & damage) {
+        throw CFailure(exitBadInput, fmt::format("{}: a damaged snapshot: {}", file, damage.what()));
+    }
+    snapshot.setLedgers(saved.ledgers);
+}
+
+} // namespace
+
 void addShowCommand(CLI::App & app)
 {
     auto const options = std::make_shared<CShowOptions>();
     CLI::App * const command =
         app.add_subcommand("show", "Print snapshots that ketmon read --save-snapshot saved");
-    command
-        ->add_option("FILE", options->files, "A full snapshot, and then the deltas behind it in their order")
+    command->add_option("FILE", options->files, "A full snapshot and the deltas behind it, in any order")
         ->required();
     addReportOptions(*command, options->report);
     command->callback([options] { showSnapshots(*options); });
@@ -24,19 +40,19 @@ void addShowCommand(CLI::App & app)
 
 void showSnapshots(CShowOptions const & options)
 {
-    KetStats::CStatSnapshot snapshot;
-    for (std::string const & file : options.files) {
-        std::string const bytes = loadSnapshot(file);
-        try {
-            unpack(snapshot, bytes);
-        } catch (CDamagedSnapshot const & damage) {
-            throw CFailure(exitBadInput, fmt::format("{}: no packed snapshot: {}", file, damage.what()));
-        }
+    // One alone may be a pipe, which can't be read twice.
+    std::vector<std::string> const files = options.files.size() > 1 ? inOrder(options.files) : options.files;
+    CSavedSnapshot last = loadSnapshot(files.front());
+    if (!last.isFull())
+        static_cast<void>(inOrder({files.front()})); // says what is missing
+    KetStats::CStatSnapshot snapshot(last.limits);
+    unpackFrom(files.front(), snapshot, last);
+    for (std::size_t i = 1; i < files.size(); ++i) {
+        last = loadSnapshot(files[i]);
+        unpackFrom(files[i], snapshot, last);
     }
     snapshot.calculatePercentStats();
-    fmt::print(
-        "{}",
-        CReport(options.report).whole(options.files.back(), framesOf(snapshot), *snapshot.getStat("1")));
+    writeOutput(CReport(options.report).whole(last.name, framesOf(snapshot), *snapshot.getStat("1")));
 }
 
 } // namespace ketmon

@@ -1,7 +1,10 @@
 #include "host/live/FileCount.h"
 
-#include "host/capture/OpenCapture.h"
+#include "host/capture/CaptureFiles.h"
 #include "host/capture/Progress.h"
+#include "host/support/ByteSource.h"
+
+#include <fmt/core.h>
 
 namespace ketmon {
 
@@ -14,35 +17,47 @@ constexpr long long fixedStart = 125911584000000000;
 
 CFileCount::CFileCount(CAnalysisOptions const & analysis, CRecordingOptions const & recording)
     : m_hook(analysis.linkSpeed),
+      m_manager(tableLimits(analysis.rows)),
       m_recordingOptions(recording)
 {
+    m_recordingOptions.linkBits = static_cast<std::uint64_t>(analysis.linkSpeed);
     configure(m_manager, analysis);
 }
 
-void CFileCount::run(std::string const & file, bool quiet, CCaptureExpression const * filter)
+void CFileCount::run(std::vector<std::string> const & files, bool quiet, CCaptureExpression const * filter)
 {
-    auto const source = openCapture(file);
+    CCaptureFiles source(files);
     CCapturedFrame captured{};
-    bool more = source->next(captured);
+    bool more = source.next(captured);
 
+    m_recordingOptions.captures = files;
+    m_recordingOptions.name = nameOf(files);
+    m_recordingOptions.summary = &m_summary;
     m_manager.beginAnalyzing(&m_hook);
     m_recording = std::make_unique<CRecording>(m_manager, m_recordingOptions,
                                                more ? captured.ticks : fixedStart, filter != nullptr);
     {
-        CProgress progress(file, *source, quiet);
+        CProgress progress(m_recordingOptions.name, source, quiet);
         CNetworkFrame frame;
-        for (; more; more = source->next(captured)) {
+        for (; more; more = source.next(captured)) {
             m_recording->advance(captured.ticks);
             frame.Assign(captured.data, captured.capturedLength, captured.length);
             m_manager.analyzeFrame(&frame);
             if (filter && filter->passes(captured))
                 m_recording->passed(frame);
-            ++m_frames;
+            m_summary.add(captured);
             progress.step();
         }
     }
+    m_summary.faults = source.faults();
     m_recording->finish();
     m_manager.endAnalyzing();
+}
+
+std::string nameOf(std::vector<std::string> const & files)
+{
+    std::string const first = files.front() == standardInput ? "standard input" : files.front();
+    return files.size() == 1 ? first : fmt::format("{} and {} more", first, files.size() - 1);
 }
 
 } // namespace ketmon

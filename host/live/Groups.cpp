@@ -37,4 +37,19 @@ void enableGroups(CKetrinStatManager & manager, std::vector<std::string> const &
     }
 }
 
+std::uint32_t countedGroups(CKetrinStatManager const & manager)
+{
+    auto const enabled = [&](int group) { return manager.statisticEnabled(fmt::format("1.{}", group)); };
+    std::uint32_t groups = 0;
+    auto const add = [&](int group, bool counted) { groups |= counted ? 1U << group : 0U; };
+    for (int const group : {1, 2, 9})
+        add(group, true);
+    for (int const group : {3, 4, 5, 6, 7, 8})
+        add(group, enabled(group));
+    add(7, enabled(5));
+    add(10, enabled(8));
+    add(11, enabled(8));
+    return groups;
+}
+
 } // namespace ketmon

@@ -12,7 +12,7 @@ using KetStats::CTableLimits;
 
 namespace {
 
-constexpr std::string_view magic("ketmon\x1A", 7);
+constexpr std::string_view magic("ketmon\x1A", savedSnapshotStart);
 constexpr char version = 1;
 constexpr std::size_t fixedLength = 560;
 constexpr std::uint32_t longestName = 4096;
@@ -25,15 +25,15 @@ enum Flags : std::uint32_t
 
 // Both ends of the form walk over these.
 constexpr unsigned int CTableLimits::*const limitFields[] = {
-    &CTableLimits::stations,       &CTableLimits::protocols,       &CTableLimits::macConnections,
-    &CTableLimits::ipConnections,  &CTableLimits::arpTable,        &CTableLimits::ipSubprotocols,
-    &CTableLimits::tcpPorts,       &CTableLimits::udpPorts,        &CTableLimits::stationTcpPorts,
+    &CTableLimits::stations,       &CTableLimits::protocols, &CTableLimits::macConnections,
+    &CTableLimits::ipConnections,  &CTableLimits::arpTable,  &CTableLimits::ipSubprotocols,
+    &CTableLimits::tcpPorts,       &CTableLimits::udpPorts,  &CTableLimits::stationTcpPorts,
     &CTableLimits::stationUdpPorts};
-constexpr CLedger CLedgers::*const ledgerFields[] = {
-    &CLedgers::stations,       &CLedgers::protocols,       &CLedgers::macConnections,
-    &CLedgers::ipConnections,  &CLedgers::arpTable,        &CLedgers::ipSubprotocols,
-    &CLedgers::tcpPorts,       &CLedgers::udpPorts,        &CLedgers::stationTcpPorts,
-    &CLedgers::stationUdpPorts};
+constexpr CLedger CLedgers::*const ledgerFields[] = {&CLedgers::stations,        &CLedgers::protocols,
+                                                     &CLedgers::macConnections,  &CLedgers::ipConnections,
+                                                     &CLedgers::arpTable,        &CLedgers::ipSubprotocols,
+                                                     &CLedgers::tcpPorts,        &CLedgers::udpPorts,
+                                                     &CLedgers::stationTcpPorts, &CLedgers::stationUdpPorts};
 constexpr unsigned long long CLedger::*const countFields[] = {
     &CLedger::rows, &CLedger::framesTransmitted, &CLedger::bytesTransmitted, &CLedger::framesReceived,
     &CLedger::bytesReceived};
@@ -131,9 +131,14 @@ std::string encoded(CSavedSnapshot const & snapshot)
     return writer.bytes();
 }
 
+bool startsSavedSnapshot(std::string_view bytes)
+{
+    return bytes.substr(0, magic.size()) == magic;
+}
+
 CSavedSnapshot parsedSavedSnapshot(std::string_view bytes)
 {
-    if (bytes.substr(0, magic.size()) != magic)
+    if (!startsSavedSnapshot(bytes))
         throw CBadSavedSnapshot("no saved snapshot, or one of an older ketmon: it has no header");
     if (bytes.size() > magic.size() && bytes[magic.size()] != version)
         throw CBadSavedSnapshot("saved in a form that this ketmon doesn't know");

@@ -54,6 +54,10 @@ public:
 //    560  name, and then the packed bytes
 std::string encoded(CSavedSnapshot const & snapshot);
 
+// Whether a file that begins with these bytes, so many of them, has such a header.
+inline constexpr std::size_t savedSnapshotStart = 7;
+bool startsSavedSnapshot(std::string_view bytes);
+
 // Takes a file apart of which these are all bytes. Throws CBadSavedSnapshot. The packed bytes aren't looked at.
 CSavedSnapshot parsedSavedSnapshot(std::string_view bytes);
 

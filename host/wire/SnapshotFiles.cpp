@@ -59,8 +59,11 @@ void saveSnapshot(std::string const & path, CSavedSnapshot const & snapshot)
 CSavedSnapshot loadSnapshot(std::string const & path)
 {
     CByteInput input(openByteSource(path));
-    CByteInput::Bytes const bytes = input.take(longestFile);
     try {
+        // What has no header isn't read to its end, which it may not have.
+        CByteInput::Bytes bytes = input.look(savedSnapshotStart);
+        if (startsSavedSnapshot({reinterpret_cast<char const *>(bytes.data()), bytes.size()}))
+            bytes = input.take(longestFile);
         return parsedSavedSnapshot({reinterpret_cast<char const *>(bytes.data()), bytes.size()});
     } catch (CBadSavedSnapshot const & problem) {
         fail(fmt::format("{}: {}", path, problem.what()));
@@ -74,9 +77,8 @@ std::vector<std::string> inOrder(std::vector<std::string> const & paths)
         CSavedSnapshot const snapshot = loadSnapshot(path);
         places.push_back({path, snapshot.recording, snapshot.sequence});
     }
-    std::stable_sort(places.begin(), places.end(), [](CPlace const & one, CPlace const & other) {
-        return one.sequence < other.sequence;
-    });
+    std::stable_sort(places.begin(), places.end(),
+                     [](CPlace const & one, CPlace const & other) { return one.sequence < other.sequence; });
     std::vector<std::string> sorted;
     CPlace const * before = nullptr;
     for (CPlace const & place : places) {

@@ -32,8 +32,7 @@ public:
         if (m_damage)
             throw *m_damage;
         m_stream.next_out = bytes;
-        m_stream.avail_out =
-            static_cast<uInt>(std::min<std::size_t>(most, std::numeric_limits<uInt>::max()));
+        m_stream.avail_out = static_cast<uInt>(std::min<std::size_t>(most, std::numeric_limits<uInt>::max()));
         uInt const room = m_stream.avail_out;
         while (m_stream.avail_out == room && !m_damage && (m_open || startNext()))
             step();

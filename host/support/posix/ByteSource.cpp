@@ -24,7 +24,8 @@ public:
             m_handle = open(path.c_str(), O_RDONLY | O_CLOEXEC);
         if (m_handle < 0)
             fail();
-        struct stat about{};
+        struct stat about
+        {};
         if (fstat(m_handle, &about) != 0)
             fail();
         if (S_ISDIR(about.st_mode))

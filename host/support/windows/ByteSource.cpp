@@ -35,7 +35,8 @@ public:
             _setmode(standardHandle, _O_BINARY);
         if (m_handle < 0)
             fail();
-        struct _stat64 about{};
+        struct _stat64 about
+        {};
         if (_fstat64(m_handle, &about) == 0 && (about.st_mode & _S_IFMT) == _S_IFREG)
             m_size = static_cast<std::uint64_t>(about.st_size);
     }

@@ -1,7 +1,7 @@
-#include "tests/host/PcapFile.h"
 #include "host/live/AnalysisOptions.h"
 #include "host/live/Recording.h"
 #include "host/render/ValueText.h"
+#include "tests/host/PcapFile.h"
 
 #include "ketstats/ketstats.h"
 
