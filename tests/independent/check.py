@@ -42,7 +42,7 @@ def run(command):
 def differences(ketmon, capture, options, folder):
     counted = folder / "counted.json"
     expected = folder / "expected.json"
-    counted.write_text(run([*ketmon, "read", "--json", str(capture), *options]))
+    counted.write_text(run([*ketmon, "read", "--json", "--quiet", "--rows", "standard", str(capture), *options]))
     expected.write_text(run([sys.executable, str(HERE / "count.py"), str(capture), *options]))
     if not json.loads(expected.read_text())["statistics"]:
         raise RuntimeError(f"{capture}: nothing was counted")
