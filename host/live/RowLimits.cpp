@@ -94,8 +94,10 @@ void addRowsOption(CLI::App & command, CRowOptions & options)
         .add_option("--rows", options.given,
                     fmt::format("Rows that a table keeps, 1 to {}, such as ip_traffic=20000, or all=N for "
                                 "every table; 'standard' for the library's own limits. May be given again. "
-                                "{} rows a table unless given",
-                                mostRows, options.usual))
+                                "{} unless given",
+                                mostRows,
+                                options.usual == 0 ? std::string(libraryLimits)
+                                                   : fmt::format("{} rows a table", options.usual)))
         ->allow_extra_args(false)
         ->check(notEmpty())
         ->type_name("TABLE=N");
@@ -104,7 +106,8 @@ void addRowsOption(CLI::App & command, CRowOptions & options)
 CTableLimits tableLimits(CRowOptions const & options)
 {
     CTableLimits limits;
-    setEveryTable(limits, options.usual);
+    if (options.usual != 0)
+        setEveryTable(limits, options.usual);
     for (std::string const & text : options.given)
         apply(text, limits);
     return limits;

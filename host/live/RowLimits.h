@@ -12,13 +12,13 @@ namespace ketmon {
 // How many rows a table keeps unless it is said. Rows take memory only as they come; README and manual tell how
 // much.
 inline constexpr unsigned int rowsOfFiles = 16384;
-inline constexpr unsigned int rowsOfAgents = 4096;
+inline constexpr unsigned int rowsOfAgents = 0;
 
 // The option --rows.
 struct CRowOptions
 {
-    std::vector<std::string> given; // "TABLE=N", "all=N" or "standard", of which later ones win
-    unsigned int usual = rowsOfFiles;
+    std::vector<std::string> given;   // "TABLE=N", "all=N" or "standard", of which later ones win
+    unsigned int usual = rowsOfFiles; // 0 for the library's own limits
 };
 
 void addRowsOption(CLI::App & command, CRowOptions & options);
