@@ -42,8 +42,8 @@ TEST(Tree, JsonStaysAsItIs)
         EXPECT_EQ(ketmon({"read", "-q", "--tree", "--json", "--rows", "standard", capture(name)}).output,
                   golden(stemOf(name) + ".json"))
             << name;
-        EXPECT_EQ(ketmon({"read", "-q", "--tree", "--json", "--rows", "standard", "--precision", "1", "--link-speed", "1000000",
-                          capture(name)})
+        EXPECT_EQ(ketmon({"read", "-q", "--tree", "--json", "--rows", "standard", "--precision", "1",
+                          "--link-speed", "1000000", capture(name)})
                       .output,
                   golden(stemOf(name) + ".precision.json"))
             << name;
