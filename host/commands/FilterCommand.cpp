@@ -69,7 +69,7 @@ struct CVerdicts
     unsigned long long disagreed = 0; // the filter and its expression
 };
 
-// What becomes of the frames of the files. Those that pass the filter are written, if there is a writer.
+// What becomes of the frames of the file. Those that pass the filter are written, if there is a writer.
 CVerdicts verdicts(CFilterOptions const & options, CFilter const & filter, CCaptureWriter * writer)
 {
     CVerdicts result;
@@ -99,9 +99,8 @@ void passFrames(CFilterOptions const & options, CFilter const & filter)
     if (options.frames)
         writeOutput(fmt::format("{}\n", result.passed));
     if (result.disagreed != 0)
-        tell(fmt::format("{}: the expression decides otherwise than the row's own filter on {} frame{}, "
-                         "which are cut, too "
-                         "short, or behind more than two VLAN tags",
+        tell(fmt::format("{}: the expression decides otherwise than the row's own filter on {} frame{}, which are "
+                         "cut, too short, or behind more than two VLAN tags",
                          nameOf(options.files), result.disagreed, result.disagreed == 1 ? "" : "s"));
 }
 
