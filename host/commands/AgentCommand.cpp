@@ -1,8 +1,10 @@
 #include "host/commands/AgentCommand.h"
 
-#include "host/capture/FrameFeed.h"
+#include "host/agent/CaptureThread.h"
+#include "host/capture/CaptureFiles.h"
 #include "host/capture/LiveCapture.h"
-#include "host/capture/OpenCapture.h"
+#include "host/live/EndLine.h"
+#include "host/live/FileCount.h"
 #include "host/support/Failure.h"
 #include "host/support/OptionChecks.h"
 #include "host/support/Output.h"
@@ -13,9 +15,8 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <exception>
 #include <memory>
-#include <thread>
+#include <optional>
 
 namespace ketmon {
 
@@ -28,68 +29,13 @@ std::chrono::milliseconds milliseconds(double seconds)
     return std::chrono::milliseconds(static_cast<long long>(seconds * 1000.0));
 }
 
-// The thread on which frames are read and analysed.
-class CCaptureThread
-{
-public:
-    CCaptureThread(CKetrinStatManager & manager, CCaptureSource & source, CFeedOptions const & options)
-        : m_manager(manager),
-          m_source(source),
-          m_options(options)
-    {}
-
-    // `ended` is called on the thread, as its last deed.
-    void start(std::function<void(CEnd const & end)> ended)
-    {
-        m_thread = std::jthread([this, ended = std::move(ended)](std::stop_token const & stop) {
-            unsigned long long frames = 0;
-            CEnd end;
-            try {
-                feedFrames(m_manager, m_source, m_options, stop, frames);
-            } catch (CInterfaceGone const & failure) {
-                m_failure = std::current_exception();
-                end = {EndReason::interfaceGone, 0, failure.what()};
-            } catch (std::exception const & failure) {
-                m_failure = std::current_exception();
-                end = {EndReason::failed, 0, failure.what()};
-            }
-            end.frames = frames;
-            ended(end);
-        });
-    }
-
-    void stop()
-    {
-        m_thread.request_stop();
-        m_source.stop();
-    }
-
-    // Ends the thread. Throws what it failed with.
-    void join()
-    {
-        if (!m_thread.joinable())
-            return;
-        stop();
-        m_thread.join();
-        if (m_failure)
-            std::rethrow_exception(m_failure);
-    }
-
-private:
-    CKetrinStatManager & m_manager;
-    CCaptureSource & m_source;
-    CFeedOptions m_options;
-    std::exception_ptr m_failure; // written by the thread, read behind its end
-    std::jthread m_thread;
-};
-
 CInput inputOf(CAgentOptions const & options)
 {
     if (!options.interface.empty())
         return openLiveCapture(options.interface, options.filter, options.analysis.linkSpeed);
     CInput input;
     input.hook = std::make_unique<CFileHook>(options.analysis.linkSpeed);
-    input.source = openCapture(options.file);
+    input.source = std::make_unique<CCaptureFiles>(options.files);
     return input;
 }
 
@@ -106,12 +52,20 @@ CServed servedBy(CAgentOptions const & options, CInput const & input)
     // Where a service manager gives its services a folder of their own, it is named there.
     served.identity = options.identity.empty() ? keptIdentity(environment("STATE_DIRECTORY"))
                                                : parsedIdentity(options.identity);
-    served.kind = options.file.empty() ? SourceKind::interface : SourceKind::file;
-    served.source = options.file.empty() ? options.interface : options.file;
+    served.kind = options.files.empty() ? SourceKind::interface : SourceKind::file;
+    served.source = options.files.empty() ? options.interface : nameOf(options.files);
     served.linkSpeed = static_cast<std::uint64_t>(std::max(0L, input.hook->GetLinkSpeed()));
     served.errors = input.errors;
     served.counters = input.counters;
     return served;
+}
+
+std::optional<CDrops> dropsOf(CInput const & input)
+{
+    CCaptureCounters const known = input.counters();
+    if (!known.droppedByKernel && !known.droppedByInterface)
+        return {};
+    return CDrops{known.droppedByKernel.value_or(0), known.droppedByInterface.value_or(0)};
 }
 
 } // namespace
@@ -119,12 +73,14 @@ CServed servedBy(CAgentOptions const & options, CInput const & input)
 void addAgentCommand(CLI::App & app)
 {
     auto const options = std::make_shared<CAgentOptions>();
+    options->analysis.rows.usual = rowsOfAgents;
     CLI::App * const command =
         app.add_subcommand("agent", "Count frames and serve the statistics to consoles over TCP");
     command->footer("The address that it listens on is printed as the first line. Whoever reaches that\n"
                     "address can read the statistics; there is no password and no encryption.");
-    CLI::Option * const file = command->add_option("-r,--read", options->file, "Replay a capture file");
-    file->type_name("FILE");
+    CLI::Option * const file = command->add_option(
+        "-r,--read", options->files, "Replay a capture file, - for the standard input; may be given again");
+    file->allow_extra_args(false)->type_name("FILE");
     command
         ->add_option("--pace", options->pace,
                      "How many times faster than it was captured the file is replayed; 0 for as fast as it "
@@ -133,6 +89,13 @@ void addAgentCommand(CLI::App & app)
         ->capture_default_str()
         ->needs(file)
         ->type_name("FACTOR");
+    command
+        ->add_option("--longest-gap", options->longestGap,
+                     "Wait no longer than that for the next frame of a file, whatever its time says")
+        ->check(between(0, 1e9))
+        ->capture_default_str()
+        ->needs(file)
+        ->type_name("SECONDS");
     CLI::Option * const interface =
         command->add_option("-i,--interface", options->interface, "Count what passes a network interface");
     interface->excludes(file)->type_name("INTERFACE");
@@ -185,7 +148,7 @@ void addAgentCommand(CLI::App & app)
 
 void runAgent(CAgentOptions const & options)
 {
-    if (options.file.empty() == options.interface.empty())
+    if (options.files.empty() == options.interface.empty())
         throw CFailure(exitBadInput,
                        "agent: what to count is missing: -r FILE or -i INTERFACE (see ketmon agent --help)");
 
@@ -196,20 +159,21 @@ void runAgent(CAgentOptions const & options)
 
     CInput const input = inputOf(options);
     CServed const served = servedBy(options, input);
-    CKetrinStatManager manager;
+    CKetrinStatManager manager(tableLimits(options.analysis.rows));
     configure(manager, options.analysis);
     manager.beginAnalyzing(input.hook.get());
 
-    double const pace = options.file.empty() ? 0.0 : options.pace;
-    CCaptureThread capture(manager, *input.source, {pace, options.count});
+    double const pace = options.files.empty() ? 0.0 : options.pace;
+    CCaptureThread capture(manager, *input.source, {pace, options.longestGap, options.count});
     CAgentServer server(
         manager, serverOptions, served,
         [&] { capture.start([&server](CEnd const & end) { server.captureEnded(end); }); },
         [&] { capture.stop(); });
     writeOutput(fmt::format("listening on {}\n", server.endpoint().toString()));
     server.run();
-    capture.join();
+    CCaptureSummary const & summary = capture.join();
     manager.endAnalyzing();
+    tellEnd(summary, manager.getAgentStatistic().ledgers(), dropsOf(input), options.server.quiet);
 }
 
 } // namespace ketmon

@@ -48,10 +48,10 @@ int runCommands(int argc, char const * const * argv)
     } catch (CLI::CallForHelp const &) {
         // The help of the command that it was asked for.
         auto const asked = app.get_subcommands();
-        fmt::print("{}", asked.empty() ? app.help() : asked.front()->help("ketmon"));
+        writeOutput(asked.empty() ? app.help() : asked.front()->help("ketmon"));
         return exitSuccess;
     } catch (CLI::CallForVersion const & version) {
-        fmt::print("{}\n", version.what());
+        writeOutput(fmt::format("{}\n", version.what()));
         return exitSuccess;
     } catch (CLI::ParseError const & error) {
         bool const unknownCommand = argc > 1 && argv[1][0] != '-' && !hasCommand(app, argv[1]);
@@ -67,6 +67,7 @@ int run(int argc, char const * const * argv)
 {
     letBrokenPipesFail();
     try {
+        holdStandardStreams();
         int const exitCode = runCommands(argc, argv);
         flushOutput();
         return exitCode;

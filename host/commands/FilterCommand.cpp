@@ -1,18 +1,22 @@
 #include "host/commands/FilterCommand.h"
 
 #include "host/capture/CaptureExpression.h"
+#include "host/capture/CaptureFiles.h"
 #include "host/capture/CaptureWriter.h"
-#include "host/capture/OpenCapture.h"
 #include "host/capture/Progress.h"
+#include "host/live/EndLine.h"
 #include "host/live/FileCount.h"
+#include "host/support/ByteSource.h"
 #include "host/support/Failure.h"
 #include "host/support/Oid.h"
 #include "host/support/OptionChecks.h"
+#include "host/support/Output.h"
 
 #include "ketstats/ketstats.h"
 
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -33,7 +37,7 @@ std::unique_ptr<CFilter> filterOf(CFilterOptions const & options, CFileCount con
     if (!stat)
         throw CFailure(exitBadInput, fmt::format("{}: there is no statistic {} at the end of the capture "
                                                  "(ketmon read shows them, with the ids of rows)",
-                                                 options.file, options.oid));
+                                                 nameOf(options.files), options.oid));
     std::unique_ptr<CFilter> filter(KetStats::buildFilter(stat));
     if (!filter)
         throw CFailure(exitBadInput, fmt::format("{} is in no row of a table of traffic, so it has no filter",
@@ -45,7 +49,7 @@ std::unique_ptr<CFilter> filterOf(CFilterOptions const & options, CFileCount con
 bool isReadOnce(std::string const & file)
 {
     std::error_code error;
-    return std::filesystem::is_other(std::filesystem::status(file, error));
+    return file == standardInput || std::filesystem::is_other(std::filesystem::status(file, error));
 }
 
 // Null where the system can't try expressions.
@@ -70,10 +74,10 @@ CVerdicts verdicts(CFilterOptions const & options, CFilter const & filter, CCapt
 {
     CVerdicts result;
     auto const expression = triedExpression(filter.GetDescription());
-    auto const source = openCapture(options.file);
-    CProgress progress(options.file, *source, options.quiet);
+    CCaptureFiles source(options.files);
+    CProgress progress(nameOf(options.files), source, options.quiet);
     CNetworkFrame frame;
-    for (CCapturedFrame captured{}; source->next(captured); progress.step()) {
+    for (CCapturedFrame captured{}; source.next(captured); progress.step()) {
         frame.Assign(captured.data, captured.capturedLength, captured.length);
         bool const passes = filter.IsSatisfied(&frame);
         result.disagreed += expression && expression->passes(captured) != passes;
@@ -82,6 +86,22 @@ CVerdicts verdicts(CFilterOptions const & options, CFilter const & filter, CCapt
             writer->write(captured);
     }
     return result;
+}
+
+void passFrames(CFilterOptions const & options, CFilter const & filter)
+{
+    std::optional<CCaptureWriter> writer;
+    if (!options.output.empty())
+        writer.emplace(options.output);
+    CVerdicts const result = verdicts(options, filter, writer ? &*writer : nullptr);
+    if (writer)
+        writer->finish();
+    if (options.frames)
+        writeOutput(fmt::format("{}\n", result.passed));
+    if (result.disagreed != 0)
+        tell(fmt::format("{}: the expression decides otherwise than the row's own filter on {} frame{}, which are "
+                         "cut, too short, or behind more than two VLAN tags",
+                         nameOf(options.files), result.disagreed, result.disagreed == 1 ? "" : "s"));
 }
 
 } // namespace
@@ -93,46 +113,44 @@ void addFilterCommand(CLI::App & app)
         "filter", "Print the capture filter that selects the traffic of a row of a capture's statistics");
     command->footer("OID names a row such as 1.5.2, or what stands in one, as ketmon read shows it. The\n"
                     "expression is one that tcpdump and ketmon agent -f take.");
-    command->add_option("FILE", options->file, "Capture file with frames of Ethernet")->required();
-    command->add_option("OID", options->oid, "Identifier of the statistic")->required();
+    command
+        ->add_option("FILE", options->files,
+                     "Capture files with frames of Ethernet, as for read, and last the identifier of the "
+                     "statistic")
+        ->required()
+        ->type_name("... OID");
     command->add_flag("--frames", options->frames, "Print how many frames of FILE pass, on a second line");
     command->add_option("-w,--write", options->output, "Write these frames to a capture file")
         ->check(notEmpty())
         ->type_name("OUT.pcap");
     addAnalysisOptions(*command, options->analysis);
     command->add_flag("-q,--quiet", options->quiet, "No progress on stderr");
-    command->callback([options] { printFilter(*options); });
+    command->callback([options] {
+        // The parser would give all of them to the files, or take options only in front of them.
+        if (options->files.size() < 2)
+            throw CFailure(exitBadInput, "filter: FILE or OID is missing (see ketmon filter --help)");
+        options->oid = options->files.back();
+        options->files.pop_back();
+        printFilter(*options);
+    });
 }
 
 void printFilter(CFilterOptions const & options)
 {
     bool const withFrames = options.frames || !options.output.empty();
-    if (withFrames && isReadOnce(options.file))
-        throw CFailure(exitBadInput,
-                       fmt::format("{}: is read twice for --frames and --write, so it can't be a "
-                                   "pipe or a device",
-                                   options.file));
+    for (std::string const & file : options.files)
+        if (withFrames && isReadOnce(file))
+            throw CFailure(exitBadInput,
+                           fmt::format("{}: is read twice for --frames and --write, so it can't "
+                                       "be a pipe or a device",
+                                       file));
     CFileCount count(options.analysis, {});
-    count.run(options.file, options.quiet);
+    count.run(options.files, options.quiet);
     std::unique_ptr<CFilter> const filter = filterOf(options, count);
-    fmt::print("{}\n", filter->GetDescription());
-    if (isReadOnce(options.file))
-        return;
-
-    std::optional<CCaptureWriter> writer;
-    if (!options.output.empty())
-        writer.emplace(options.output);
-    CVerdicts const result = verdicts(options, *filter, writer ? &*writer : nullptr);
-    if (writer)
-        writer->finish();
-    if (options.frames)
-        fmt::print("{}\n", result.passed);
-    if (result.disagreed != 0)
-        fmt::print(
-            stderr,
-            "ketmon: {}: on {} frame{} the expression decides otherwise than the row's own filter (cut, too "
-            "short, or behind more than two VLAN tags)\n",
-            options.file, result.disagreed, result.disagreed == 1 ? "" : "s");
+    writeOutput(filter->GetDescription() + '\n');
+    if (std::none_of(options.files.begin(), options.files.end(), isReadOnce))
+        passFrames(options, *filter);
+    tellEnd(count.summary(), {}, {}, true);
 }
 
 } // namespace ketmon

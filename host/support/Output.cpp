@@ -1,14 +1,13 @@
 #include "host/support/Output.h"
 
 #include "host/support/Escaped.h"
-#include "host/support/Failure.h"
 
 #include <fmt/core.h>
 
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <exception>
-#include <system_error>
 
 namespace ketmon {
 
@@ -16,35 +15,40 @@ namespace {
 
 [[noreturn]] void fail()
 {
-    int const reason = errno;
-    // What is left of it can't be written either.
-    std::clearerr(stdout);
-    throw CFailure(exitFailure,
-                   fmt::format("can't write the output: {}", std::generic_category().message(reason)));
+    throw CFailure(exitFailure, fmt::format("the output can't be written: {}", std::strerror(errno)));
 }
 
 } // namespace
 
 void writeOutput(std::string_view text)
 {
-    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size())
+    if (!text.empty() && std::fwrite(text.data(), 1, text.size(), stdout) != text.size())
         fail();
     flushOutput();
 }
 
 void flushOutput()
 {
+    // An error of an earlier write is known by the mark that it left.
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
         fail();
 }
 
-void tell(std::string const & line) noexcept
+void tell(std::string_view line) noexcept
 {
     try {
+        // In one piece, so that lines of several threads or programs don't mix.
         std::fprintf(stderr, "ketmon: %s\n", escaped(line).c_str());
     } catch (std::exception const &) {
-        // Without memory there is no word of it.
+        // There is no memory for it.
     }
+}
+
+void failWith(ExitCode exitCode, std::vector<std::string> const & lines)
+{
+    for (std::size_t i = 0; i + 1 < lines.size(); ++i)
+        tell(lines[i]);
+    throw CFailure(exitCode, lines.back());
 }
 
 } // namespace ketmon

@@ -42,7 +42,8 @@ std::vector<std::string> replay(std::string const & name, std::vector<std::strin
 
 ordered_json readStatistics(std::string const & name)
 {
-    return test::ketmon({"read", "--tree", "--json", capture(name)}).json()["statistics"];
+    return test::ketmon({"read", "--tree", "--json", "--rows", "standard", capture(name)})
+        .json()["statistics"];
 }
 
 // Takes out what depends on when samples were taken, and percentages to the hundredth within which they stay
@@ -423,7 +424,7 @@ TEST(Agent, SaysWhenItsFirstLineCanNotBeWritten)
                    capture("empty.pcap"), "--listen", "127.0.0.1:0"});
 
     EXPECT_EQ(outcome.exitCode, 1);
-    EXPECT_EQ(outcome.errors, "ketmon: can't write the output: No space left on device\n");
+    EXPECT_EQ(outcome.errors, "ketmon: the output can't be written: No space left on device\n");
 }
 
 } // namespace

@@ -285,13 +285,13 @@ TEST(Console, SaysWhenItsOutputCanNotBeWritten)
     test::Outcome const full = test::run(
         {"sh", "-c", "exec \"$0\" \"$@\" >/dev/full", KETMON_PROGRAM, "console", agent.address(), "--json"});
     EXPECT_EQ(full.exitCode, 1);
-    EXPECT_EQ(full.errors, "ketmon: can't write the output: No space left on device\n");
+    EXPECT_EQ(full.errors, "ketmon: the output can't be written: No space left on device\n");
 
     Process client({"console", agent.address()});
     EXPECT_NE(client.line(), "");
     client.closeOutput();
     EXPECT_EQ(client.wait(), 1);
-    EXPECT_EQ(client.errors(), "ketmon: can't write the output: Broken pipe\n");
+    EXPECT_EQ(client.errors(), "ketmon: the output can't be written: Broken pipe\n");
 }
 
 } // namespace
