@@ -15,3 +15,13 @@ target_include_directories(ketmon_host SYSTEM PRIVATE ${ASIO_INCLUDE_DIR})
 configure_file(ketmon.1.in ketmon.1 @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/ketmon.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES ketmon.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME ketmon)
+
+# Host names come from the DNS where c-ares is there to ask it.
+pkg_check_modules(CARES IMPORTED_TARGET libcares)
+option(KETSTATS_DNS "Let ketmon ask for host names, with c-ares" ${CARES_FOUND})
+if(KETSTATS_DNS)
+    target_sources(ketmon_host PRIVATE render/cares/HostNames.cpp)
+    target_link_libraries(ketmon_host PRIVATE PkgConfig::CARES)
+else()
+    target_sources(ketmon_host PRIVATE render/nodns/HostNames.cpp)
+endif()

@@ -16,3 +16,6 @@ target_include_directories(ketmon_host SYSTEM PUBLIC ${headers})
 target_compile_definitions(ketmon_host PUBLIC FMT_HEADER_ONLY)
 target_link_libraries(ketmon_host PUBLIC ws2_32 mswsock)
 ketstats_install_terms(libcli11-dev libfmt-dev nlohmann-json3-dev libasio-dev)
+
+# There are no host names.
+target_sources(ketmon_host PRIVATE render/nodns/HostNames.cpp)
