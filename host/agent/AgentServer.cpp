@@ -4,10 +4,10 @@
 #include "host/support/Failure.h"
 #include "host/wire/Fingerprint.h"
 
-#include <asio/executor_work_guard.hpp>
-#include <asio/io_context.hpp>
-#include <asio/post.hpp>
-#include <asio/signal_set.hpp>
+#include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/asio/signal_set.hpp>
 #include <fmt/core.h>
 
 #include <algorithm>
@@ -16,7 +16,7 @@
 
 namespace ketmon {
 
-using asio::ip::tcp;
+using boost::asio::ip::tcp;
 
 namespace {
 
@@ -90,7 +90,7 @@ private:
                 resolver.resolve(m_options.listen.address, std::to_string(m_options.listen.port),
                                  tcp::resolver::passive | tcp::resolver::numeric_service);
             m_acceptor = tcp::acceptor(m_io, found.begin()->endpoint());
-        } catch (asio::system_error const & error) {
+        } catch (boost::system::system_error const & error) {
             throw CFailure(exitFailure, fmt::format("can't listen on {}: {}", m_options.listen.toString(),
                                                     error.code().message()));
         }
@@ -181,7 +181,7 @@ private:
             if (error)
                 return;
             m_lingered = true;
-            asio::error_code ignored;
+            CErrorCode ignored;
             m_acceptor.close(ignored);
             m_acceptTimer.cancel();
             // Links that never said hello have nothing to wait for.

@@ -4,8 +4,8 @@
 #include "host/wire/Fingerprint.h"
 #include "host/wire/SnapshotBytes.h"
 
-#include <asio/buffer.hpp>
-#include <asio/write.hpp>
+#include <boost/asio/buffer.hpp>
+#include <boost/asio/write.hpp>
 #include <fmt/core.h>
 
 #include <algorithm>
@@ -21,7 +21,7 @@ constexpr std::size_t sendBuffer = std::size_t{256} << 10;
 
 std::string nameOf(asio::ip::tcp::socket const & socket)
 {
-    asio::error_code error;
+    CErrorCode error;
     auto const peer = socket.remote_endpoint(error);
     return error ? "?" : CEndpoint{peer.address().to_string(), peer.port()}.toString();
 }
@@ -35,7 +35,7 @@ CConsoleLink::CConsoleLink(asio::ip::tcp::socket socket, CLinkContext const & co
       m_peer(nameOf(m_socket)),
       m_queue(context.backlog)
 {
-    asio::error_code ignored;
+    CErrorCode ignored;
     m_socket.set_option(
         asio::socket_base::send_buffer_size(static_cast<int>(std::min(sendBuffer, context.backlog))),
         ignored);
@@ -177,7 +177,7 @@ void CConsoleLink::finish()
     }
     if (m_writing)
         return;
-    asio::error_code ignored;
+    CErrorCode ignored;
     m_socket.shutdown(asio::ip::tcp::socket::shutdown_send, ignored);
 }
 
@@ -207,7 +207,7 @@ void CConsoleLink::close()
         return;
     m_state = isClosed;
     m_timer.cancel();
-    asio::error_code ignored;
+    CErrorCode ignored;
     m_socket.close(ignored);
     m_context.gone();
 }

@@ -1,11 +1,12 @@
 #pragma once
 
+#include "host/wire/Asio.h"
 #include "host/wire/Protocol.h"
 #include "host/wire/Selection.h"
 #include "host/wire/SendQueue.h"
 
-#include <asio/ip/tcp.hpp>
-#include <asio/steady_timer.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/steady_timer.hpp>
 
 #include <array>
 #include <functional>

@@ -28,7 +28,7 @@ bool hasCommand(CLI::App const & app, std::string const & name)
 int runCommands(int argc, char const * const * argv)
 {
     CLI::App app("Network statistics of captured Ethernet frames", "ketmon");
-    app.set_version_flag("--version", "ketmon " KETMON_VERSION);
+    app.set_version_flag("--version", "ketmon " KETMON_VERSION KETMON_FEATURES);
     app.require_subcommand(1);
     app.allow_windows_style_options(false); // paths start with a slash there too
     app.footer("'ketmon COMMAND --help' tells the options of a command.\n"

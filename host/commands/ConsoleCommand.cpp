@@ -1,19 +1,21 @@
 #include "host/commands/ConsoleCommand.h"
 
 #include "host/console/ConsoleView.h"
+#include "host/render/TableChoice.h"
 #include "host/support/Failure.h"
 #include "host/support/OptionChecks.h"
+#include "host/wire/Asio.h"
 #include "host/wire/Fingerprint.h"
 #include "host/wire/Protocol.h"
 #include "host/wire/SnapshotBytes.h"
 
-#include <asio/buffer.hpp>
-#include <asio/connect.hpp>
-#include <asio/io_context.hpp>
-#include <asio/ip/tcp.hpp>
-#include <asio/signal_set.hpp>
-#include <asio/steady_timer.hpp>
-#include <asio/write.hpp>
+#include <boost/asio/buffer.hpp>
+#include <boost/asio/connect.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/signal_set.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/asio/write.hpp>
 #include <fmt/core.h>
 
 #include <csignal>
@@ -21,21 +23,11 @@
 
 namespace ketmon {
 
-using asio::ip::tcp;
+using boost::asio::ip::tcp;
 
 namespace {
 
 constexpr std::chrono::seconds timeToGreet(10);
-
-CSelection checkedSelection(std::vector<std::string> const & names)
-{
-    try {
-        KetStats::CAgentStatistic shape;
-        return {names, shape};
-    } catch (CBadSelection const & error) {
-        throw CFailure(exitBadInput, fmt::format("--select: {}", error.what()));
-    }
-}
 
 // The console's end of a connection. Everything runs on the thread that calls `run`.
 class CConsole
@@ -44,7 +36,7 @@ public:
     explicit CConsole(CConsoleOptions const & options)
         : m_options(options),
           m_endpoint(CEndpoint::parsed(options.agent)),
-          m_selection(checkedSelection(options.select)),
+          m_selection(parsedChoice(options.report.select)),
           m_view(options.report, m_selection, m_endpoint.toString())
     {}
 
@@ -73,7 +65,7 @@ private:
 
     void connect()
     {
-        asio::error_code error;
+        CErrorCode error;
         auto const addresses = tcp::resolver(m_io).resolve(
             m_endpoint.address, std::to_string(m_endpoint.port), tcp::resolver::numeric_service, error);
         if (error)
@@ -168,12 +160,6 @@ void addConsoleCommand(CLI::App & app)
     command->add_option("AGENT", options->agent, "Where the agent listens")
         ->capture_default_str()
         ->type_name("ADDRESS:PORT");
-    command
-        ->add_option("--select", options->select,
-                     "Statistics to show, such as 1.5 or 1.4.1; may be given again. All unless given; 1.1 "
-                     "always comes along")
-        ->allow_extra_args(false)
-        ->type_name("OID");
     command->add_option("--count", options->count, "End after so many samples")
         ->check(notEmpty())
         ->type_name("N");
@@ -183,6 +169,7 @@ void addConsoleCommand(CLI::App & app)
 
 void runConsole(CConsoleOptions const & options)
 {
+    check(options.report);
     auto const console = std::make_unique<CConsole>(options);
     console->run();
 }

@@ -18,6 +18,7 @@ void addReadCommand(CLI::App & app)
         command->add_option("FILE", options->file, "Capture file with frames of Ethernet");
     command->add_option("-r,--read", options->file, "The same as FILE")->excludes(file)->type_name("FILE");
     addReportOptions(*command, options->report);
+    addHostNameOption(*command, options->report);
     addAnalysisOptions(*command, options->analysis);
     CLI::Option * const save = command
                                    ->add_option("--save-snapshot", options->recording.path,
@@ -48,11 +49,17 @@ void readCapture(CReadOptions const & options)
     std::unique_ptr<CCaptureExpression> filter;
     if (!options.filter.empty())
         filter = compiledExpression(options.filter);
+    check(options.report);
     CRecordingOptions recording = options.recording;
     recording.capture = options.file;
     CFileCount count(options.analysis, recording);
     count.run(options.file, options.quiet, filter.get());
-    fmt::print("{}", CReport(options.report).whole(options.file, count.frames(), count.result()));
+
+    CSampleFacts facts = count.facts();
+    facts.source.kind = CSourceFigures::Kind::file;
+    facts.source.name = options.file;
+    fmt::print("{}",
+               output(options.report, figuresOf(count.result(), facts), count.result(), count.frames()));
 }
 
 } // namespace ketmon

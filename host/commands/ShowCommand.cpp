@@ -1,5 +1,6 @@
 #include "host/commands/ShowCommand.h"
 
+#include "host/render/SampleFacts.h"
 #include "host/support/Failure.h"
 #include "host/wire/SnapshotBytes.h"
 #include "host/wire/SnapshotFiles.h"
@@ -19,11 +20,13 @@ void addShowCommand(CLI::App & app)
         ->add_option("FILE", options->files, "A full snapshot, and then the deltas behind it in their order")
         ->required();
     addReportOptions(*command, options->report);
+    addHostNameOption(*command, options->report);
     command->callback([options] { showSnapshots(*options); });
 }
 
 void showSnapshots(CShowOptions const & options)
 {
+    check(options.report);
     KetStats::CStatSnapshot snapshot;
     for (std::string const & file : options.files) {
         std::string const bytes = loadSnapshot(file);
@@ -34,9 +37,12 @@ void showSnapshots(CShowOptions const & options)
         }
     }
     snapshot.calculatePercentStats();
-    fmt::print(
-        "{}",
-        CReport(options.report).whole(options.files.back(), framesOf(snapshot), *snapshot.getStat("1")));
+    auto const & tree = dynamic_cast<KetStats::CAgentStatistic const &>(*snapshot.getStat("1"));
+    CSampleFacts facts;
+    facts.source.kind = CSourceFigures::Kind::file;
+    facts.source.name = options.files.back();
+    facts.counted = groupsThatCounted(tree);
+    fmt::print("{}", output(options.report, figuresOf(tree, facts), tree, framesOf(snapshot)));
 }
 
 } // namespace ketmon

@@ -2,6 +2,9 @@
 
 #include "host/capture/OpenCapture.h"
 #include "host/capture/Progress.h"
+#include "host/live/Groups.h"
+
+#include <algorithm>
 
 namespace ketmon {
 
@@ -22,6 +25,7 @@ CFileCount::CFileCount(CAnalysisOptions const & analysis, CRecordingOptions cons
 void CFileCount::run(std::string const & file, bool quiet, CCaptureExpression const * filter)
 {
     auto const source = openCapture(file);
+    m_filtering = filter != nullptr;
     CCapturedFrame captured{};
     bool more = source->next(captured);
 
@@ -33,6 +37,8 @@ void CFileCount::run(std::string const & file, bool quiet, CCaptureExpression co
         CNetworkFrame frame;
         for (; more; more = source->next(captured)) {
             m_recording->advance(captured.ticks);
+            m_first = std::min(m_first.value_or(captured.ticks), captured.ticks);
+            m_last = std::max(m_last.value_or(captured.ticks), captured.ticks);
             frame.Assign(captured.data, captured.capturedLength, captured.length);
             m_manager.analyzeFrame(&frame);
             if (filter && filter->passes(captured))
@@ -43,6 +49,18 @@ void CFileCount::run(std::string const & file, bool quiet, CCaptureExpression co
     }
     m_recording->finish();
     m_manager.endAnalyzing();
+}
+
+CSampleFacts CFileCount::facts() const
+{
+    CSampleFacts facts;
+    facts.zero = m_first;
+    facts.time = m_last;
+    facts.counted = countedGroups(m_manager);
+    facts.filterGiven = m_filtering;
+    if (long const speed = m_hook.linkSpeed(); speed > 0)
+        facts.source.linkBitsPerSecond = static_cast<std::uint64_t>(speed);
+    return facts;
 }
 
 } // namespace ketmon

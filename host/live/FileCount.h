@@ -3,6 +3,7 @@
 #include "host/capture/CaptureExpression.h"
 #include "host/live/AnalysisOptions.h"
 #include "host/live/Recording.h"
+#include "host/render/SampleFacts.h"
 
 #include "ketstats/ketstats.h"
 
@@ -23,7 +24,9 @@ public:
 
     unsigned long long frames() const { return m_frames; }
     // All statistics, with all that is derived.
-    KetStats::CBaseStat const & result() const { return m_recording->result(); }
+    KetStats::CAgentStatistic const & result() const { return m_recording->result(); }
+    // What is known of them beside it, but for the source's name.
+    CSampleFacts facts() const;
     // The statistic among them that the identifier names; null if it leads nowhere.
     KetStats::CBaseStat const * find(KetStats::COid const & oid) const { return m_recording->find(oid); }
 
@@ -33,6 +36,8 @@ private:
     CRecordingOptions m_recordingOptions;
     std::unique_ptr<CRecording> m_recording;
     unsigned long long m_frames = 0;
+    CMoment m_first, m_last; // stamps, which may stand in any order
+    bool m_filtering = false;
 };
 
 } // namespace ketmon

@@ -37,4 +37,15 @@ void enableGroups(CKetrinStatManager & manager, std::vector<std::string> const &
     }
 }
 
+CGroupSet countedGroups(CKetrinStatManager const & manager)
+{
+    CGroupSet groups;
+    for (unsigned int group = 1; group <= 9; ++group)
+        groups[group] = manager.statisticEnabled(fmt::format("1.{}", group));
+    groups[1] = groups[3] = groups[9] = true; // whatever the flags say
+    groups[7] = groups[7] || groups[5];
+    groups[10] = groups[11] = groups[8];
+    return groups;
+}
+
 } // namespace ketmon

@@ -58,9 +58,9 @@ void CRecording::finish()
     m_receiver.calculatePercentStats();
 }
 
-KetStats::CBaseStat const & CRecording::result() const
+KetStats::CAgentStatistic const & CRecording::result() const
 {
-    return *m_receiver.getStat("1");
+    return dynamic_cast<KetStats::CAgentStatistic const &>(*m_receiver.getStat("1"));
 }
 
 KetStats::CBaseStat const * CRecording::find(KetStats::COid const & oid) const

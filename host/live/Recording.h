@@ -37,7 +37,7 @@ public:
     void finish();
 
     // What the second snapshot holds, with all that is derived.
-    KetStats::CBaseStat const & result() const;
+    KetStats::CAgentStatistic const & result() const;
     // The statistic in it that the identifier names; null if it leads nowhere.
     KetStats::CBaseStat const * find(KetStats::COid const & oid) const;
 

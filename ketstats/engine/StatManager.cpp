@@ -25,7 +25,7 @@ int bytesPerSecond(long bitsPerSecond)
 
 } // namespace
 
-CKetrinStatManager::CKetrinStatManager() = default;
+CKetrinStatManager::CKetrinStatManager(CTableLimits const & theLimits) : agentStatistic(theLimits) {}
 
 CKetrinStatManager::~CKetrinStatManager()
 {

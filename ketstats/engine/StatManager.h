@@ -43,7 +43,8 @@ class KETSTATS_API CKetrinStatManager
 public:
     using FrameHandler = void (*)(CNetworkFrame const * frame, void * context);
 
-    CKetrinStatManager();
+    // The limits are those of the live tree's tables; see CAgentStatistic.
+    explicit CKetrinStatManager(CTableLimits const & theLimits = {});
     virtual ~CKetrinStatManager();
 
     CKetrinStatManager(CKetrinStatManager const &) = delete;
@@ -99,6 +100,8 @@ public:
     // before it.
     long long getOverhead() const { return overhead.load(std::memory_order_relaxed); }
     bool analyzing() const { return isAnalyzing.load(std::memory_order_relaxed); }
+
+    CTableLimits const & limits() const { return agentStatistic.limits(); }
 
     // The live tree, for whoever holds it still: no frame may be analysed meanwhile.
     CAgentStatistic & getAgentStatistic() { return agentStatistic; }

@@ -9,6 +9,11 @@ CSpareStorage * CBaseHashedContainerStat::spareStorageFor(CBaseStat const * theP
     return container ? &const_cast<CBaseHashedContainerStat *>(container)->m_spareStorage : nullptr;
 }
 
+void CBaseHashedContainerStat::refuseLimit()
+{
+    ktools::raise<CException>(2, "StatTypes", 1220);
+}
+
 void CBaseHashedContainerStat::initlist()
 {
     freeIdx = limit;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ketstats/model/BaseStat.h"
+#include "ketstats/model/Ledger.h"
 #include "ketstats/model/SpareStorage.h"
 
 #include <cstddef>
@@ -24,6 +25,13 @@ namespace KetStats {
 class KETSTATS_API CBaseHashedContainerStat : public CBaseStat
 {
 public:
+    // Of containers that don't fit each other.
+    class KETSTATS_TYPE CException : public ktools::CException
+    {
+    public:
+        using ktools::CException::CException;
+    };
+
     void resetChanged() override;
     void setChanged() override;
     // This container's own flag; the rows are asked too, and their answers don't alter it.
@@ -50,6 +58,9 @@ public:
     // The row of that id, null if there is none. Unlike getChild it reaches every id.
     CBaseStat * rowById(unsigned int rowId) const { return rowId == 0 ? nullptr : childAt(rowId - 1); }
 
+    // What its rows had counted that this table gave up since it was last reset.
+    CLedger const & ledger() const { return m_ledger; }
+
     // Kept for a host's own checks; nothing in the library reads it.
     void SetOrderTesting(bool on) { orderTesting = on; }
 
@@ -69,6 +80,14 @@ protected:
     CBaseHashedContainerStat & operator=(CBaseHashedContainerStat const &) = delete;
 
     int doCompare(CBaseStat const & other) const override;
+
+    // Containers that take over each other's rows have the same ids for them. Throws CException, code 2,
+    // source "StatTypes", where the limits differ.
+    void expectLimitOf(CBaseHashedContainerStat const & other) const
+    {
+        if (other.limit != limit)
+            refuseLimit();
+    }
 
     // Empties the list.
     void initlist();
@@ -106,7 +125,10 @@ protected:
     unsigned int m_rowCount = 0;       // rows in the table
     unsigned int m_listed = 0;         // entries from this index on are vacant and were never written
     CChildEntry * childList = nullptr; // within the table's storage
-    CSpareStorage m_spareStorage;      // of tables within rows of this one
+    CLedger m_ledger;
+    CSpareStorage m_spareStorage; // of tables within rows of this one
+
+    [[noreturn]] static void refuseLimit();
 
     // Where the storage of this container comes from: the container among whose rows its parent is, null if
     // there is none.

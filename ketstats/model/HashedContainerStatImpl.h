@@ -258,6 +258,7 @@ template <class T, class K, class H>
 void CHashedContainerStat<T, K, H>::doAssign(CBaseStat const & other)
 {
     auto const & theirs = static_cast<CHashedContainerStat const &>(other);
+    expectLimitOf(theirs);
     doReset();
     for (unsigned int index = theirs.oldest; index != theirs.limit; index = theirs.childList[index].newer) {
         T const & source = static_cast<T const &>(*theirs.childList[index].child);
@@ -273,6 +274,7 @@ template <class T, class K, class H>
 bool CHashedContainerStat<T, K, H>::doCompareAssign(CBaseStat const & other)
 {
     auto const & theirs = static_cast<CHashedContainerStat const &>(other);
+    expectLimitOf(theirs);
     bool following = false;
     for (unsigned int index = theirs.oldest; index != theirs.limit; index = theirs.childList[index].newer) {
         T const & source = static_cast<T const &>(*theirs.childList[index].child);

@@ -1,6 +1,7 @@
 #include "ketstats/schema/AgentStatistic.h"
 
 #include <cstdint>
+#include <typeinfo>
 
 namespace KetStats {
 
@@ -8,9 +9,34 @@ namespace {
 
 constexpr unsigned short rootId = 1;
 
+CTableLimits const & checked(CTableLimits const & limits)
+{
+    for (unsigned int const limit :
+         {limits.stations, limits.protocols, limits.macConnections, limits.ipConnections, limits.arpTable,
+          limits.ipSubprotocols, limits.tcpPorts, limits.udpPorts, limits.stationTcpPorts,
+          limits.stationUdpPorts})
+        if (limit < smallestTableLimit || limit > largestTableLimit)
+            ktools::raise<CAgentStatistic::CException>(2, "TableLimits", 24);
+    return limits;
+}
+
 } // namespace
 
-CAgentStatistic::CAgentStatistic() : CUnfilteredContainerStat(nullptr, rootId, groupDescription()) {}
+CTableLimits const & schema::limitsAround(CBaseStat const * node)
+{
+    static CTableLimits const ofTheLibrary;
+    while (node && node->getParent())
+        node = node->getParent();
+    // A tree that is being built is a tree already.
+    return node && typeid(*node) == typeid(CAgentStatistic)
+               ? static_cast<CAgentStatistic const *>(node)->limits()
+               : ofTheLibrary;
+}
+
+CAgentStatistic::CAgentStatistic(CTableLimits const & theLimits)
+    : CUnfilteredContainerStat(nullptr, rootId, groupDescription()),
+      m_limits(checked(theLimits))
+{}
 
 CAgentStatistic::~CAgentStatistic() = default;
 
@@ -18,6 +44,20 @@ CStructStatDescription const & CAgentStatistic::groupDescription()
 {
     static CStructStatDescription const description(1145, columnDescriptions(), rootId);
     return description;
+}
+
+CLedgers CAgentStatistic::ledgers() const
+{
+    return {stations.ledger(),
+            protocols.ledger(),
+            macConnections.ledger(),
+            ipConnections.ledger(),
+            arpTable.ledger(),
+            ipSubprotocols.ledger(),
+            ipPorts.tcpPorts.ledger(),
+            ipPorts.udpPorts.ledger(),
+            CLedger(),
+            CLedger()};
 }
 
 CAgentStatistic::CStatPointer CAgentStatistic::getStatMemberPointer(COid const & oid)

@@ -3,6 +3,7 @@
 #include "ketstats/schema/Connections.h"
 #include "ketstats/schema/FrameTables.h"
 #include "ketstats/schema/GlobalStats.h"
+#include "ketstats/schema/Ledgers.h"
 #include "ketstats/schema/Ports.h"
 #include "ketstats/schema/Stations.h"
 
@@ -30,9 +31,15 @@ public:
         int offset = -1;
     };
 
-    // A tree with all values zero, all tables empty, and every node marked changed.
-    CAgentStatistic();
+    // A tree with all values zero, all tables empty, and every node marked changed. Throws CException, code
+    // 2, source "TableLimits", for a limit below 2, which leaves no room for a row, or above the largest.
+    explicit CAgentStatistic(CTableLimits const & theLimits = {});
     ~CAgentStatistic();
+
+    CTableLimits const & limits() const { return m_limits; }
+
+    // What the rows had counted that the tables gave up since the tree was last reset.
+    CLedgers ledgers() const;
 
     static CStructStatDescription const & groupDescription();
 
@@ -46,18 +53,21 @@ public:
     CBaseStat & operator[](CStatPointer const & position);
     CBaseStat const & operator[](CStatPointer const & position) const;
 
+private:
+    CTableLimits m_limits; // stands before the tables, which are built by it
+
     // clang-format off
-#define COLUMNS(COLUMN)                                                         \
-    COLUMN( 1, globalStatistics, schema::CGroupColumn<CGlobalStatisticsStat>)   \
-    COLUMN( 2, globalErrors,     schema::CGroupColumn<CGlobalErrorsStat>)       \
-    COLUMN( 3, globalFilter,     schema::CGroupColumn<CGlobalFilterStat>)       \
-    COLUMN( 4, frameTables,      schema::CGroupColumn<CFrameTablesStat>)        \
-    COLUMN( 5, stations,         schema::CTableColumn<CStationStat, 1149, 200>) \
-    COLUMN( 6, protocols,        schema::CTableColumn<CProtocolStat, 1150, 200>)\
-    COLUMN( 7, macConnections,   schema::CTableColumn<CMACConnectionStat, 1146, 200>)\
-    COLUMN( 8, ipConnections,    schema::CTableColumn<CIPConnectionStat, 1147, 1000>)\
-    COLUMN( 9, arpTable,         schema::CTableColumn<CARPStat, 1148, 200>)     \
-    COLUMN(10, ipSubprotocols,   schema::CTableColumn<CGenProtoStat<0>, 1212, 200>)\
+#define COLUMNS(COLUMN)                                                                                         \
+    COLUMN( 1, globalStatistics, schema::CGroupColumn<CGlobalStatisticsStat>)                                   \
+    COLUMN( 2, globalErrors,     schema::CGroupColumn<CGlobalErrorsStat>)                                       \
+    COLUMN( 3, globalFilter,     schema::CGroupColumn<CGlobalFilterStat>)                                       \
+    COLUMN( 4, frameTables,      schema::CGroupColumn<CFrameTablesStat>)                                        \
+    COLUMN( 5, stations,         schema::CTableColumn<CStationStat, 1149, &CTableLimits::stations>)             \
+    COLUMN( 6, protocols,        schema::CTableColumn<CProtocolStat, 1150, &CTableLimits::protocols>)           \
+    COLUMN( 7, macConnections,   schema::CTableColumn<CMACConnectionStat, 1146, &CTableLimits::macConnections>) \
+    COLUMN( 8, ipConnections,    schema::CTableColumn<CIPConnectionStat, 1147, &CTableLimits::ipConnections>)   \
+    COLUMN( 9, arpTable,         schema::CTableColumn<CARPStat, 1148, &CTableLimits::arpTable>)                 \
+    COLUMN(10, ipSubprotocols,   schema::CTableColumn<CGenProtoStat<0>, 1212, &CTableLimits::ipSubprotocols>)   \
     COLUMN(11, ipPorts,          schema::CGroupColumn<CIPPortsStat>)
     KETSTATS_COLUMNS(CAgentStatistic, COLUMNS)
 #undef COLUMNS

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ketstats/model/StatTypes.h"
+#include "ketstats/schema/TableLimits.h"
 #include "ketstats/text/StatDescription.h"
 
 // How the concrete tree is written down: as data. A group lists its children once, a line each:
@@ -53,8 +54,12 @@ private:
     }
 };
 
-// A column that is a table of rows.
-template <class Row, unsigned int Name, unsigned int Limit>
+// The limits of the tree that `node` is in, which also hold for the tables within its rows. Those of the
+// library for a node outside of a tree.
+KETSTATS_API CTableLimits const & limitsAround(CBaseStat const * node);
+
+// A column that is a table of rows, with its limit.
+template <class Row, unsigned int Name, unsigned int CTableLimits::*Limit>
 struct CTableColumn
 {
     using Node = typename Row::Container;
@@ -68,7 +73,7 @@ struct CTableColumn
     template <unsigned short Id>
     static Node make(CBaseStat * parent)
     {
-        return Node(parent, Id, tableDescription<Id>(), Limit);
+        return Node(parent, Id, tableDescription<Id>(), limitsAround(parent).*Limit);
     }
 
 private:

@@ -83,9 +83,9 @@ public:
     static CStructStatDescription const & groupDescription();
 
     // clang-format off
-#define COLUMNS(COLUMN)                                                             \
-    COLUMN(1, tcpPorts, schema::CTableColumn<CTcpPortStat, 1217, 1000>)             \
-    COLUMN(2, udpPorts, schema::CTableColumn<CUdpPortStat, 1218, 1000>)
+#define COLUMNS(COLUMN)                                                                    \
+    COLUMN(1, tcpPorts, schema::CTableColumn<CTcpPortStat, 1217, &CTableLimits::tcpPorts>) \
+    COLUMN(2, udpPorts, schema::CTableColumn<CUdpPortStat, 1218, &CTableLimits::udpPorts>)
     KETSTATS_COLUMNS(CIPPortsStat, COLUMNS)
 #undef COLUMNS
     // clang-format on

@@ -21,15 +21,15 @@ public:
     void takeKey(CMACAddrPacked const & key) { address = key; }
 
     // clang-format off
-#define COLUMNS(COLUMN)                                                                 \
-    COLUMN(1, address,           schema::MacAddress<1210>)                              \
-    COLUMN(2, dataTransmitted,   schema::DataTransmitted)                               \
-    COLUMN(3, framesTransmitted, schema::FramesTransmitted)                             \
-    COLUMN(4, dataReceived,      schema::DataReceived)                                  \
-    COLUMN(5, framesReceived,    schema::FramesReceived)                                \
-    COLUMN(6, percentage,        schema::Percentage)                                    \
-    COLUMN(7, tcpPorts,          schema::CTableColumn<CTcpPortStat, 1217, 200>)         \
-    COLUMN(8, udpPorts,          schema::CTableColumn<CUdpPortStat, 1218, 200>)         \
+#define COLUMNS(COLUMN)                                                                                    \
+    COLUMN(1, address,           schema::MacAddress<1210>)                                                 \
+    COLUMN(2, dataTransmitted,   schema::DataTransmitted)                                                  \
+    COLUMN(3, framesTransmitted, schema::FramesTransmitted)                                                \
+    COLUMN(4, dataReceived,      schema::DataReceived)                                                     \
+    COLUMN(5, framesReceived,    schema::FramesReceived)                                                   \
+    COLUMN(6, percentage,        schema::Percentage)                                                       \
+    COLUMN(7, tcpPorts,          schema::CTableColumn<CTcpPortStat, 1217, &CTableLimits::stationTcpPorts>) \
+    COLUMN(8, udpPorts,          schema::CTableColumn<CUdpPortStat, 1218, &CTableLimits::stationUdpPorts>) \
     COLUMN(9, vlanId,            schema::Text<1166>)
     KETSTATS_COLUMNS(CStationStat, COLUMNS)
 #undef COLUMNS

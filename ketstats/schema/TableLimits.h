@@ -21,6 +21,8 @@ struct CTableLimits
     friend bool operator==(CTableLimits const &, CTableLimits const &) = default;
 };
 
+// With less there is no room for a row.
+inline constexpr unsigned int smallestTableLimit = 2;
 // The greatest limit of a table: row ids have 16 bits.
 inline constexpr unsigned int largestTableLimit = 65535;
 

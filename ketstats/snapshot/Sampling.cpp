@@ -85,6 +85,7 @@ void sampleRows(CHashedContainerStat<T, K, H> & sample, CHashedContainerStat<T, 
 
 void CStatSnapshot::nextSample(CAgentStatistic const & live)
 {
+    expectLimitsOf(live);
     m_sampleEnd.getSystemTime();
     if (selected(2))
         calculateGlobalErrors(live);

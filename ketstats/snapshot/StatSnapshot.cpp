@@ -2,7 +2,10 @@
 
 namespace KetStats {
 
-CStatSnapshot::CStatSnapshot()
+CStatSnapshot::CStatSnapshot(CTableLimits const & theLimits)
+    : m_visible(theLimits),
+      m_sample(theLimits),
+      m_base(theLimits)
 {
     removeAllOids();
 }
@@ -72,14 +75,26 @@ void CStatSnapshot::initSnapshot(CKetrinStatManager & manager)
     m_linkSpeed = manager.getLinkSpeed();
 }
 
+void CStatSnapshot::expectLimitsOf(CAgentStatistic const & live) const
+{
+    if (live.limits() != limits())
+        ktools::raise<CAgentStatistic::CException>(2, "TableLimits", 67);
+}
+
 void CStatSnapshot::initSnapshot(CAgentStatistic const & live)
 {
+    expectLimitsOf(live);
     m_sampleStart.getSystemTime();
     m_firstSampleStart = m_sampleStart;
     m_base.assign(live);
     m_sample.globalStatistics.sampleNumber = 0U;
     m_sample.globalFilter.reset();
     m_passedFrames = 0;
+}
+
+CLedgers CStatSnapshot::getGivenUp() const
+{
+    return m_ledgers;
 }
 
 void CStatSnapshot::nextSample(CKetrinStatManager & manager)

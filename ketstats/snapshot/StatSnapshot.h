@@ -29,7 +29,8 @@ namespace KetStats {
 class KETSTATS_API CStatSnapshot
 {
 public:
-    CStatSnapshot();
+    // The limits are those of the trees that are sampled and of the senders that are read.
+    explicit CStatSnapshot(CTableLimits const & theLimits = {});
     ~CStatSnapshot();
 
     CStatSnapshot(CStatSnapshot const &) = delete;
@@ -50,7 +51,11 @@ public:
     CBaseStat const * getStat(COid const & oid) const;
     CBaseStat * getStat(COid const & oid, bool & changed);
 
-    // Sets the zero point. With the manager: polls the adapter, and takes the link speed.
+    CTableLimits const & limits() const { return m_visible.limits(); }
+
+    // Sets the zero point. With the manager: polls the adapter, and takes the link speed. This and nextSample
+    // throw CAgentStatistic::CException, code 2, source "TableLimits", for a tree of other limits, with
+    // nothing changed.
     void initSnapshot(CKetrinStatManager & manager);
     void initSnapshot(CAgentStatistic const & live);
 
@@ -79,6 +84,13 @@ public:
     void resetChanged();
     void checkChanged() const;
 
+    // What rows had counted since the zero point, as of the last sample, that their tables gave up. Only of
+    // the groups that are calculated. Packs don't carry it: a host hands it to the receiver beside them.
+    CLedgers const & getLedgers() const { return m_ledgers; }
+    void setLedgers(CLedgers const & ledgers) { m_ledgers = ledgers; }
+    // What of it no row shows: a receiver's row of the others has a part of "IP traffic" already.
+    CLedgers getGivenUp() const;
+
     // When the last sample was taken, or before any the zero point.
     _SYSTEMTIME getSampleStart() const;
 
@@ -92,6 +104,7 @@ private:
 
     void enableAllOids();
     void removeAllOids();
+    void expectLimitsOf(CAgentStatistic const & live) const;
     void setGroupFlags(COid const & oid, bool on);
     bool selected(unsigned int group) const { return m_enabled[group] != 0; }
 
@@ -125,6 +138,7 @@ private:
     CSystemTime m_sampleStart;
     CSystemTime m_sampleEnd;
     CSystemTime m_firstSampleStart;
+    CLedgers m_ledgers;
     double m_linkSpeed = 0.0;                  // bytes per second
     std::array<unsigned char, 50> m_enabled{}; // by id of the groups under the root
     bool m_globalFiltering = false;

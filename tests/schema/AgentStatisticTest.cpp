@@ -292,4 +292,80 @@ TEST(FixedGroups, DeltaOfAQuietTreeIsTheEndMark)
     EXPECT_EQ(packed(sent.globalErrors, true), bytes("00 00"));
 }
 
+// ---- limits ----
+
+CTableLimits const unlike{12, 13, 14, 15, 16, 17, 18, 19, 20, 21};
+
+TEST(AgentStatistic, LimitsOfTheLibraryStandUnlessOthersAreGiven)
+{
+    CAgentStatistic const root;
+
+    EXPECT_EQ(root.limits(), CTableLimits());
+    EXPECT_EQ(root.stations.getLimit(), 200U);
+    EXPECT_EQ(root.ipConnections.getLimit(), 1000U);
+    EXPECT_EQ(root.ipPorts.udpPorts.getLimit(), 1000U);
+    EXPECT_EQ(CStationStat(nullptr, 1).tcpPorts.getLimit(), 200U) << "outside of any tree";
+}
+
+TEST(AgentStatistic, EachTableHasItsOwnLimit)
+{
+    CAgentStatistic root(unlike);
+    CStationStat const & station = *root.stations[CMACAddrPacked()];
+
+    EXPECT_EQ(root.limits(), unlike);
+    EXPECT_EQ(root.stations.getLimit(), 12U);
+    EXPECT_EQ(root.protocols.getLimit(), 13U);
+    EXPECT_EQ(root.macConnections.getLimit(), 14U);
+    EXPECT_EQ(root.ipConnections.getLimit(), 15U);
+    EXPECT_EQ(root.arpTable.getLimit(), 16U);
+    EXPECT_EQ(root.ipSubprotocols.getLimit(), 17U);
+    EXPECT_EQ(root.ipPorts.tcpPorts.getLimit(), 18U);
+    EXPECT_EQ(root.ipPorts.udpPorts.getLimit(), 19U);
+    EXPECT_EQ(station.tcpPorts.getLimit(), 20U);
+    EXPECT_EQ(station.udpPorts.getLimit(), 21U);
+}
+
+TEST(AgentStatistic, LimitsThatNoTableCanHaveAreRefused)
+{
+    unsigned int CTableLimits::*const all[] = {
+        &CTableLimits::stations,        &CTableLimits::protocols, &CTableLimits::macConnections,
+        &CTableLimits::ipConnections,   &CTableLimits::arpTable,  &CTableLimits::ipSubprotocols,
+        &CTableLimits::tcpPorts,        &CTableLimits::udpPorts,  &CTableLimits::stationTcpPorts,
+        &CTableLimits::stationUdpPorts,
+    };
+    for (auto const limit : all)
+        for (unsigned int const rows : {0U, 1U, 65536U, ~0U}) {
+            CTableLimits limits;
+            limits.*limit = rows;
+            auto const raised =
+                raisedBy<CAgentStatistic::CException>([&] { CAgentStatistic const refused(limits); });
+            EXPECT_EQ(raised.code, 2) << rows;
+            EXPECT_EQ(raised.source, "TableLimits");
+        }
+}
+
+TEST(AgentStatistic, PointersServeTreesOfAnyLimits)
+{
+    CAgentStatistic root;
+    CAgentStatistic other(unlike);
+    auto const position = root.getStatMemberPointer(COid("1.11.2"));
+    EXPECT_EQ(&other[position], &other.ipPorts.udpPorts);
+}
+
+TEST(AgentStatistic, TreesOfUnequalLimitsDoNotTakeEachOthersRows)
+{
+    CAgentStatistic root;
+    CTableLimits limits;
+    limits.protocols = 201;
+    CAgentStatistic other(limits);
+    auto const refusal = [](auto const & operation) {
+        return raisedBy<CBaseHashedContainerStat::CException>(operation).code;
+    };
+
+    EXPECT_EQ(refusal([&] { root.assign(other); }), 2);
+    EXPECT_EQ(refusal([&] { root.protocols.assign(other.protocols); }), 2);
+    EXPECT_EQ(refusal([&] { root.protocols.compareAssign(other.protocols); }), 2);
+    EXPECT_EQ(refusal([&] { root.stations.assign(other.stations); }), 0);
+}
+
 } // namespace

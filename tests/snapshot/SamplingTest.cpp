@@ -498,4 +498,29 @@ TEST_F(Filtering, NewZeroPointStartsOver)
     EXPECT_EQ(counts(), (Counts{3, 1, 2, 1, 2}));
 }
 
+// ---- limits ----
+
+TEST_F(Sampling, TreesOfOtherLimitsAreRefused)
+{
+    CTableLimits limits;
+    limits.ipConnections = 5000;
+    CAgentStatistic larger(limits);
+    CKetrinStatManager largerManager(limits);
+    CStatSnapshot standard;
+    CStatSnapshot fitting(limits);
+    auto const refusal = [](auto const & operation) {
+        return test::raisedBy<CAgentStatistic::CException>(operation);
+    };
+
+    EXPECT_EQ(largerManager.limits(), limits);
+    EXPECT_EQ(standard.limits(), CTableLimits());
+    EXPECT_EQ(refusal([&] { standard.initSnapshot(larger); }).source, "TableLimits");
+    EXPECT_EQ(refusal([&] { standard.nextSample(larger); }).source, "TableLimits");
+    EXPECT_EQ(refusal([&] { standard.initSnapshot(largerManager); }).source, "TableLimits");
+    EXPECT_EQ(refusal([&] { standard.nextSample(largerManager); }).source, "TableLimits");
+    EXPECT_EQ(refusal([&] { fitting.initSnapshot(largerManager); }), test::nothingRaised);
+    EXPECT_EQ(refusal([&] { fitting.nextSample(larger); }), test::nothingRaised);
+    EXPECT_TRUE(largerManager.beginAnalyzing(nullptr)) << "the gate was left";
+}
+
 } // namespace
