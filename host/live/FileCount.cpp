@@ -41,6 +41,7 @@ void CFileCount::run(std::string const & file, bool quiet, CCaptureExpression co
             m_last = std::max(m_last.value_or(captured.ticks), captured.ticks);
             frame.Assign(captured.data, captured.capturedLength, captured.length);
             m_manager.analyzeFrame(&frame);
+            m_oddities.count(frame);
             if (filter && filter->passes(captured))
                 m_recording->passed(frame);
             ++m_frames;
@@ -58,6 +59,7 @@ CSampleFacts CFileCount::facts() const
     facts.time = m_last;
     facts.counted = countedGroups(m_manager);
     facts.filterGiven = m_filtering;
+    facts.odd = m_oddities.figures();
     if (long const speed = m_hook.linkSpeed(); speed > 0)
         facts.source.linkBitsPerSecond = static_cast<std::uint64_t>(speed);
     return facts;

@@ -2,6 +2,7 @@
 
 #include "host/capture/CaptureExpression.h"
 #include "host/live/AnalysisOptions.h"
+#include "host/live/FrameOddities.h"
 #include "host/live/Recording.h"
 #include "host/render/SampleFacts.h"
 
@@ -36,6 +37,7 @@ private:
     CRecordingOptions m_recordingOptions;
     std::unique_ptr<CRecording> m_recording;
     unsigned long long m_frames = 0;
+    CFrameOddities m_oddities;
     CMoment m_first, m_last; // stamps, which may stand in any order
     bool m_filtering = false;
 };

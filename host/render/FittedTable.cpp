@@ -34,9 +34,11 @@ CFittedTable::CWidths CFittedTable::natural() const
 {
     CWidths widths;
     for (std::size_t column = 0; column < m_columns.size(); ++column) {
-        std::size_t width = columnsOf(m_columns[column].heading);
+        std::size_t width = 0;
         for (CRow const & row : m_rows)
             width = std::max(width, columnsOf(row.cells[column]));
+        if (width > 0)
+            width = std::max(width, columnsOf(m_columns[column].heading));
         if (m_columns[column].most > 0)
             width = std::min(width, m_columns[column].most);
         widths.columns.push_back(width);
@@ -45,17 +47,18 @@ CFittedTable::CWidths CFittedTable::natural() const
     return widths;
 }
 
-// Whether a column could go.
+// Whether columns could go: all that are as dispensable as the most dispensable one, since they belong together.
 bool CFittedTable::dispense(CWidths & widths) const
 {
-    std::size_t chosen = m_columns.size();
+    unsigned int most = 0;
     for (std::size_t column = 0; column < m_columns.size(); ++column)
-        if (widths.columns[column] > 0 && m_columns[column].dispensable > 0 &&
-            (chosen == m_columns.size() || m_columns[column].dispensable > m_columns[chosen].dispensable))
-            chosen = column;
-    if (chosen == m_columns.size())
+        if (widths.columns[column] > 0)
+            most = std::max(most, m_columns[column].dispensable);
+    if (most == 0)
         return false;
-    widths.columns[chosen] = 0;
+    for (std::size_t column = 0; column < m_columns.size(); ++column)
+        if (m_columns[column].dispensable == most)
+            widths.columns[column] = 0;
     return true;
 }
 
@@ -75,18 +78,15 @@ bool CFittedTable::cut(CWidths & widths) const
 
 CFittedTable::CWidths CFittedTable::fitted(std::size_t width) const
 {
-    CWidths widths = natural();
     // What stays is settled with all texts at their shortest; then they get what is left.
-    for (CWidths shortest = widths;;) {
-        shortest = widths;
+    CWidths widths = natural();
+    for (;;) {
+        CWidths shortest = widths;
         while (cut(shortest))
             ;
         if (shortest.total() <= width)
             break;
-        if (widths.bar > 0 && !std::any_of(m_columns.begin(), m_columns.end(), [&](CColumn const & each) {
-                std::size_t const index = static_cast<std::size_t>(&each - m_columns.data());
-                return each.dispensable > 1 && widths.columns[index] > 0;
-            }))
+        if (widths.bar > 0 && !canDispense(widths, barDispensable))
             widths.bar = 0;
         else if (!dispense(widths))
             break;
@@ -96,6 +96,15 @@ CFittedTable::CWidths CFittedTable::fitted(std::size_t width) const
     if (widths.bar > 0 && widths.total() < width)
         widths.bar = std::min(m_mostBar, widths.bar + width - widths.total());
     return widths;
+}
+
+// Whether a column is left that is more dispensable than this.
+bool CFittedTable::canDispense(CWidths const & widths, unsigned int than) const
+{
+    for (std::size_t column = 0; column < m_columns.size(); ++column)
+        if (widths.columns[column] > 0 && m_columns[column].dispensable > than)
+            return true;
+    return false;
 }
 
 std::string CFittedTable::cell(std::string const & text, std::size_t width, Alignment alignment) const

@@ -22,14 +22,18 @@ public:
     {
         std::string heading;
         Alignment alignment = right;
-        unsigned int dispensable = 0; // 0 always stays; of the others the greatest goes first
-        std::size_t least = 0;        // texts are cut down to so many characters; 0 for never
-        std::size_t most = 0;         // and to so many even where there is room; 0 for any
+        unsigned int dispensable =
+            0;                 // 0 always stays; of the others the greatest go first, equal ones together
+        std::size_t least = 0; // texts are cut down to so many characters; 0 for never
+        std::size_t most = 0;  // and to so many even where there is room; 0 for any
     };
 
     explicit CFittedTable(bool ascii) : m_ascii(ascii) {}
 
-    // Columns from left to right; cells stand in their order.
+    // How dispensable the bar is.
+    static constexpr unsigned int barDispensable = 1;
+
+    // Columns from left to right; cells stand in their order. One without any text is left out.
     void addColumn(CColumn column) { m_columns.push_back(std::move(column)); }
     // Behind all columns, a bar of ratios from 0 to 1.
     void setBar(std::size_t least, std::size_t most) { m_leastBar = least, m_mostBar = most; }
@@ -59,6 +63,7 @@ private:
 
     CWidths natural() const;
     CWidths fitted(std::size_t width) const;
+    bool canDispense(CWidths const & widths, unsigned int than) const;
     bool dispense(CWidths & widths) const;
     bool cut(CWidths & widths) const;
     std::string cell(std::string const & text, std::size_t width, Alignment alignment) const;

@@ -14,14 +14,17 @@ namespace {
 using CSentences = std::vector<std::string>;
 
 // From where on something is worth a sentence. docs/report.md tells them.
-constexpr std::uint64_t leastFrames = 50;     // fewer show nothing but chance
-constexpr double notableShare = 0.2;          // of all frames
-constexpr double notableIPv6 = 0.05;          //
-constexpr std::uint64_t manyPeers = 20;       // that never answered
-constexpr std::uint64_t manySinglePairs = 50; // of one frame each
-constexpr std::size_t manyAddresses = 5;      // of one station
-constexpr std::uint64_t longestUsual = 1530;  // bytes of a frame with two VLAN tags, rounded up
-constexpr std::uint64_t shortestUsual = 46;   // bytes of an ARP message that nobody padded
+constexpr std::uint64_t leastFrames = 50;        // fewer show nothing but chance
+constexpr double notableShare = 0.2;             // of all frames
+constexpr double notablePair = 0.1;              // of all bytes
+constexpr double notablePort = 0.1;              // of all bytes
+constexpr double notableIPv6 = 0.05;             // of all frames
+constexpr std::uint64_t manyPairs = 10;          // for one end of nearly all of them
+constexpr std::uint64_t manyPeers = 20;          // that never answered
+constexpr std::uint64_t manySinglePairs = 50;    // of one frame each
+constexpr std::size_t manyAddresses = 5;         // of one station
+constexpr std::uint64_t longestUsual = 1526;     // bytes of a frame with two VLAN tags
+constexpr std::uint64_t greatestCounted = 65539; // the most that 16 bits hold, and the check sequence
 
 constexpr std::uint32_t arpType = 0x0806;
 constexpr std::uint32_t ipv6Type = 0x86DD;
@@ -52,6 +55,13 @@ std::uint64_t framesOf(CFigures const & figures, std::string const & type)
     return 0;
 }
 
+// "5 frames (0.1 %) are".
+std::string areFrames(CPicture const & picture, std::uint64_t count)
+{
+    return fmt::format("{} ({}) {}", picture.quantity.frames(count),
+                       percentText(shareOf(count, picture.figures.frames)), count == 1 ? "is" : "are");
+}
+
 void lostFrames(CPicture const & picture, CSentences & sentences)
 {
     CFigures const & figures = picture.figures;
@@ -62,7 +72,8 @@ void lostFrames(CPicture const & picture, CSentences & sentences)
                                         picture.quantity.frames(dropped)));
 }
 
-void busiestPair(CPicture const & picture, std::string const & key, CSentences & sentences)
+void busiestPair(CPicture const & picture, std::string const & key, std::string const & title,
+                 CSentences & sentences)
 {
     CTableFigures const * const pairs = picture.filled(key);
     if (!pairs)
@@ -71,9 +82,11 @@ void busiestPair(CPicture const & picture, std::string const & key, CSentences &
     auto const rows = busiest(both, "bytes");
     auto const first =
         std::find_if(rows.begin(), rows.end(), [](CRowFigures const * row) { return !row->others; });
-    if (first == rows.end() || rows.size() < 2)
+    if (first == rows.end())
         return;
     CRowFigures const & row = **first;
+    if (shareOf(row.totalBytes(), picture.figures.bytes).value_or(0.0) < notablePair)
+        return;
     std::string const what =
         fmt::format("{} in {}, {} of all bytes", picture.quantity.bytes(row.totalBytes()),
                     picture.quantity.frames(row.totalFrames()),
@@ -81,12 +94,11 @@ void busiestPair(CPicture const & picture, std::string const & key, CSentences &
     std::string const a = nameOf(picture, row.source);
     std::string const b = nameOf(picture, row.destination);
     if (isOwnPair(row))
-        sentences.push_back(fmt::format("The busiest pair is {} with itself: {}.", a, what));
+        sentences.push_back(fmt::format("{} is {} with itself: {}.", title, a, what));
     else if (row.framesReceived == 0U && pairs == picture.complete(key))
-        sentences.push_back(
-            fmt::format("The busiest pair is {} to {}: {}, and nothing came back.", a, b, what));
+        sentences.push_back(fmt::format("{} is {} to {}: {}, and nothing came back.", title, a, b, what));
     else
-        sentences.push_back(fmt::format("The busiest pair is {} and {}: {}.", a, b, what));
+        sentences.push_back(fmt::format("{} is {} and {}: {}.", title, a, b, what));
 }
 
 void busiestPort(CPicture const & picture, CSentences & sentences)
@@ -101,7 +113,7 @@ void busiestPort(CPicture const & picture, CSentences & sentences)
                     found = &row;
                     transport = each;
                 }
-    if (!found || picture.figures.frames.value_or(0) < leastFrames)
+    if (!found || shareOf(found->totalBytes(), picture.figures.bytes).value_or(0.0) < notablePort)
         return;
     std::uint32_t const port = found->code.value_or(0);
     std::string const service = escaped(picture.names.service(transport, port));
@@ -201,8 +213,9 @@ void tellReach(CPicture const & picture, CReaches const & reaches, std::string c
                                     picture.quantity(most->second.silent)));
 }
 
-// Whoever speaks to many that never answer; told only if no row was lost that might have been an answer.
-void scans(CPicture const & picture, CSentences & sentences)
+// Who is an end of nearly all pairs, and who speaks to many that never answer; told only if no row was lost that
+// might have been an answer.
+void reaches(CPicture const & picture, CSentences & sentences)
 {
     CTableFigures const * const pairs = picture.complete("ip_traffic");
     if (!pairs)
@@ -212,11 +225,14 @@ void scans(CPicture const & picture, CSentences & sentences)
     std::uint64_t all = 0;
     std::uint64_t singles = 0;
     std::uint64_t oneWay = 0;
+    std::map<std::string, std::uint64_t> pairsOf;
     for (CRowFigures const & row : conversations(*pairs)) {
         ++all;
         singles += row.totalFrames() == 1 ? 1 : 0;
+        ++pairsOf[row.source];
         if (isOwnPair(row))
             continue;
+        ++pairsOf[row.destination];
         bool const silent = row.framesSent == 0U || row.framesReceived == 0U;
         oneWay += silent ? 1 : 0;
         bool const backwards = row.framesSent == 0U;
@@ -227,6 +243,13 @@ void scans(CPicture const & picture, CSentences & sentences)
         sender.silent += silent ? 1 : 0;
         target.silent += silent ? 1 : 0;
     }
+    auto const hub =
+        std::max_element(pairsOf.begin(), pairsOf.end(),
+                         [](auto const & left, auto const & right) { return left.second < right.second; });
+    if (all >= manyPairs && hub->second * 10 >= all * 9)
+        sentences.push_back(fmt::format("{} is one end of {} of the {} pairs of addresses.",
+                                        nameOf(picture, hub->first), picture.quantity(hub->second),
+                                        picture.quantity(all)));
     if (singles >= manySinglePairs && singles * 2 >= all)
         sentences.push_back(fmt::format("{} of {} pairs of addresses exchanged a single frame.",
                                         picture.quantity(singles), picture.quantity(all)));
@@ -240,33 +263,50 @@ void scans(CPicture const & picture, CSentences & sentences)
               sentences);
 }
 
-void unusualLengths(CPicture const & picture, CSentences & sentences)
+// The pair whose frames are the longest on average, if that shows that they are longer than usual.
+std::string longestPair(CPicture const & picture)
 {
     CRowFigures const * longest = nullptr;
     auto const average = [](CRowFigures const & row) {
         return row.totalFrames() == 0 ? 0 : row.totalBytes() / row.totalFrames();
     };
-    for (char const * const key : {"mac_traffic", "ip_traffic"})
+    for (char const * const key : {"ip_traffic", "mac_traffic"})
         if (CTableFigures const * const pairs = picture.filled(key))
             for (CRowFigures const & row : pairs->rows)
                 if (!row.others && average(row) > longestUsual &&
                     (!longest || average(row) > average(*longest)))
                     longest = &row;
-    if (longest)
+    return longest ? fmt::format("those from {} to {} have {} on average", nameOf(picture, longest->source),
+                                 nameOf(picture, longest->destination), allDigits(average(*longest)))
+                   : "";
+}
+
+void unusualFrames(CPicture const & picture, CSentences & sentences)
+{
+    COddFigures const & odd = picture.figures.odd;
+    auto const told = [](CCount const & count) { return count.value_or(0) > 0; };
+    std::string const pair = longestPair(picture);
+    if (told(odd.overlong))
+        sentences.push_back(fmt::format("{} longer than Ethernet's usual 1,518 bytes, the longest with {}{}.",
+                                        areFrames(picture, *odd.overlong), allDigits(odd.longest.value_or(0)),
+                                        pair.empty() ? "" : "; " + pair));
+    else if (!odd.overlong && !pair.empty())
+        sentences.push_back("Frames are longer than Ethernet's usual 1,518 bytes: " + pair + '.');
+    if (odd.longest.value_or(0) > greatestCounted)
         sentences.push_back(
-            fmt::format("There are frames longer than Ethernet's usual 1,518 bytes: those from {} to {} "
-                        "have {} on average.",
-                        nameOf(picture, longest->source), nameOf(picture, longest->destination),
-                        allDigits(average(*longest))));
-    CTableFigures const * const sizes = picture.filled("frame_sizes");
-    if (!sizes || sizes->rows.empty() || sizes->rows.front().mostBytes.value_or(0) != 64)
-        return;
-    CRowFigures const & least = sizes->rows.front();
-    if (least.totalFrames() > 0 && average(least) < shortestUsual)
+            "Of lengths above 65,535 bytes only the low 16 bits are counted, so bytes are too few.");
+    if (told(odd.cut))
+        sentences.push_back(areFrames(picture, *odd.cut) +
+                            " captured in part; their bytes are counted as they "
+                            "were on the wire.");
+    if (told(odd.fragments))
         sentences.push_back(
-            fmt::format("The {} of up to 64 bytes have {} on average; some are too short for any "
-                        "use, so cut or damaged.",
-                        picture.quantity.frames(least.totalFrames()), average(least)));
+            areFrames(picture, *odd.fragments) +
+            " fragments of IPv4 packets; what stands in place of ports in all but the first of "
+            "a packet is data, counted as ports nevertheless.");
+    if (told(odd.headless))
+        sentences.push_back(areFrames(picture, *odd.headless) +
+                            " shorter than an Ethernet header: cut or damaged before they were captured.");
 }
 
 void whatHasNoTable(CPicture const & picture, CSentences & sentences)
@@ -286,12 +326,15 @@ std::string notableText(CPicture const & picture)
 {
     CSentences sentences;
     lostFrames(picture, sentences);
-    busiestPair(picture, picture.filled("ip_traffic") ? "ip_traffic" : "mac_traffic", sentences);
+    std::size_t const before = sentences.size();
+    busiestPair(picture, "ip_traffic", "The busiest pair of IPv4 addresses", sentences);
+    if (sentences.size() == before)
+        busiestPair(picture, "mac_traffic", "The busiest pair of stations", sentences);
     busiestPort(picture, sentences);
     floods(picture, sentences);
     manyBindings(picture, sentences);
-    scans(picture, sentences);
-    unusualLengths(picture, sentences);
+    reaches(picture, sentences);
+    unusualFrames(picture, sentences);
     whatHasNoTable(picture, sentences);
     if (sentences.empty())
         return {};

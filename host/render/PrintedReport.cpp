@@ -32,7 +32,7 @@ CReportStyle styleOf(CReportOptions const & options)
 {
     CReportStyle style;
     style.width = lineWidth();
-    style.top = options.rows();
+    style.top = options.top.value_or(CReportOptions::reportTop);
     style.sort = options.sort;
     style.exact = options.exact;
     style.ascii = !showsUtf8();

@@ -4,6 +4,7 @@
 
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 
@@ -38,8 +39,10 @@ std::string allDigits(std::uint64_t count)
 
 std::string roughly(double value)
 {
-    if (value < 0.01 && value > 0.0)
-        return fmt::format("{:.1g} ", value);
+    if (value > 0.0 && value < 0.01) {
+        int const places = std::min(6, static_cast<int>(std::ceil(-std::log10(value))));
+        return value < 0.000001 ? "<0.000001 " : fmt::format("{:.{}f} ", value, places);
+    }
     return threeDigits(value);
 }
 
@@ -92,6 +95,10 @@ std::string percentText(CRatio const & ratio)
 
 std::string durationText(double seconds)
 {
+    if (seconds < 0.001)
+        return fmt::format("{:.3g} us", seconds * 1e6);
+    if (seconds < 1.0)
+        return fmt::format("{:.3g} ms", seconds * 1e3);
     if (seconds < 120.0)
         return fmt::format("{} s", std::trunc(seconds * 1000.0) / 1000.0);
     auto const whole = static_cast<std::uint64_t>(seconds);

@@ -35,11 +35,12 @@ void addReportOptions(CLI::App & command, CReportOptions & options)
         ->check(notEmpty())
         ->type_name("COLUMN");
     command
-        .add_option("--top", options.top,
-                    "How many rows of a table to print, the busiest first; 0 for all. JSON has all unless "
-                    "given")
+        .add_option(
+            "--top", options.top,
+            fmt::format("How many rows of a table to print, the busiest first; 0 for all. {} in a report "
+                        "and {} in a tree unless given; JSON has all",
+                        CReportOptions::reportTop, CReportOptions::usualTop))
         ->check(notEmpty())
-        ->default_str(fmt::format("{}", CReportOptions::usualTop))
         ->type_name("N");
     command.add_flag("-n,--numeric", options.numeric, "Only numbers, without the names that they stand for");
     command.add_flag("--exact", options.exact, "Write all digits of large numbers");

@@ -19,6 +19,7 @@ namespace ketmon {
 struct CReportOptions
 {
     static constexpr unsigned int usualTop = 20;
+    static constexpr unsigned int reportTop = 10; // the report has more tables than any screen
 
     bool json = false;
     bool tree = false;               // the whole tree by its descriptions

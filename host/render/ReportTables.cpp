@@ -76,20 +76,21 @@ std::string conversationsText(CPicture const & picture, std::string const & key,
     std::size_t const shown = shownOf(picture, rows.size());
 
     CFittedTable table(picture.style.ascii);
-    table.addColumn({"A", CFittedTable::left, 0, 15, 48});
+    std::size_t const least = ip ? 15 : 17; // numbers are never cut
+    table.addColumn({"A", CFittedTable::left, 0, least, 48});
     table.addColumn({"Number of A", CFittedTable::left, 8});
     table.addColumn({"Vendor of A", CFittedTable::left, 6, 12, 24});
-    table.addColumn({"B", CFittedTable::left, 0, 15, 48});
+    table.addColumn({"B", CFittedTable::left, 0, least, 48});
     table.addColumn({"Number of B", CFittedTable::left, 8});
     table.addColumn({"Vendor of B", CFittedTable::left, 6, 12, 24});
     table.addColumn({"A to B", CFittedTable::right, 4});
     table.addColumn({"B to A", CFittedTable::right, 4});
     table.addColumn({"Bytes"});
     table.addColumn({"Frames"});
-    table.addColumn({"A to B", CFittedTable::right, 5});
-    table.addColumn({"B to A", CFittedTable::right, 5});
+    table.addColumn({"Frames A to B", CFittedTable::right, 9});
+    table.addColumn({"B to A", CFittedTable::right, 9});
     table.addColumn({"Size", CFittedTable::right, 7});
-    table.addColumn({"bit/s", CFittedTable::right, 9});
+    table.addColumn({"bit/s", CFittedTable::right, 10});
     table.addColumn({"Share"});
     table.setBar(4, 30);
     for (std::size_t i = 0; i < shown; ++i) {
@@ -167,15 +168,15 @@ std::string stationsText(CPicture const & picture)
 
     CFittedTable table(picture.style.ascii);
     table.addColumn({"Address", CFittedTable::left, 0, 17, 17});
-    table.addColumn({"Vendor", CFittedTable::left, 3, 8, 24});
-    table.addColumn({"IPv4", CFittedTable::left, 2, 15, 40});
-    table.addColumn({"VLAN", CFittedTable::right, 5});
+    table.addColumn({"Vendor", CFittedTable::left, 4, 6, 24});
+    table.addColumn({"IPv4", CFittedTable::left, 2, 19, 40});
+    table.addColumn({"VLAN", CFittedTable::right, 3});
     table.addColumn({"Ports", CFittedTable::left, 9, 16, 32});
     table.addColumn({"Sent"});
     table.addColumn({"Received"});
-    table.addColumn({"Frames sent", CFittedTable::right, 7});
-    table.addColumn({"Received", CFittedTable::right, 7});
-    table.addColumn({"Frames", CFittedTable::right, 4});
+    table.addColumn({"Frames sent", CFittedTable::right, 8});
+    table.addColumn({"Received", CFittedTable::right, 8});
+    table.addColumn({"Frames", CFittedTable::right, 5});
     table.addColumn({"Share"});
     table.setBar(4, 20);
     for (std::size_t i = 0; i < shown; ++i) {
@@ -193,6 +194,10 @@ std::string stationsText(CPicture const & picture)
     if (shown < rows.size())
         text += fmt::format("  and {} more (--top 0 shows all)\n",
                             picture.quantity.counted(rows.size() - shown, "station"));
+    bool const tagged = std::any_of(rows.begin(), rows.begin() + static_cast<std::ptrdiff_t>(shown),
+                                    [](CRowFigures const * row) { return row->vlan.has_value(); });
+    if (tagged)
+        text += "  VLAN has the low 8 bits of the identifier.\n";
     return text + givenUpText(picture, *stations);
 }
 
@@ -239,8 +244,7 @@ std::string portsText(CPicture const & picture)
     for (CTableFigures const * const each : tables)
         if (each)
             text += givenUpText(picture, *each);
-    return text + wrapped("  ",
-                          "Ports outside --tcp-ports and --udp-ports, 1 to 1024 unless given, have no rows.",
+    return text + wrapped("  ", "Only ports 1 to 1024 have rows, or those of --tcp-ports and --udp-ports.",
                           picture.style.width);
 }
 

@@ -5,6 +5,8 @@
 
 #include <fmt/core.h>
 
+#include <map>
+
 namespace ketmon {
 
 namespace {
@@ -21,7 +23,9 @@ std::string sourceName(CSourceFigures const & source)
 
 std::string fact(std::string const & name, std::string const & text)
 {
-    return fmt::format("  {:<9} {}\n", name, text);
+    std::string line = fmt::format("  {:<9} {}", name, text);
+    line.erase(line.find_last_not_of(' ') + 1);
+    return line + '\n';
 }
 
 // What the capture itself lost, as far as it tells.
@@ -67,15 +71,32 @@ std::string listed(std::vector<std::string> const & names)
     return text;
 }
 
+// As the report calls it.
+std::string titleOf(CTableFigures const & table)
+{
+    static std::map<std::string, std::string> const titles = {{"frame_types", "frame types"},
+                                                              {"frame_sizes", "frame sizes"},
+                                                              {"stations", "stations"},
+                                                              {"protocols", "protocols"},
+                                                              {"mac_traffic", "MAC conversations"},
+                                                              {"ip_traffic", "IP conversations"},
+                                                              {"arp", "ARP bindings"},
+                                                              {"ip_protocols", "IP protocols"},
+                                                              {"tcp_ports", "TCP ports within --tcp-ports"},
+                                                              {"udp_ports", "UDP ports within --udp-ports"}};
+    auto const found = titles.find(table.key);
+    return found == titles.end() ? escaped(table.name) : found->second;
+}
+
 std::string absenceText(CPicture const & picture)
 {
     std::vector<std::string> off;
     std::vector<std::string> empty;
     for (CTableFigures const & table : picture.figures.tables)
         if (!table.counted)
-            off.push_back(fmt::format("{} ({})", escaped(table.name), escaped(table.oid)));
+            off.push_back(fmt::format("{} ({})", titleOf(table), escaped(table.oid)));
         else if (!picture.filled(table.key) && picture.figures.frames.value_or(0) > 0)
-            empty.push_back(escaped(table.name));
+            empty.push_back(titleOf(table));
     std::string text;
     if (!empty.empty())
         text += wrapped("Nothing was seen of: ", listed(empty), picture.style.width);
@@ -97,13 +118,13 @@ std::string headingText(CPicture const & picture)
         text +=
             fact("To", momentText(figures.time) + (seconds ? ", " + durationText(*seconds) + " later" : ""));
     }
-    auto const average_ = [](std::string const & rate) {
+    auto const onAverage = [](std::string const & rate) {
         return rate == "-" ? "" : "   " + rate + " on average";
     };
     text += fact("Frames", fmt::format("{:<9}", picture.quantity(figures.frames)) +
-                               average_(frameRateText(average.framesPerSecond)));
+                               onAverage(frameRateText(average.framesPerSecond)));
     text += fact("Bytes", fmt::format("{:<9}", picture.quantity(figures.bytes)) +
-                              average_(bitRateText(average.bitsPerSecond)));
+                              onAverage(bitRateText(average.bitsPerSecond)));
     return text + linkFacts(figures) + captureFacts(picture) + filterFacts(picture);
 }
 

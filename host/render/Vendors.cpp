@@ -92,8 +92,8 @@ CVendors::CVendors(std::string path) : m_path(std::move(path)) {}
 std::string CVendors::operator()(std::string const & mac) const
 {
     std::optional<std::uint64_t> const bits = macBits(mac);
-    if (!bits || (*bits & (groupBit | localBit)) != 0)
-        return {};
+    if (!bits || *bits == 0 || (*bits & (groupBit | localBit)) != 0)
+        return {}; // the address of all zeros is of nobody, though its prefix was assigned
     std::call_once(m_loaded, [this] { load(); });
     auto const prefix = static_cast<std::uint32_t>(*bits >> 24);
     auto const found =
