@@ -18,6 +18,12 @@ constexpr unsigned char offsetHigh = 0x1F;
 
 } // namespace
 
+CFrameOddities::CFrameOddities()
+{
+    unsigned char const type[] = {0x08, 0x00};
+    m_ipv4.Set(sizeof type, type);
+}
+
 void CFrameOddities::count(CNetworkFrame & frame)
 {
     unsigned int const length = frame.GetLength();
@@ -44,8 +50,7 @@ bool CFrameOddities::isFragment(CNetworkFrame & frame) const
 {
     CMediaInfo const & media = *frame.AnalyzeFrame();
     unsigned int const field = media.networkOffset + fragmentField;
-    if (field + 1 >= frame.GetCapturedLength() ||
-        !(media.GetProtocolId() == KetStats::CNetworkProtocol::ipId()))
+    if (field + 1 >= frame.GetCapturedLength() || !(media.GetProtocolId() == m_ipv4))
         return false;
     unsigned char const * const bytes = frame.GetData() + field;
     return (bytes[0] & (moreFragments | offsetHigh)) != 0 || bytes[1] != 0;

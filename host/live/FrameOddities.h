@@ -13,6 +13,8 @@ namespace ketmon {
 class CFrameOddities
 {
 public:
+    CFrameOddities();
+
     void count(CNetworkFrame & frame);
 
     COddFigures figures() const;
@@ -20,6 +22,7 @@ public:
 private:
     bool isFragment(CNetworkFrame & frame) const;
 
+    CProtocolId m_ipv4;
     std::uint64_t m_cut = 0;
     std::uint64_t m_fragments = 0;
     std::uint64_t m_overlong = 0;

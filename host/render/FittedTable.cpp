@@ -16,6 +16,13 @@ constexpr std::string_view separation = "  ";
 
 } // namespace
 
+void CFittedTable::setBar(unsigned int dispensable, std::size_t least, std::size_t most)
+{
+    m_barDispensable = dispensable;
+    m_leastBar = least;
+    m_mostBar = most;
+}
+
 void CFittedTable::addRow(std::vector<std::string> cells, std::optional<double> bar)
 {
     cells.resize(m_columns.size());
@@ -50,12 +57,14 @@ CFittedTable::CWidths CFittedTable::natural() const
 // Whether columns could go: all that are as dispensable as the most dispensable one, since they belong together.
 bool CFittedTable::dispense(CWidths & widths) const
 {
-    unsigned int most = 0;
+    unsigned int most = widths.bar > 0 ? m_barDispensable : 0;
     for (std::size_t column = 0; column < m_columns.size(); ++column)
         if (widths.columns[column] > 0)
             most = std::max(most, m_columns[column].dispensable);
     if (most == 0)
         return false;
+    if (most == m_barDispensable)
+        widths.bar = 0;
     for (std::size_t column = 0; column < m_columns.size(); ++column)
         if (m_columns[column].dispensable == most)
             widths.columns[column] = 0;
@@ -86,9 +95,7 @@ CFittedTable::CWidths CFittedTable::fitted(std::size_t width) const
             ;
         if (shortest.total() <= width)
             break;
-        if (widths.bar > 0 && !canDispense(widths, barDispensable))
-            widths.bar = 0;
-        else if (!dispense(widths))
+        if (!dispense(widths))
             break;
     }
     while (widths.total() > width && cut(widths))
@@ -96,15 +103,6 @@ CFittedTable::CWidths CFittedTable::fitted(std::size_t width) const
     if (widths.bar > 0 && widths.total() < width)
         widths.bar = std::min(m_mostBar, widths.bar + width - widths.total());
     return widths;
-}
-
-// Whether a column is left that is more dispensable than this.
-bool CFittedTable::canDispense(CWidths const & widths, unsigned int than) const
-{
-    for (std::size_t column = 0; column < m_columns.size(); ++column)
-        if (widths.columns[column] > 0 && m_columns[column].dispensable > than)
-            return true;
-    return false;
 }
 
 std::string CFittedTable::cell(std::string const & text, std::size_t width, Alignment alignment) const

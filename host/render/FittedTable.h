@@ -30,13 +30,10 @@ public:
 
     explicit CFittedTable(bool ascii) : m_ascii(ascii) {}
 
-    // How dispensable the bar is.
-    static constexpr unsigned int barDispensable = 1;
-
     // Columns from left to right; cells stand in their order. One without any text is left out.
     void addColumn(CColumn column) { m_columns.push_back(std::move(column)); }
-    // Behind all columns, a bar of ratios from 0 to 1.
-    void setBar(std::size_t least, std::size_t most) { m_leastBar = least, m_mostBar = most; }
+    // Behind all columns, a bar of ratios from 0 to 1, which takes what width is left.
+    void setBar(unsigned int dispensable, std::size_t least, std::size_t most);
 
     // Cells are valid UTF-8 without line breaks.
     void addRow(std::vector<std::string> cells, std::optional<double> bar = {});
@@ -63,7 +60,6 @@ private:
 
     CWidths natural() const;
     CWidths fitted(std::size_t width) const;
-    bool canDispense(CWidths const & widths, unsigned int than) const;
     bool dispense(CWidths & widths) const;
     bool cut(CWidths & widths) const;
     std::string cell(std::string const & text, std::size_t width, Alignment alignment) const;
@@ -72,6 +68,7 @@ private:
     bool m_ascii;
     std::vector<CColumn> m_columns;
     std::vector<CRow> m_rows;
+    unsigned int m_barDispensable = 0;
     std::size_t m_leastBar = 0;
     std::size_t m_mostBar = 0;
 };

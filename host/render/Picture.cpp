@@ -20,6 +20,11 @@ void turn(CRowFigures & row)
     std::swap(row.bytesSent, row.bytesReceived);
 }
 
+bool isNumber(std::string_view text)
+{
+    return text.find_first_not_of("0123456789.,") == text.npos;
+}
+
 CCount sum(CCount const & left, CCount const & right)
 {
     return left || right ? CCount(left.value_or(0) + right.value_or(0)) : CCount();
@@ -151,7 +156,10 @@ std::string wrapped(std::string const & lead, std::string const & text, std::siz
     std::string line = lead;
     bool started = false;
     for (std::size_t start = 0; start < text.size();) {
-        std::size_t const stop = std::min(text.find(' ', start), text.size());
+        std::size_t stop = std::min(text.find(' ', start), text.size());
+        // A number keeps what it is of, and may keep its multiplier and that.
+        while (stop < text.size() && isNumber(std::string_view(text).substr(start, stop - start)))
+            stop = std::min(text.find(' ', stop + 1), text.size());
         std::string const word = text.substr(start, stop - start);
         if (started && columnsOf(line) + 1 + columnsOf(word) > width) {
             result += line + '\n';

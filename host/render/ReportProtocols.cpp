@@ -30,13 +30,13 @@ public:
     explicit CHierarchy(CPicture const & picture) : m_picture(picture), m_table(picture.style.ascii)
     {
         m_table.addColumn({"", CFittedTable::left, 0, 24, 40});
-        m_table.addColumn({"Number", CFittedTable::right, 2});
+        m_table.addColumn({"Number", CFittedTable::right, 1});
         m_table.addColumn({"Frames"});
         m_table.addColumn({"Share", CFittedTable::right, 1});
         m_table.addColumn({"Bytes"});
         m_table.addColumn({"Share", CFittedTable::right, 1});
         m_table.addColumn({"Size", CFittedTable::right, 3});
-        m_table.setBar(8, 40);
+        m_table.setBar(2, 8, 40);
     }
 
     void addTypes()

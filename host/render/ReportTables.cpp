@@ -79,20 +79,20 @@ std::string conversationsText(CPicture const & picture, std::string const & key,
     std::size_t const least = ip ? 15 : 17; // numbers are never cut
     table.addColumn({"A", CFittedTable::left, 0, least, 48});
     table.addColumn({"Number of A", CFittedTable::left, 8});
-    table.addColumn({"Vendor of A", CFittedTable::left, 6, 12, 24});
+    table.addColumn({"Vendor of A", CFittedTable::left, 5, 12, 24});
     table.addColumn({"B", CFittedTable::left, 0, least, 48});
     table.addColumn({"Number of B", CFittedTable::left, 8});
-    table.addColumn({"Vendor of B", CFittedTable::left, 6, 12, 24});
-    table.addColumn({"A to B", CFittedTable::right, 4});
-    table.addColumn({"B to A", CFittedTable::right, 4});
+    table.addColumn({"Vendor of B", CFittedTable::left, 5, 12, 24});
+    table.addColumn({"A to B", CFittedTable::right, 1});
+    table.addColumn({"B to A", CFittedTable::right, 1});
     table.addColumn({"Bytes"});
     table.addColumn({"Frames"});
-    table.addColumn({"Frames A to B", CFittedTable::right, 9});
-    table.addColumn({"B to A", CFittedTable::right, 9});
-    table.addColumn({"Size", CFittedTable::right, 7});
-    table.addColumn({"bit/s", CFittedTable::right, 10});
+    table.addColumn({"Frames A to B", CFittedTable::right, 7});
+    table.addColumn({"B to A", CFittedTable::right, 7});
+    table.addColumn({"Size", CFittedTable::right, 6});
+    table.addColumn({"bit/s", CFittedTable::right, 9});
     table.addColumn({"Share"});
-    table.setBar(4, 30);
+    table.setBar(4, 4, 30);
     for (std::size_t i = 0; i < shown; ++i) {
         CRowFigures const & row = *rows[i];
         auto const [a, b] = endsOf(picture, row, ip);
@@ -176,9 +176,9 @@ std::string stationsText(CPicture const & picture)
     table.addColumn({"Received"});
     table.addColumn({"Frames sent", CFittedTable::right, 8});
     table.addColumn({"Received", CFittedTable::right, 8});
-    table.addColumn({"Frames", CFittedTable::right, 5});
+    table.addColumn({"Frames", CFittedTable::right, 6});
     table.addColumn({"Share"});
-    table.setBar(4, 20);
+    table.setBar(5, 4, 20);
     for (std::size_t i = 0; i < shown; ++i) {
         CRowFigures const & row = *rows[i];
         table.addRow({escaped(row.address), escaped(picture.names.vendor(row.address)),
@@ -225,7 +225,7 @@ std::string portsText(CPicture const & picture)
     table.addColumn({"Bytes to"});
     table.addColumn({"Frames from"});
     table.addColumn({"Frames to"});
-    table.setBar(4, 30);
+    table.setBar(1, 4, 30);
     std::uint64_t const most = rows.empty()         ? 0
                                : picture.byFrames() ? rows[0]->totalFrames()
                                                     : rows[0]->totalBytes();
@@ -300,7 +300,7 @@ std::string frameTableText(CPicture const & picture, std::string const & key, st
     table.addColumn({"Share"});
     table.addColumn({"Frames"});
     table.addColumn({"Share"});
-    table.setBar(10, 60);
+    table.setBar(1, 10, 60);
     for (CRowFigures const & row : frames->rows) {
         CRatio const share = shareOf(row.totalFrames(), picture.figures.frames);
         table.addRow({fmt::format("{:<14}", labelOf(row)), picture.quantity(row.bytes),
