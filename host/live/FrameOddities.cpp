@@ -27,6 +27,7 @@ CFrameOddities::CFrameOddities()
 void CFrameOddities::count(CNetworkFrame & frame)
 {
     unsigned int const length = frame.GetLength();
+    ++m_frames;
     m_longest = std::max<std::uint64_t>(m_longest, length);
     if (frame.GetCapturedLength() < length)
         ++m_cut;
@@ -43,7 +44,8 @@ void CFrameOddities::count(CNetworkFrame & frame)
 
 COddFigures CFrameOddities::figures() const
 {
-    return {m_cut, m_fragments, m_overlong, m_headless, m_longest + checkSequence};
+    CCount const longest = m_frames > 0 ? CCount(m_longest + checkSequence) : CCount();
+    return {m_cut, m_fragments, m_overlong, m_headless, longest};
 }
 
 bool CFrameOddities::isFragment(CNetworkFrame & frame) const

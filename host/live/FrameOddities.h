@@ -23,6 +23,7 @@ private:
     bool isFragment(CNetworkFrame & frame) const;
 
     CProtocolId m_ipv4;
+    std::uint64_t m_frames = 0;
     std::uint64_t m_cut = 0;
     std::uint64_t m_fragments = 0;
     std::uint64_t m_overlong = 0;

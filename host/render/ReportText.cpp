@@ -82,10 +82,18 @@ std::string titleOf(CTableFigures const & table)
                                                               {"ip_traffic", "IP conversations"},
                                                               {"arp", "ARP bindings"},
                                                               {"ip_protocols", "IP protocols"},
-                                                              {"tcp_ports", "TCP ports within --tcp-ports"},
-                                                              {"udp_ports", "UDP ports within --udp-ports"}};
+                                                              {"tcp_ports", "TCP ports"},
+                                                              {"udp_ports", "UDP ports"}};
     auto const found = titles.find(table.key);
     return found == titles.end() ? escaped(table.name) : found->second;
+}
+
+// Only some ports have rows, so that traffic of others can be all there is.
+std::string rangeOf(CTableFigures const & table)
+{
+    return table.key == "tcp_ports"   ? " within --tcp-ports"
+           : table.key == "udp_ports" ? " within --udp-ports"
+                                      : "";
 }
 
 std::string absenceText(CPicture const & picture)
@@ -96,7 +104,7 @@ std::string absenceText(CPicture const & picture)
         if (!table.counted)
             off.push_back(fmt::format("{} ({})", titleOf(table), escaped(table.oid)));
         else if (!picture.filled(table.key) && picture.figures.frames.value_or(0) > 0)
-            empty.push_back(titleOf(table));
+            empty.push_back(titleOf(table) + rangeOf(table));
     std::string text;
     if (!empty.empty())
         text += wrapped("Nothing was seen of: ", listed(empty), picture.style.width);

@@ -4,7 +4,6 @@
 
 #include "ketstats/schema/AgentStatistic.h"
 #include "ketstats/schema/Ledgers.h"
-#include "ketstats/schema/TableLimits.h"
 
 #include <bitset>
 #include <optional>
@@ -33,7 +32,6 @@ struct CSampleFacts
     CErrorSet told;                            // error counters that the adapter has figures for
     bool filterGiven = false;                  // whether frames were tested against a filter
     std::optional<KetStats::CLedgers> givenUp; // what no row shows
-    KetStats::CTableLimits limits;
 };
 
 // What a tree tells that a snapshot was unpacked into, or a live one that is held still. `before` are the

@@ -84,7 +84,7 @@ private:
 
 CFigures CFiguresMaker::made()
 {
-    CTableLimits const & limits = m_facts.limits;
+    CTableLimits const & limits = m_tree.limits();
     m_figures.source = m_facts.source;
     m_figures.zero = m_facts.zero;
     m_figures.time = m_facts.time;
@@ -249,13 +249,13 @@ void CFiguresMaker::addFrameSizes()
 
 void CFiguresMaker::addStations()
 {
-    CTableFigures & table = addTable("stations", m_tree.stations, stations, m_facts.limits.stations,
+    CTableFigures & table = addTable("stations", m_tree.stations, stations, m_tree.limits().stations,
                                      &CLedgers::stations, Ways::both);
     // Of a station's ports only its IP frames tell, which are looked at with the IP traffic.
     table.portsCounted = table.counted && counts(ipConnections);
     table.portsZero = zeroOfKept();
-    table.tcpPortLimit = m_facts.limits.stationTcpPorts;
-    table.udpPortLimit = m_facts.limits.stationUdpPorts;
+    table.tcpPortLimit = m_tree.limits().stationTcpPorts;
+    table.udpPortLimit = m_tree.limits().stationUdpPorts;
     if (table.portsCounted) {
         table.tcpPortsGivenUp = givenUp(&CLedgers::stationTcpPorts, Ways::both);
         table.udpPortsGivenUp = givenUp(&CLedgers::stationUdpPorts, Ways::both);

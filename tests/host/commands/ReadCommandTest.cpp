@@ -19,7 +19,7 @@ namespace {
 
 ordered_json read(std::string const & name, std::vector<std::string> const & more = {})
 {
-    std::vector<std::string> arguments = {"read", "--json", capture(name)};
+    std::vector<std::string> arguments = {"read", "--tree", "--json", capture(name)};
     arguments.insert(arguments.end(), more.begin(), more.end());
     Outcome const outcome = ketmon(arguments);
     EXPECT_EQ(outcome.exitCode, 0) << outcome.errors;
@@ -107,7 +107,7 @@ TEST(ReadCommand, CountsOnlyTheGroupsThatAreEnabled)
 
 TEST(ReadCommand, TextNamesValuesAndUnits)
 {
-    Outcome const outcome = ketmon({"read", capture("file-service-fragments.pcap")});
+    Outcome const outcome = ketmon({"read", "--tree", capture("file-service-fragments.pcap")});
 
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_THAT(outcome.output, HasSubstr("601 frames\n"));
@@ -122,7 +122,8 @@ TEST(ReadCommand, TextNamesValuesAndUnits)
 TEST(ReadCommand, TextHasTheMultiplierAndThePlacesAskedFor)
 {
     auto const line = [](std::vector<std::string> const & options) {
-        std::vector<std::string> arguments{"read", capture("internet-mixed.pcap"), "--enable", "none"};
+        std::vector<std::string> arguments{"read", "--tree", capture("internet-mixed.pcap"), "--enable",
+                                           "none"};
         arguments.insert(arguments.end(), options.begin(), options.end());
         std::string const output = ketmon(arguments).output;
         std::size_t const start = output.find("Global transmitted data");
@@ -157,7 +158,7 @@ TEST(ReadCommand, MultiplierAndPlacesMakeTextsOfJsonNumbers)
 
 TEST(ReadCommand, TextNamesSubProtocolsAndCountsPortsInDecimal)
 {
-    Outcome const outcome = ketmon({"read", capture("internet-mixed.pcap")});
+    Outcome const outcome = ketmon({"read", "--tree", capture("internet-mixed.pcap")});
 
     EXPECT_THAT(outcome.output, testing::ContainsRegex("\n   2  TCP  "));
     EXPECT_THAT(outcome.output, testing::ContainsRegex("\n   2  443  "));
@@ -213,8 +214,8 @@ TEST(ReadCommand, PortRangesDecideWhichPortsGetRows)
 TEST(ReadCommand, TextShowsTheBusiestRowsFirst)
 {
     std::string const file = capture("internet-mixed.pcap");
-    Outcome const few = ketmon({"read", file, "--top", "2"});
-    Outcome const all = ketmon({"read", file, "--top", "0"});
+    Outcome const few = ketmon({"read", "--tree", file, "--top", "2"});
+    Outcome const all = ketmon({"read", "--tree", file, "--top", "0"});
 
     EXPECT_THAT(few.output, HasSubstr("\n1.8 IP traffic (the busiest 2 of 121)\n"));
     EXPECT_THAT(few.output, HasSubstr("\n  101  54.192.94.30 "));
@@ -226,7 +227,9 @@ TEST(ReadCommand, TextShowsTheBusiestRowsFirst)
 
 TEST(ReadCommand, TakesTheFileAsAnOptionToo)
 {
-    EXPECT_EQ(ketmon({"read", "-r", capture("nanosecond-big-endian.pcap"), "--json"}).json()["frames"], 10);
+    EXPECT_EQ(
+        ketmon({"read", "-r", capture("nanosecond-big-endian.pcap"), "--json"}).json()["totals"]["frames"],
+        10);
 }
 
 TEST(ReadCommand, RefusesWhatIsNoCapture)
