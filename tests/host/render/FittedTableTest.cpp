@@ -47,9 +47,16 @@ TEST(FittedTable, LeavesOutTheMostDispensableColumnsThoseOfOneRankTogether)
     EXPECT_EQ(sample().toString(42), "  Name         Sent  Back  All\n"
                                      "  short           1     2    3  #####\n"
                                      "  a much lon~    10    20   30  ##########\n");
-    EXPECT_EQ(sample().toString(35), "  Name                All\n"
-                                     "  short                 3  ####\n"
-                                     "  a much longer name   30  ########\n");
+    EXPECT_EQ(sample().toString(35), "  Name              All\n"
+                                     "  short               3  #####\n"
+                                     "  a much longer n~   30  ##########\n");
+}
+
+TEST(FittedTable, LeavesTheBarOutWhenItsTurnComes)
+{
+    EXPECT_EQ(sample().toString(15), "  Name      All\n"
+                                     "  short       3\n"
+                                     "  a much ~   30\n");
 }
 
 TEST(FittedTable, NeverIsWiderThanItsWidthIfThatCanBe)

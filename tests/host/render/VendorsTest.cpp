@@ -34,7 +34,7 @@ TEST(Vendors, AreFoundByTheFirstThreeBytes)
     EXPECT_EQ(vendors("00-22-72-FF-FF-FF"), "American Micro-Fuel Device");
     EXPECT_EQ(vendors("00:13:20:61:83:a3"), "Example Corporate") << "only whole words are forms of companies";
     EXPECT_EQ(vendors("00:00:0c:00:00:00"), "First");
-    EXPECT_EQ(vendors("00:00:0d:00:00:00"), "Co") << "something always remains";
+    EXPECT_EQ(vendors("00:00:0d:00:00:00"), "Co.") << "something always remains";
     EXPECT_EQ(vendors("00:22:73:01:02:03"), "");
 }
 
