@@ -65,6 +65,15 @@ void forEachTable(KetStats::CAgentStatistic & tree, KetStats::CAgentStatistic & 
     visit("UDP ports", tree.ipPorts.udpPorts, other.ipPorts.udpPorts);
 }
 
+template <class Table, class Row>
+bool isOfOthers(Table & table, Row const & row)
+{
+    if constexpr (requires { row.isOthers(row.rowKey()); })
+        return row.getId() == table.getLimit() && row.isOthers(row.rowKey());
+    else
+        return &row == table.getSummaryStat();
+}
+
 // Tells how a table fails to hold together; empty if it does.
 template <class Table>
 std::string brokenTable(Table & table)
@@ -77,10 +86,13 @@ std::string brokenTable(Table & table)
         auto * const row = table.getChildById(id);
         if (!row || row->getId() != id)
             return "a row isn't where its id says";
-        if (!keys.insert(keyText(row->rowKey())).second)
-            return "two rows with one key";
-        if (table.find(row->rowKey()) != row)
-            return "a row isn't found by its key";
+        // A row of the others stands apart, and may show the key of a row of the traffic.
+        if (!isOfOthers(table, *row)) {
+            if (!keys.insert(keyText(row->rowKey())).second)
+                return "two rows with one key";
+            if (table.find(row->rowKey()) != row)
+                return "a row isn't found by its key";
+        }
         if constexpr (requires { row->source; }) {
             if (keyText(row->source.get()) + keyText(row->destination.get()) != keyText(row->rowKey()))
                 return "a row shows another key than its own";

@@ -2,88 +2,124 @@
 
 #include "host/capture/CaptureFormat.h"
 #include "host/capture/ClassicReader.h"
+#include "host/capture/GzipSource.h"
+#include "host/capture/LinkType.h"
 #include "host/capture/NextGenerationReader.h"
-#include "host/support/ByteFile.h"
 #include "host/support/Failure.h"
 
 #include <fmt/core.h>
+
+#include <filesystem>
+#include <optional>
 
 namespace ketmon {
 
 namespace {
 
-struct CLinkType
-{
-    std::uint32_t number;
-    char const * name;
-};
+using Step = CFrameReader::Step;
 
-// The ones that people meet, by the names that capture tools show.
-constexpr CLinkType linkTypes[] = {
-    {0, "NULL"},        {6, "IEEE802"},   {9, "PPP"},          {10, "FDDI"},
-    {51, "PPP_ETHER"},  {101, "RAW"},     {105, "IEEE802_11"}, {108, "LOOP"},
-    {113, "LINUX_SLL"}, {119, "PRISM"},   {122, "IP_OVER_FC"}, {127, "IEEE802_11_RADIO"},
-    {189, "USB_LINUX"}, {228, "IPV4"},    {229, "IPV6"},       {239, "NFLOG"},
-    {249, "USBPCAP"},   {253, "NETLINK"}, {276, "LINUX_SLL2"},
-};
-
-char const * linkTypeName(std::uint32_t number)
+std::unique_ptr<CFrameReader> readerOf(CByteInput & input)
 {
-    for (CLinkType const & type : linkTypes)
-        if (type.number == number)
-            return type.name;
-    return "unknown";
-}
-
-std::unique_ptr<CFrameReader> readerOf(CByteFile & file)
-{
-    unsigned char magic[format::magicLength];
-    if (file.read(magic, sizeof magic) != sizeof magic)
+    CByteInput::Bytes const magic = input.look(format::magicLength);
+    if (magic.size() != format::magicLength)
         throw CDamagedCapture("the file is too short for a capture");
-    if (CNextGenerationReader::starts(magic))
-        return std::make_unique<CNextGenerationReader>(file);
+    if (CNextGenerationReader::starts(magic.data()))
+        return std::make_unique<CNextGenerationReader>(input);
     for (std::endian const order : {std::endian::little, std::endian::big})
-        if (CClassicReader::starts(magic, format::CByteOrder(order)))
-            return std::make_unique<CClassicReader>(file, magic, format::CByteOrder(order));
+        if (CClassicReader::starts(magic.data(), format::CByteOrder(order)))
+            return std::make_unique<CClassicReader>(input, format::CByteOrder(order));
     throw CDamagedCapture("unknown file format");
 }
 
 class CCaptureFile : public CCaptureSource
 {
 public:
-    explicit CCaptureFile(std::string const & path) : m_file(path)
+    explicit CCaptureFile(std::string const & path) : m_path(path)
     {
+        m_input = std::make_unique<CByteInput>(openByteSource(path));
+        m_compressed = isGzip(*m_input);
+        if (m_compressed)
+            m_input = std::make_unique<CByteInput>(gzipSource(path, std::move(m_input)));
         try {
-            m_reader = readerOf(m_file);
+            m_reader = readerOf(*m_input);
+            findEthernet();
         } catch (CDamagedCapture const & damage) {
             throw CFailure(exitBadInput, fmt::format("{}: {}", path, damage.what()));
         }
-        std::uint32_t const type = m_reader->linkType();
-        if (type != format::linkTypeEthernet)
-            throw CFailure(exitBadInput,
-                           fmt::format("{}: the link type is {} ({}), and only Ethernet can be counted", path,
-                                       linkTypeName(type), type));
     }
 
     bool next(CCapturedFrame & frame) override
     {
+        if (m_ended)
+            return false;
         try {
-            bool const there = m_reader->next(frame);
-            m_frames += there ? 1 : 0;
-            return there;
+            while (read(frame) != Step::end)
+                if (m_countable) {
+                    ++m_frames;
+                    return true;
+                }
         } catch (CDamagedCapture const & damage) {
-            throw CFailure(exitBadInput, fmt::format("{}: damaged behind frame {}: {}", m_file.path(),
-                                                     m_frames, damage.what()));
+            m_ended = true;
+            if (!damage.isCut() || !hasGrown())
+                throw CFailure(exitBadInput, fmt::format("{}: damaged behind frame {}: {}", m_path, m_frames,
+                                                         damage.what()));
+            m_faults.unfinished.push_back(m_path);
         }
+        m_ended = true;
+        return false;
     }
 
-    std::uint64_t position() const override { return m_file.position(); }
-    std::uint64_t size() const override { return m_file.size(); }
+    std::uint64_t position() const override
+    {
+        return m_compressed ? m_input->source().position() : m_input->position();
+    }
+    std::uint64_t size() const override { return m_input->size(); }
+    CSourceFaults faults() const override { return m_faults; }
 
 private:
-    CByteFile m_file;
+    // A step of the reader, of whose frames those that can't be counted are left out.
+    Step read(CCapturedFrame & frame)
+    {
+        Step const step = m_reader->next(frame);
+        m_countable = step == Step::frame && m_reader->linkType() == format::linkTypeEthernet;
+        if (step == Step::frame && !m_countable) {
+            ++m_faults.leftOut[m_reader->linkType()];
+            ++m_frames;
+        }
+        return step;
+    }
+
+    // No frame of Ethernet stands in front of the description of its interface.
+    void findEthernet()
+    {
+        std::optional<std::uint32_t> first;
+        CCapturedFrame frame{};
+        for (Step step = read(frame); step != Step::end; step = read(frame)) {
+            if (step != Step::description)
+                continue;
+            if (m_reader->linkType() == format::linkTypeEthernet)
+                return;
+            first = first.value_or(m_reader->linkType());
+        }
+        throw CDamagedCapture(fmt::format("the link type is {}, and only Ethernet can be counted",
+                                          linkTypeText(first.value_or(0))));
+    }
+
+    bool hasGrown() const
+    {
+        std::error_code error;
+        std::uint64_t const now = std::filesystem::file_size(m_path, error);
+        return !error && m_input->size() != 0 && now > m_input->size();
+    }
+
+    std::string m_path;
+    std::unique_ptr<CByteInput> m_input;
     std::unique_ptr<CFrameReader> m_reader;
-    std::uint64_t m_frames = 0;
+    CSourceFaults m_faults;
+    std::uint64_t m_frames = 0; // of all link types
+    bool m_countable = false;   // whether the frame that was read last is
+    bool m_ended = false;
+    bool m_compressed = false;
 };
 
 } // namespace

@@ -7,12 +7,17 @@
 
 namespace ketmon {
 
-// Opens a capture file with frames of Ethernet, in the classic format or in that of the next generation,
-// without a capture library. All such files are accepted, refused and read as libpcap does it with stamps of
-// nanoseconds, oddities included, so that ketmon counts a file alike on every system.
+// Opens a capture file, or "-" for the standard input: in the classic format or in that of the next
+// generation, as it is or compressed with gzip. A file whose interfaces share their link type and their limit
+// is accepted, refused and read as libpcap does it with stamps of nanoseconds, oddities included.
 //
-// Throws CFailure, exit code 2, for a file that can't be opened, isn't a capture, or has another link type.
-// `next` throws the same for a damaged record or one that is cut short.
+// 1. Frames of other link types than Ethernet are left out, and told by `faults`. The file is read as far as
+//    its first interface of Ethernet to open it.
+// 2. `next` throws CFailure, exit code 2, for a damaged record or one that is cut short, once: then it is at
+//    its end. But where the file has grown meanwhile, a record that is cut short is the end, told by `faults`.
+//
+// Throws CFailure, exit code 2, for a file that can't be opened, isn't a capture, or has no interface of
+// Ethernet.
 std::unique_ptr<CCaptureSource> openCaptureFile(std::string const & path);
 
 } // namespace ketmon

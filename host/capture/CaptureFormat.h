@@ -113,6 +113,7 @@ constexpr std::size_t optionHeaderLength = 4;
 // More is taken for damage.
 constexpr std::uint32_t longestSectionHeader = 1 << 20;
 constexpr std::uint32_t longestBlock = 16 << 20;
+constexpr std::size_t mostInterfaces = 65536; // of a section
 
 } // namespace nextGeneration
 

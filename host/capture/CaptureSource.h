@@ -1,6 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
 
 namespace ketmon {
 
@@ -11,6 +14,17 @@ struct CCapturedFrame
     unsigned int capturedLength;
     unsigned int length; // on the wire
     long long ticks;     // when it was captured, in units of 100 ns since 1601-01-01 UTC
+};
+
+// What of an input wasn't given as frames, and why.
+struct CSourceFaults
+{
+    // What couldn't be read, or not to its end: a sentence each, which begins with the name of the file.
+    std::vector<std::string> damage;
+    // Files that grew while they were read and end within a record: somebody still writes there.
+    std::vector<std::string> unfinished;
+    // Frames that can't be counted, by the number of their link type.
+    std::map<std::uint32_t, std::uint64_t> leftOut;
 };
 
 // Where frames come from.
@@ -31,6 +45,9 @@ public:
     // How much of the input was read so far and how much there is, in bytes; both 0 if that can't be told.
     virtual std::uint64_t position() const { return 0; }
     virtual std::uint64_t size() const { return 0; }
+
+    // By now.
+    virtual CSourceFaults faults() const { return {}; }
 };
 
 } // namespace ketmon

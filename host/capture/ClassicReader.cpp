@@ -24,15 +24,13 @@ bool CClassicReader::starts(unsigned char const * magic, format::CByteOrder orde
     return number == classic::microseconds || number == classic::nanoseconds || number == classic::patched;
 }
 
-CClassicReader::CClassicReader(CByteFile & file, unsigned char const * magic, format::CByteOrder order)
-    : m_file(file),
-      m_order(order),
-      m_magic(order.four(magic))
+CClassicReader::CClassicReader(CByteInput & input, format::CByteOrder order) : m_input(input), m_order(order)
 {
-    unsigned char header[classic::headerLength];
-    std::size_t const rest = sizeof header - format::magicLength;
-    if (file.read(header + format::magicLength, rest) != rest)
-        throw CDamagedCapture("the file ends within its header");
+    CByteInput::Bytes const bytes = m_input.take(classic::headerLength);
+    if (bytes.size() != classic::headerLength)
+        throw cutCapture("the file ends within its header");
+    unsigned char const * const header = bytes.data();
+    m_magic = order.four(header);
     m_lengthOrder = lengthOrder(order.two(header + 4), order.two(header + 6));
     m_limit = format::sensibleLimit(order.four(header + 16));
     m_linkType = order.four(header + 20) & classic::linkTypeMask;
@@ -53,31 +51,34 @@ CClassicReader::LengthOrder CClassicReader::lengthOrder(unsigned int major, unsi
     return minor == 3 ? smallerFirst : capturedFirst;
 }
 
-bool CClassicReader::next(CCapturedFrame & frame)
+CFrameReader::Step CClassicReader::next(CCapturedFrame & frame)
 {
-    unsigned char record[classic::patchedRecordLength];
-    std::size_t const got = m_file.read(record, m_recordLength);
-    if (got == 0)
-        return false;
-    if (got != m_recordLength)
-        throw CDamagedCapture("the file ends within the header of a record");
+    if (!m_described) {
+        m_described = true;
+        return Step::description;
+    }
+    CByteInput::Bytes const record = m_input.take(m_recordLength);
+    if (record.empty())
+        return Step::end;
+    if (record.size() != m_recordLength)
+        throw cutCapture("the file ends within the header of a record");
 
-    std::uint32_t captured = m_order.four(record + 8);
-    std::uint32_t length = m_order.four(record + 12);
+    std::uint32_t captured = m_order.four(record.data() + 8);
+    std::uint32_t length = m_order.four(record.data() + 12);
     if (m_lengthOrder == capturedLast || (m_lengthOrder == smallerFirst && captured > length))
         std::swap(captured, length);
     if (captured > format::longestFrame)
         throw CDamagedCapture(fmt::format("a record claims {} captured bytes", captured));
-
-    // Some systems wrote whole frames whatever the limit said.
-    std::uint32_t const kept = std::min(captured, m_limit);
-    if (m_file.read(m_bytes, kept) != kept || m_file.skip(captured - kept) != captured - kept)
-        throw CDamagedCapture(fmt::format("the file ends within a frame of {} bytes", captured));
-    frame.data = m_bytes.data();
-    frame.capturedLength = kept;
+    frame.ticks = ticks(record.data());
     frame.length = length;
-    frame.ticks = ticks(record);
-    return true;
+
+    CByteInput::Bytes const bytes = m_input.take(captured);
+    if (bytes.size() != captured)
+        throw cutCapture(fmt::format("the file ends within a frame of {} bytes", captured));
+    frame.data = bytes.data();
+    // Some systems wrote whole frames whatever the limit said.
+    frame.capturedLength = std::min(captured, m_limit);
+    return Step::frame;
 }
 
 // libpcap takes both numbers for signed in files of the machine's own byte order, and only there.

@@ -10,35 +10,44 @@ namespace ketmon {
 namespace {
 
 using Clock = std::chrono::steady_clock;
+using Seconds = std::chrono::duration<double>;
 
 // Waits for the moment at which a frame is due.
 class CPacer
 {
 public:
-    CPacer(double pace, std::stop_token const & stop) : m_pace(pace), m_stop(stop) {}
+    CPacer(CFeedOptions const & options, std::stop_token const & stop) : m_options(options), m_stop(stop) {}
 
     void waitFor(long long ticks)
     {
-        if (m_pace <= 0.0)
+        if (m_options.pace <= 0.0)
             return;
         if (!m_started) {
             m_started = true;
             m_first = ticks;
             m_start = Clock::now();
         }
-        std::chrono::duration<double> const seconds(static_cast<double>(ticks - m_first) / 1e7 / m_pace);
+        Seconds const seconds(static_cast<double>(ticks - m_first) / 1e7 / m_options.pace);
         // Nobody waits that long; more doesn't fit the clock.
-        constexpr std::chrono::duration<double> longest(1e9);
-        auto const due =
+        constexpr Seconds longest(1e9);
+        auto due =
             m_start + std::chrono::duration_cast<Clock::duration>(std::clamp(seconds, -longest, longest));
-        if (due <= Clock::now())
+        auto const now = Clock::now();
+        if (due <= now)
             return;
+        // What is left out of a gap isn't waited for later either.
+        auto const bound = now + std::chrono::duration_cast<Clock::duration>(Seconds(m_options.longestGap));
+        if (due > bound) {
+            m_start = bound;
+            m_first = ticks;
+            due = bound;
+        }
         std::unique_lock lock(m_mutex);
         m_wake.wait_until(lock, m_stop, due, [] { return false; });
     }
 
 private:
-    double m_pace;
+    CFeedOptions m_options;
     std::stop_token m_stop;
     bool m_started = false;
     long long m_first = 0;
@@ -50,18 +59,19 @@ private:
 } // namespace
 
 void feedFrames(KetStats::CKetrinStatManager & manager, CCaptureSource & source, CFeedOptions const & options,
-                std::stop_token const & stop, unsigned long long & frames)
+                std::stop_token const & stop, CCaptureSummary & summary)
 {
-    CPacer pacer(options.pace, stop);
+    CPacer pacer(options, stop);
     CCapturedFrame captured{};
     CNetworkFrame frame;
-    while ((options.most == 0 || frames < options.most) && !stop.stop_requested() && source.next(captured)) {
+    while ((options.most == 0 || summary.frames < options.most) && !stop.stop_requested() &&
+           source.next(captured)) {
         pacer.waitFor(captured.ticks);
         if (stop.stop_requested())
             break;
         frame.Assign(captured.data, captured.capturedLength, captured.length);
         manager.analyzeFrame(&frame);
-        ++frames;
+        summary.add(captured);
     }
 }
 

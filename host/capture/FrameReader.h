@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <stdexcept>
+#include <string>
 
 namespace ketmon {
 
@@ -11,22 +12,44 @@ namespace ketmon {
 class CDamagedCapture : public std::runtime_error
 {
 public:
-    using std::runtime_error::runtime_error;
+    explicit CDamagedCapture(std::string const & what, bool cut = false)
+        : std::runtime_error(what),
+          m_cut(cut)
+    {}
+
+    // Whether there is nothing wrong but that the file ends too early, as one does that is still written to.
+    bool isCut() const { return m_cut; }
+
+private:
+    bool m_cut;
 };
+
+inline CDamagedCapture cutCapture(std::string const & what)
+{
+    return CDamagedCapture(what, true);
+}
 
 // Takes a capture file of one format apart.
 class CFrameReader
 {
 public:
+    enum class Step
+    {
+        end,
+        description, // of an interface, whose link type is told now
+        frame,
+    };
+
     CFrameReader() = default;
     CFrameReader(CFrameReader const &) = delete;
     CFrameReader & operator=(CFrameReader const &) = delete;
     virtual ~CFrameReader() = default;
 
-    // As `CCaptureSource::next`, but throws CDamagedCapture as well.
-    virtual bool next(CCapturedFrame & frame) = 0;
+    // Goes on to the next thing that is of interest; the bytes of a frame stay until then. Throws CFailure for
+    // a file that can't be read on, and CDamagedCapture.
+    virtual Step next(CCapturedFrame & frame) = 0;
 
-    // The number by which the file names the link type of its frames.
+    // The number by which the file names the link type of what `next` gave last.
     virtual std::uint32_t linkType() const = 0;
 };
 

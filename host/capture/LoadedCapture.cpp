@@ -1,17 +1,18 @@
 #include "host/capture/LoadedCapture.h"
 
-#include "host/capture/OpenCapture.h"
+#include "host/capture/CaptureFiles.h"
 
 #include <algorithm>
 
 namespace ketmon {
 
-void CLoadedCapture::load(std::string const & path)
+CSourceFaults CLoadedCapture::load(std::vector<std::string> const & paths)
 {
-    auto const source = openCapture(path);
+    CCaptureFiles source(paths);
     CCapturedFrame frame{};
-    while (source->next(frame))
+    while (source.next(frame))
         add(frame.data, frame.capturedLength, frame.length);
+    return source.faults();
 }
 
 void CLoadedCapture::add(unsigned char const * data, unsigned int capturedLength, unsigned int length)

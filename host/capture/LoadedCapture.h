@@ -1,5 +1,7 @@
 #pragma once
 
+#include "host/capture/CaptureSource.h"
+
 #include "ketstats/capture/NetworkFrame.h"
 
 #include <cstddef>
@@ -19,8 +21,9 @@ public:
         unsigned int length;
     };
 
-    // Appends the frames of a file. Throws CFailure.
-    void load(std::string const & path);
+    // Appends the frames of files, as CCaptureFiles gives them; tells what it couldn't. Throws CFailure.
+    CSourceFaults load(std::vector<std::string> const & paths);
+    CSourceFaults load(std::string const & path) { return load(std::vector<std::string>{path}); }
     // Appends a frame.
     void add(unsigned char const * data, unsigned int capturedLength, unsigned int length);
     // Appends its own frames again until there are `count`.

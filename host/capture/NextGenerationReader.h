@@ -3,7 +3,7 @@
 #include "host/capture/CaptureFormat.h"
 #include "host/capture/FrameReader.h"
 #include "host/capture/StampUnit.h"
-#include "host/support/ByteFile.h"
+#include "host/support/ByteInput.h"
 
 #include <cstdint>
 #include <span>
@@ -11,20 +11,20 @@
 
 namespace ketmon {
 
-// Reads the format of the next generation: several sections of one byte order, each with several interfaces
-// that share a link type and a limit of captured bytes. Packets of all three kinds are read, other blocks
-// skipped.
+// Reads the format of the next generation: several sections of one byte order, each with several interfaces,
+// of which each has a link type, a limit of captured bytes and a unit of time of its own. Packets of all three
+// kinds are read, other blocks skipped.
 class CNextGenerationReader : public CFrameReader
 {
 public:
     // Whether a file that begins with these four bytes is of this format.
     static bool starts(unsigned char const * magic);
 
-    // `file`, of which the first four bytes were read, must outlive the reader. Reads up to the first
-    // interface. Throws CDamagedCapture if there is none.
-    explicit CNextGenerationReader(CByteFile & file);
+    // `input`, which is at the start of the file, must outlive the reader. Throws CDamagedCapture for a first
+    // section that is none.
+    explicit CNextGenerationReader(CByteInput & input);
 
-    bool next(CCapturedFrame & frame) override;
+    Step next(CCapturedFrame & frame) override;
     std::uint32_t linkType() const override { return m_linkType; }
 
 private:
@@ -45,20 +45,26 @@ private:
         Bytes bytes; // with what stands behind them
     };
 
+    struct CInterface
+    {
+        std::uint32_t linkType;
+        std::uint32_t limit;
+        CStampUnit unit;
+    };
+
     void readFirstSection();
-    void readFirstInterface();
     bool readBlock(CBlock & block);
     void startSection(Bytes body);
     void addInterface(Bytes body);
+    CInterface const & interfaceAt(std::uint32_t index) const;
     CPacket packetOf(CBlock const & block) const;
-    void take(CPacket const & packet, CCapturedFrame & frame) const;
+    void take(CPacket const & packet, CCapturedFrame & frame);
 
-    CByteFile & m_file;
+    CByteInput & m_input;
     format::CByteOrder m_order = format::littleEndian;
-    std::uint32_t m_linkType = 0; // this and the next are those of the first interface
-    std::uint32_t m_limit = 0;
-    std::vector<CStampUnit> m_interfaces; // of the section
-    std::vector<unsigned char> m_bytes;   // of the block
+    std::uint32_t m_linkType = 0;
+    bool m_begun = false;                 // whether there was an interface
+    std::vector<CInterface> m_interfaces; // of the section
 };
 
 } // namespace ketmon

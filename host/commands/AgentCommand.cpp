@@ -1,17 +1,21 @@
 #include "host/commands/AgentCommand.h"
 
+#include "host/capture/CaptureFiles.h"
 #include "host/capture/FrameFeed.h"
 #include "host/capture/LiveCapture.h"
-#include "host/capture/OpenCapture.h"
+#include "host/live/EndLine.h"
 #include "host/support/Failure.h"
 #include "host/support/OptionChecks.h"
+#include "host/support/Output.h"
 
 #include "ketstats/ketstats.h"
 
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <exception>
 #include <memory>
+#include <optional>
 #include <thread>
 
 namespace ketmon {
@@ -39,13 +43,12 @@ public:
     void start(std::function<void(unsigned long long frames)> ended)
     {
         m_thread = std::jthread([this, ended = std::move(ended)](std::stop_token const & stop) {
-            unsigned long long frames = 0;
             try {
-                feedFrames(m_manager, m_source, m_options, stop, frames);
+                feedFrames(m_manager, m_source, m_options, stop, m_summary);
             } catch (...) {
                 m_failure = std::current_exception();
             }
-            ended(frames);
+            ended(m_summary.frames);
         });
     }
 
@@ -55,22 +58,25 @@ public:
         m_source.stop();
     }
 
-    // Ends the thread. Throws what it failed with.
-    void join()
+    // Ends the thread, and gives what it counted. Throws what it failed with.
+    CCaptureSummary const & join()
     {
         if (!m_thread.joinable())
-            return;
+            return m_summary;
         stop();
         m_thread.join();
         if (m_failure)
             std::rethrow_exception(m_failure);
+        m_summary.faults = m_source.faults();
+        return m_summary;
     }
 
 private:
     CKetrinStatManager & m_manager;
     CCaptureSource & m_source;
     CFeedOptions m_options;
-    std::exception_ptr m_failure; // written by the thread, read behind its end
+    CCaptureSummary m_summary; // this and the next are written by the thread, and read behind its end
+    std::exception_ptr m_failure;
     std::jthread m_thread;
 };
 
@@ -78,7 +84,14 @@ CInput inputOf(CAgentOptions const & options)
 {
     if (!options.interface.empty())
         return openLiveCapture(options.interface, options.filter, options.analysis.linkSpeed);
-    return {std::make_unique<CFileHook>(options.analysis.linkSpeed), openCapture(options.file)};
+    return {std::make_unique<CFileHook>(options.analysis.linkSpeed),
+            std::make_unique<CCaptureFiles>(options.files)};
+}
+
+CDrops dropsOf(CNdisHook & hook)
+{
+    auto const count = [](long lost) { return static_cast<unsigned long long>(std::max(lost, 0L)); };
+    return {count(hook.GetSoftMissedFrames()), count(hook.GetMissedFrames())};
 }
 
 } // namespace
@@ -86,12 +99,14 @@ CInput inputOf(CAgentOptions const & options)
 void addAgentCommand(CLI::App & app)
 {
     auto const options = std::make_shared<CAgentOptions>();
+    options->analysis.rows.usual = rowsOfAgents;
     CLI::App * const command =
         app.add_subcommand("agent", "Count frames and serve the statistics to consoles over TCP");
     command->footer("The address that it listens on is printed as the first line. Whoever reaches that\n"
                     "address can read the statistics; there is no password and no encryption.");
-    CLI::Option * const file = command->add_option("-r,--read", options->file, "Replay a capture file");
-    file->type_name("FILE");
+    CLI::Option * const file = command->add_option(
+        "-r,--read", options->files, "Replay a capture file, - for the standard input; may be given again");
+    file->allow_extra_args(false)->type_name("FILE");
     command
         ->add_option("--pace", options->pace,
                      "How many times faster than it was captured the file is replayed; 0 for as fast as it "
@@ -100,6 +115,13 @@ void addAgentCommand(CLI::App & app)
         ->capture_default_str()
         ->needs(file)
         ->type_name("FACTOR");
+    command
+        ->add_option("--longest-gap", options->longestGap,
+                     "Wait no longer than that for the next frame of a file, whatever its time says")
+        ->check(between(0, 1e9))
+        ->capture_default_str()
+        ->needs(file)
+        ->type_name("SECONDS");
     CLI::Option * const interface =
         command->add_option("-i,--interface", options->interface, "Count what passes a network interface");
     interface->excludes(file)->type_name("INTERFACE");
@@ -141,7 +163,7 @@ void addAgentCommand(CLI::App & app)
 
 void runAgent(CAgentOptions const & options)
 {
-    if (options.file.empty() == options.interface.empty())
+    if (options.files.empty() == options.interface.empty())
         throw CFailure(exitBadInput,
                        "agent: what to count is missing: -r FILE or -i INTERFACE (see ketmon agent --help)");
 
@@ -151,21 +173,24 @@ void runAgent(CAgentOptions const & options)
     serverOptions.linger = milliseconds(options.linger);
 
     CInput const input = inputOf(options);
-    CKetrinStatManager manager;
+    CKetrinStatManager manager(tableLimits(options.analysis.rows));
     configure(manager, options.analysis);
     manager.beginAnalyzing(input.hook.get());
 
-    double const pace = options.file.empty() ? 0.0 : options.pace;
-    CCaptureThread capture(manager, *input.source, {pace, options.count});
+    double const pace = options.files.empty() ? 0.0 : options.pace;
+    CCaptureThread capture(manager, *input.source, {pace, options.longestGap, options.count});
     CAgentServer server(
         manager, serverOptions,
         [&] { capture.start([&server](unsigned long long frames) { server.captureEnded(frames); }); },
         [&] { capture.stop(); });
-    fmt::print("listening on {}\n", server.endpoint().toString());
-    std::fflush(stdout);
+    writeOutput(fmt::format("listening on {}\n", server.endpoint().toString()));
     server.run();
-    capture.join();
+    CCaptureSummary const & summary = capture.join();
     manager.endAnalyzing();
+    std::optional<CDrops> drops;
+    if (options.files.empty())
+        drops = dropsOf(*input.hook);
+    tellEnd(summary, manager.getAgentStatistic().ledgers(), drops, options.server.quiet);
 }
 
 } // namespace ketmon

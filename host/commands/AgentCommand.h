@@ -6,18 +6,20 @@
 #include <CLI/CLI.hpp>
 
 #include <string>
+#include <vector>
 
 namespace ketmon {
 
 // `ketmon agent`: counts frames and serves consoles meanwhile.
 struct CAgentOptions
 {
-    std::string file; // one of these two
+    std::vector<std::string> files; // one of these two
     std::string interface;
     std::string filter;
     std::string listen = usualEndpoint;
     double pace = 1.0;
-    double interval = 1.0; // seconds, as is the next
+    double longestGap = 10.0; // seconds, as are the next two
+    double interval = 1.0;
     double linger = 0.0;
     unsigned long long count = 0;
     CServerOptions server;

@@ -1,9 +1,12 @@
 #include "host/commands/BenchCommand.h"
 
 #include "host/capture/LoadedCapture.h"
+#include "host/live/EndLine.h"
+#include "host/live/FileCount.h"
 #include "host/live/Groups.h"
 #include "host/support/Failure.h"
 #include "host/support/OptionChecks.h"
+#include "host/support/Output.h"
 
 #include "ketstats/ketstats.h"
 
@@ -34,7 +37,7 @@ void print(CBenchOptions const & options, CLoadedCapture const & capture, double
         nlohmann::ordered_json document;
         document["frames"] = frames;
         document["nsPerFrame"] = {{"best", best}, {"median", median}};
-        fmt::print("{}\n", document.dump(2));
+        writeOutput(document.dump(2) + '\n');
         return;
     }
     unsigned long long bytes = 0;
@@ -42,12 +45,12 @@ void print(CBenchOptions const & options, CLoadedCapture const & capture, double
         bytes += frame.length;
     double const bitsPerFrame = 8.0 * static_cast<double>(bytes) / static_cast<double>(frames);
     auto const line = [&](char const * name, double nanoseconds) {
-        fmt::print("{:<8}{:>8.1f} ns/frame  {:>12.0f} frames/s  {:>8.2f} Gbit/s\n", name, nanoseconds,
-                   1e9 / nanoseconds, bitsPerFrame / nanoseconds);
+        return fmt::format("{:<8}{:>8.1f} ns/frame  {:>12.0f} frames/s  {:>8.2f} Gbit/s\n", name, nanoseconds,
+                           1e9 / nanoseconds, bitsPerFrame / nanoseconds);
     };
-    fmt::print("{}: {} frames, {} passes after one to warm up\n", options.file, frames, options.passes);
-    line("best", best);
-    line("median", median);
+    writeOutput(fmt::format("{}: {} frames, {} passes after one to warm up\n", nameOf(options.files), frames,
+                            options.passes) +
+                line("best", best) + line("median", median));
 }
 
 } // namespace
@@ -56,25 +59,31 @@ void addBenchCommand(CLI::App & app)
 {
     auto const options = std::make_shared<CBenchOptions>();
     CLI::App * const command =
-        app.add_subcommand("bench", "Measure how fast this machine counts the frames of a capture file");
-    command->add_option("FILE", options->file, "Capture file with frames of Ethernet")->required();
+        app.add_subcommand("bench", "Measure how fast this machine counts the frames of capture files");
+    command->add_option("FILE", options->files, "Capture files with frames of Ethernet, as for read")
+        ->required();
     command->add_option("--passes", options->passes, "How often all frames are counted")
         ->check(atLeast(1))
         ->capture_default_str()
         ->type_name("N");
     addEnableOption(*command, options->enable);
+    addRowsOption(*command, options->rows);
     command->add_flag("--json", options->json, "Print one JSON object");
     command->callback([options] { benchCapture(*options); });
 }
 
 void benchCapture(CBenchOptions const & options)
 {
-    CKetrinStatManager manager;
+    CKetrinStatManager manager(tableLimits(options.rows));
     enableGroups(manager, options.enable);
     CLoadedCapture capture;
-    capture.load(options.file);
-    if (capture.frames().empty())
-        throw CFailure(exitBadInput, fmt::format("{}: there are no frames to measure with", options.file));
+    CCaptureSummary summary;
+    summary.faults = capture.load(options.files);
+    if (capture.frames().empty()) {
+        tellEnd(summary, {}, {}, true);
+        throw CFailure(exitBadInput,
+                       fmt::format("{}: there are no frames to measure with", nameOf(options.files)));
+    }
 
     manager.beginAnalyzing(nullptr);
     static_cast<void>(nanosecondsOf(manager, capture)); // warms up
@@ -83,6 +92,7 @@ void benchCapture(CBenchOptions const & options)
         passes.push_back(nanosecondsOf(manager, capture) / static_cast<double>(capture.frames().size()));
     std::sort(passes.begin(), passes.end());
     print(options, capture, passes.front(), passes[passes.size() / 2]);
+    tellEnd(summary, {}, {}, true);
 }
 
 } // namespace ketmon

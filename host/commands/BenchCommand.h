@@ -1,5 +1,7 @@
 #pragma once
 
+#include "host/live/RowLimits.h"
+
 #include <CLI/CLI.hpp>
 
 #include <string>
@@ -7,12 +9,13 @@
 
 namespace ketmon {
 
-// `ketmon bench FILE`: how fast this machine counts the frames of a file.
+// `ketmon bench FILE...`: how fast this machine counts the frames of files.
 struct CBenchOptions
 {
-    std::string file;
+    std::vector<std::string> files;
     unsigned int passes = 20;
     std::vector<std::string> enable;
+    CRowOptions rows;
     bool json = false;
 };
 

@@ -8,6 +8,7 @@
 #include "host/commands/SchemaCommand.h"
 #include "host/commands/ShowCommand.h"
 #include "host/support/Failure.h"
+#include "host/support/Output.h"
 
 #include <fmt/core.h>
 
@@ -47,15 +48,15 @@ int runCommands(int argc, char const * const * argv)
     } catch (CLI::CallForHelp const &) {
         // The help of the command that it was asked for.
         auto const asked = app.get_subcommands();
-        fmt::print("{}", asked.empty() ? app.help() : asked.front()->help("ketmon"));
+        writeOutput(asked.empty() ? app.help() : asked.front()->help("ketmon"));
         return exitSuccess;
     } catch (CLI::CallForVersion const & version) {
-        fmt::print("{}\n", version.what());
+        writeOutput(fmt::format("{}\n", version.what()));
         return exitSuccess;
     } catch (CLI::ParseError const & error) {
         bool const unknownCommand = argc > 1 && argv[1][0] != '-' && !hasCommand(app, argv[1]);
-        fmt::print(stderr, "ketmon: {} (see --help)\n",
-                   unknownCommand ? fmt::format("there is no command '{}'", argv[1]) : error.what());
+        tell(fmt::format("{} (see --help)",
+                         unknownCommand ? fmt::format("there is no command '{}'", argv[1]) : error.what()));
         return exitBadInput;
     }
 }
@@ -65,15 +66,15 @@ int runCommands(int argc, char const * const * argv)
 int run(int argc, char const * const * argv)
 {
     try {
+        holdStandardStreams();
         int const exitCode = runCommands(argc, argv);
-        if (std::fflush(stdout) != 0)
-            throw CFailure(exitFailure, "can't write the output");
+        flushOutput();
         return exitCode;
     } catch (CFailure const & failure) {
-        fmt::print(stderr, "ketmon: {}\n", failure.what());
+        tell(failure.what());
         return failure.exitCode();
     } catch (std::exception const & error) {
-        fmt::print(stderr, "ketmon: {}\n", error.what());
+        tell(error.what());
         return exitFailure;
     }
 }

@@ -1,12 +1,15 @@
 #include "host/commands/FilterCommand.h"
 
+#include "host/capture/CaptureFiles.h"
 #include "host/capture/CaptureWriter.h"
-#include "host/capture/OpenCapture.h"
 #include "host/capture/Progress.h"
+#include "host/live/EndLine.h"
 #include "host/live/FileCount.h"
+#include "host/support/ByteSource.h"
 #include "host/support/Failure.h"
 #include "host/support/Oid.h"
 #include "host/support/OptionChecks.h"
+#include "host/support/Output.h"
 
 #include "ketstats/ketstats.h"
 
@@ -32,7 +35,7 @@ std::unique_ptr<CFilter> filterOf(CFilterOptions const & options, CFileCount con
     if (!stat)
         throw CFailure(exitBadInput, fmt::format("{}: there is no statistic {} at the end of the capture "
                                                  "(ketmon read shows them, with the ids of rows)",
-                                                 options.file, options.oid));
+                                                 nameOf(options.files), options.oid));
     std::unique_ptr<CFilter> filter(KetStats::buildFilter(stat));
     if (!filter)
         throw CFailure(exitBadInput, fmt::format("{} is in no row of a table of traffic, so it has no filter",
@@ -44,7 +47,7 @@ std::unique_ptr<CFilter> filterOf(CFilterOptions const & options, CFileCount con
 bool isReadOnce(std::string const & file)
 {
     std::error_code error;
-    return std::filesystem::is_other(std::filesystem::status(file, error));
+    return file == standardInput || std::filesystem::is_other(std::filesystem::status(file, error));
 }
 
 // How many frames of the file pass the filter; they are written, if there is a writer.
@@ -52,10 +55,10 @@ unsigned long long framesThatPass(CFilterOptions const & options, CFilter const 
                                   CCaptureWriter * writer)
 {
     unsigned long long passed = 0;
-    auto const source = openCapture(options.file);
-    CProgress progress(options.file, *source, options.quiet);
+    CCaptureFiles source(options.files);
+    CProgress progress(nameOf(options.files), source, options.quiet);
     CNetworkFrame frame;
-    for (CCapturedFrame captured{}; source->next(captured); progress.step()) {
+    for (CCapturedFrame captured{}; source.next(captured); progress.step()) {
         frame.Assign(captured.data, captured.capturedLength, captured.length);
         if (!filter.IsSatisfied(&frame))
             continue;
@@ -64,6 +67,18 @@ unsigned long long framesThatPass(CFilterOptions const & options, CFilter const 
             writer->write(captured);
     }
     return passed;
+}
+
+void passFrames(CFilterOptions const & options, CFilter const & filter)
+{
+    std::optional<CCaptureWriter> writer;
+    if (!options.output.empty())
+        writer.emplace(options.output);
+    unsigned long long const passed = framesThatPass(options, filter, writer ? &*writer : nullptr);
+    if (writer)
+        writer->finish();
+    if (options.frames)
+        writeOutput(fmt::format("{}\n", passed));
 }
 
 } // namespace
@@ -75,40 +90,44 @@ void addFilterCommand(CLI::App & app)
         "filter", "Print the capture filter that selects the traffic of a row of a capture's statistics");
     command->footer("OID names a row such as 1.5.2, or what stands in one, as ketmon read shows it. The\n"
                     "expression is one that tcpdump and ketmon agent -f take.");
-    command->add_option("FILE", options->file, "Capture file with frames of Ethernet")->required();
-    command->add_option("OID", options->oid, "Identifier of the statistic")->required();
+    command
+        ->add_option("FILE", options->files,
+                     "Capture files with frames of Ethernet, as for read, and last the identifier of the "
+                     "statistic")
+        ->required()
+        ->type_name("... OID");
     command->add_flag("--frames", options->frames, "Print how many frames of FILE pass, on a second line");
     command->add_option("-w,--write", options->output, "Write these frames to a capture file")
         ->check(notEmpty())
         ->type_name("OUT.pcap");
     addAnalysisOptions(*command, options->analysis);
     command->add_flag("-q,--quiet", options->quiet, "No progress on stderr");
-    command->callback([options] { printFilter(*options); });
+    command->callback([options] {
+        // The parser would give all of them to the files, or take options only in front of them.
+        if (options->files.size() < 2)
+            throw CFailure(exitBadInput, "filter: FILE or OID is missing (see ketmon filter --help)");
+        options->oid = options->files.back();
+        options->files.pop_back();
+        printFilter(*options);
+    });
 }
 
 void printFilter(CFilterOptions const & options)
 {
     bool const withFrames = options.frames || !options.output.empty();
-    if (withFrames && isReadOnce(options.file))
-        throw CFailure(exitBadInput,
-                       fmt::format("{}: is read twice for --frames and --write, so it can't be a "
-                                   "pipe or a device",
-                                   options.file));
+    for (std::string const & file : options.files)
+        if (withFrames && isReadOnce(file))
+            throw CFailure(exitBadInput,
+                           fmt::format("{}: is read twice for --frames and --write, so it can't "
+                                       "be a pipe or a device",
+                                       file));
     CFileCount count(options.analysis, {});
-    count.run(options.file, options.quiet);
+    count.run(options.files, options.quiet);
     std::unique_ptr<CFilter> const filter = filterOf(options, count);
-    fmt::print("{}\n", filter->GetDescription());
-    if (!withFrames)
-        return;
-
-    std::optional<CCaptureWriter> writer;
-    if (!options.output.empty())
-        writer.emplace(options.output);
-    unsigned long long const passed = framesThatPass(options, *filter, writer ? &*writer : nullptr);
-    if (writer)
-        writer->finish();
-    if (options.frames)
-        fmt::print("{}\n", passed);
+    writeOutput(filter->GetDescription() + '\n');
+    if (withFrames)
+        passFrames(options, *filter);
+    tellEnd(count.summary(), {}, {}, true);
 }
 
 } // namespace ketmon

@@ -5,13 +5,14 @@
 #include <CLI/CLI.hpp>
 
 #include <string>
+#include <vector>
 
 namespace ketmon {
 
-// `ketmon filter FILE OID`: the capture filter of a statistic, and the frames that it selects.
+// `ketmon filter FILE... OID`: the capture filter of a statistic, and the frames that it selects.
 struct CFilterOptions
 {
-    std::string file;
+    std::vector<std::string> files;
     std::string oid;
     std::string output; // a capture file for the frames; none if empty
     bool frames = false;

@@ -1,10 +1,10 @@
 #include "host/commands/ReadCommand.h"
 
+#include "host/live/EndLine.h"
 #include "host/live/FileCount.h"
 #include "host/support/Failure.h"
 #include "host/support/OptionChecks.h"
-
-#include <fmt/core.h>
+#include "host/support/Output.h"
 
 #include <memory>
 
@@ -13,10 +13,15 @@ namespace ketmon {
 void addReadCommand(CLI::App & app)
 {
     auto const options = std::make_shared<CReadOptions>();
-    CLI::App * const command = app.add_subcommand("read", "Count a capture file and print the statistics");
-    CLI::Option * const file =
-        command->add_option("FILE", options->file, "Capture file with frames of Ethernet");
-    command->add_option("-r,--read", options->file, "The same as FILE")->excludes(file)->type_name("FILE");
+    CLI::App * const command = app.add_subcommand("read", "Count capture files and print the statistics");
+    CLI::Option * const files =
+        command->add_option("FILE", options->files,
+                            "Capture files with frames of Ethernet, also compressed with gzip; - is the "
+                            "standard input. Several are counted as one, in the order of time");
+    command->add_option("-r,--read", options->files, "The same as FILE; may be given again")
+        ->excludes(files)
+        ->allow_extra_args(false)
+        ->type_name("FILE");
     addReportOptions(*command, options->report);
     addHostNameOption(*command, options->report);
     addAnalysisOptions(*command, options->analysis);
@@ -27,8 +32,8 @@ void addReadCommand(CLI::App & app)
                                    ->type_name("OUT");
     command
         ->add_option("--interval", options->recording.interval,
-                     "Save a full snapshot as OUT.0, and then what changed in every so many seconds of the "
-                     "capture as OUT.1, OUT.2 ...; seconds without frames save nothing")
+                     "Save a full snapshot as OUT.00000, and then what changed in every so many seconds of "
+                     "the capture as OUT.00001, OUT.00002 ...; seconds without frames save nothing")
         ->check(between(0.01, 1e9))
         ->needs(save)
         ->type_name("SECONDS");
@@ -37,29 +42,24 @@ void addReadCommand(CLI::App & app)
                      "Count the frames that this capture filter accepts and rejects too, under 1.3")
         ->check(notEmpty())
         ->type_name("EXPRESSION");
-    command->add_flag("-q,--quiet", options->quiet, "No progress on stderr");
+    command->add_flag("-q,--quiet", options->quiet, "Neither progress nor a line about the end on stderr");
     command->callback([options] { readCapture(*options); });
 }
 
 void readCapture(CReadOptions const & options)
 {
-    if (options.file.empty())
+    if (options.files.empty())
         throw CFailure(exitBadInput, "read: FILE is missing (see ketmon read --help)");
 
     std::unique_ptr<CCaptureExpression> filter;
     if (!options.filter.empty())
         filter = compiledExpression(options.filter);
     check(options.report);
-    CRecordingOptions recording = options.recording;
-    recording.capture = options.file;
-    CFileCount count(options.analysis, recording);
-    count.run(options.file, options.quiet, filter.get());
-
-    CSampleFacts facts = count.facts();
-    facts.source.kind = CSourceFigures::Kind::file;
-    facts.source.name = options.file;
-    fmt::print("{}",
-               output(options.report, figuresOf(count.result(), facts), count.result(), count.frames()));
+    CFileCount count(options.analysis, options.recording);
+    count.run(options.files, options.quiet, filter.get());
+    writeOutput(
+        output(options.report, figuresOf(count.result(), count.facts()), count.result(), count.frames()));
+    tellEnd(count.summary(), count.recording().snapshot().getLedgers(), {}, options.quiet);
 }
 
 } // namespace ketmon

@@ -7,13 +7,14 @@
 #include <CLI/CLI.hpp>
 
 #include <string>
+#include <vector>
 
 namespace ketmon {
 
-// `ketmon read FILE`: counts a capture file and prints what a console would show of it.
+// `ketmon read FILE...`: counts capture files as one and prints what a console would show of them.
 struct CReadOptions
 {
-    std::string file;
+    std::vector<std::string> files;
     std::string filter; // none if empty
     bool quiet = false;
     CAnalysisOptions analysis;

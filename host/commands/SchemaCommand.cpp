@@ -1,6 +1,7 @@
 #include "host/commands/SchemaCommand.h"
 
 #include "host/render/TextTable.h"
+#include "host/support/Output.h"
 
 #include "ketstats/ketstats.h"
 
@@ -138,14 +139,14 @@ void printSchema(CSchemaOptions const & options)
     CStatDescription const & root = CAgentStatistic::groupDescription();
     CPlace const place{root, std::to_string(root.getOid()), 0};
     if (options.json) {
-        fmt::print("{}\n", toJson(place).dump(2));
+        writeOutput(toJson(place).dump(2) + '\n');
         return;
     }
     CTextTable table;
     for (char const * heading : {"Identifier", "Name", "Kind", "Unit", "Formats"})
         table.addColumn(heading, CTextTable::left);
     addLines(table, place);
-    fmt::print("{}", table.toString(""));
+    writeOutput(table.toString(""));
 }
 
 } // namespace ketmon

@@ -51,6 +51,7 @@ void addAnalysisOptions(CLI::App & command, CAnalysisOptions & options)
     command.add_option("--udp-ports", options.udpPorts, "The same for UDP")
         ->check(notEmpty())
         ->type_name("LOW-HIGH");
+    addRowsOption(command, options.rows);
     command
         .add_option("--link-speed", options.linkSpeed,
                     "Speed of the link in bits per second; an interface may know its own, a file doesn't")

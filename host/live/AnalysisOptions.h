@@ -1,5 +1,7 @@
 #pragma once
 
+#include "host/live/RowLimits.h"
+
 #include "ketstats/ketstats.h"
 
 #include <CLI/CLI.hpp>
@@ -16,9 +18,10 @@ struct CAnalysisOptions
     std::string tcpPorts;
     std::string udpPorts;
     long linkSpeed = 0; // bits per second; 0 if it isn't known
+    CRowOptions rows;   // by which the manager is made
 };
 
-// The options --enable, --tcp-ports, --udp-ports and --link-speed.
+// The options --enable, --tcp-ports, --udp-ports, --rows and --link-speed.
 void addAnalysisOptions(CLI::App & command, CAnalysisOptions & options);
 
 // Sets a manager up before its analysis. Throws CFailure, exit code 2, for groups and ports that aren't any.
@@ -30,7 +33,6 @@ class CFileHook : public CNdisHook
 public:
     explicit CFileHook(long linkSpeed) : m_linkSpeed(linkSpeed) {}
     long GetLinkSpeed() override { return m_linkSpeed; }
-    long linkSpeed() const { return m_linkSpeed; } // 0 if it isn't known
 
 private:
     long m_linkSpeed;

@@ -1,10 +1,11 @@
 #include "host/live/FileCount.h"
 
-#include "host/capture/OpenCapture.h"
+#include "host/capture/CaptureFiles.h"
 #include "host/capture/Progress.h"
 #include "host/live/Groups.h"
+#include "host/support/ByteSource.h"
 
-#include <algorithm>
+#include <fmt/core.h>
 
 namespace ketmon {
 
@@ -17,37 +18,41 @@ constexpr long long fixedStart = 125911584000000000;
 
 CFileCount::CFileCount(CAnalysisOptions const & analysis, CRecordingOptions const & recording)
     : m_hook(analysis.linkSpeed),
+      m_manager(tableLimits(analysis.rows)),
       m_recordingOptions(recording)
 {
+    m_recordingOptions.linkBits = static_cast<std::uint64_t>(analysis.linkSpeed);
     configure(m_manager, analysis);
 }
 
-void CFileCount::run(std::string const & file, bool quiet, CCaptureExpression const * filter)
+void CFileCount::run(std::vector<std::string> const & files, bool quiet, CCaptureExpression const * filter)
 {
-    auto const source = openCapture(file);
+    CCaptureFiles source(files);
     m_filtering = filter != nullptr;
     CCapturedFrame captured{};
-    bool more = source->next(captured);
+    bool more = source.next(captured);
 
+    m_recordingOptions.captures = files;
+    m_recordingOptions.name = nameOf(files);
+    m_recordingOptions.summary = &m_summary;
     m_manager.beginAnalyzing(&m_hook);
     m_recording = std::make_unique<CRecording>(m_manager, m_recordingOptions,
                                                more ? captured.ticks : fixedStart, filter != nullptr);
     {
-        CProgress progress(file, *source, quiet);
+        CProgress progress(m_recordingOptions.name, source, quiet);
         CNetworkFrame frame;
-        for (; more; more = source->next(captured)) {
+        for (; more; more = source.next(captured)) {
             m_recording->advance(captured.ticks);
-            m_first = std::min(m_first.value_or(captured.ticks), captured.ticks);
-            m_last = std::max(m_last.value_or(captured.ticks), captured.ticks);
             frame.Assign(captured.data, captured.capturedLength, captured.length);
             m_manager.analyzeFrame(&frame);
             m_oddities.count(frame);
             if (filter && filter->passes(captured))
                 m_recording->passed(frame);
-            ++m_frames;
+            m_summary.add(captured);
             progress.step();
         }
     }
+    m_summary.faults = source.faults();
     m_recording->finish();
     m_manager.endAnalyzing();
 }
@@ -55,14 +60,23 @@ void CFileCount::run(std::string const & file, bool quiet, CCaptureExpression co
 CSampleFacts CFileCount::facts() const
 {
     CSampleFacts facts;
-    facts.zero = m_first;
-    facts.time = m_last;
+    facts.source.kind = CSourceFigures::Kind::file;
+    facts.source.name = m_recordingOptions.name;
+    facts.zero = m_summary.first;
+    facts.time = m_summary.last;
     facts.counted = countedGroups(m_manager);
     facts.filterGiven = m_filtering;
     facts.odd = m_oddities.figures();
-    if (long const speed = m_hook.linkSpeed(); speed > 0)
-        facts.source.linkBitsPerSecond = static_cast<std::uint64_t>(speed);
+    facts.givenUp = m_recording->snapshot().getGivenUp();
+    if (m_recordingOptions.linkBits > 0)
+        facts.source.linkBitsPerSecond = m_recordingOptions.linkBits;
     return facts;
+}
+
+std::string nameOf(std::vector<std::string> const & files)
+{
+    std::string const first = files.front() == standardInput ? "standard input" : files.front();
+    return files.size() == 1 ? first : fmt::format("{} and {} more", first, files.size() - 1);
 }
 
 } // namespace ketmon

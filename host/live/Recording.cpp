@@ -1,6 +1,7 @@
 #include "host/live/Recording.h"
 
 #include "host/capture/CaptureTime.h"
+#include "host/live/Groups.h"
 #include "host/support/Failure.h"
 #include "host/wire/SnapshotBytes.h"
 #include "host/wire/SnapshotFiles.h"
@@ -9,7 +10,9 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <random>
 #include <system_error>
+#include <utility>
 
 namespace ketmon {
 
@@ -18,7 +21,13 @@ namespace {
 // A sample needs more than a millisecond since the one before to count anything.
 constexpr long long leastTime = ticksPerSecond / 100;
 // No capture is meant to fill a folder with more.
-constexpr unsigned int mostFiles = 100000;
+constexpr unsigned int mostFiles = 100000; // so that five digits are enough to sort them
+
+std::uint64_t randomNumber()
+{
+    std::random_device device;
+    return std::uint64_t{device()} << 32 | device();
+}
 
 } // namespace
 
@@ -26,7 +35,12 @@ CRecording::CRecording(KetStats::CKetrinStatManager & manager, CRecordingOptions
                        long long start, bool filtering)
     : m_manager(manager),
       m_options(options),
+      m_filtering(filtering),
+      m_recording(randomNumber()),
+      m_zero(start),
       m_clock(start),
+      m_sender(manager.limits()),
+      m_receiver(manager.limits()),
       m_lastSample(start),
       m_boundary(start)
 {
@@ -73,22 +87,51 @@ KetStats::CBaseStat const * CRecording::find(KetStats::COid const & oid) const
 void CRecording::sampleAt(long long ticks, bool onlyChanged)
 {
     m_clock.set(ticks);
-    m_lastSample = ticks;
     m_sender.nextSample(m_manager);
-    std::string const bytes = packed(m_sender, onlyChanged);
+    std::string bytes = packed(m_sender, onlyChanged);
     unpack(m_receiver, bytes);
-    if (m_options.path.empty())
-        return;
+    m_receiver.setLedgers(m_sender.getLedgers());
+    long long const previous = std::exchange(m_lastSample, ticks);
+    if (!m_options.path.empty())
+        save(std::move(bytes), previous);
+}
+
+void CRecording::save(std::string bytes, long long previous)
+{
     if (m_saved == mostFiles)
         throw CFailure(
             exitFailure,
             fmt::format("the capture spans more than {} intervals; choose a longer --interval", mostFiles));
-    std::string const path = m_interval > 0 ? fmt::format("{}.{}", m_options.path, m_saved) : m_options.path;
-    std::error_code error; // of a file that isn't there yet
-    if (!m_options.capture.empty() && std::filesystem::equivalent(path, m_options.capture, error))
-        throw CFailure(exitBadInput, fmt::format("{}: is the capture, so no snapshot is saved there", path));
-    saveSnapshot(path, bytes);
+    std::string const path =
+        m_interval > 0 ? fmt::format("{}.{:05}", m_options.path, m_saved) : m_options.path;
+    checkPath(path);
+    CSavedSnapshot snapshot;
+    snapshot.recording = m_recording;
+    snapshot.sequence = m_saved;
+    snapshot.name = m_options.name;
+    snapshot.zero = m_zero;
+    snapshot.previous = previous;
+    snapshot.time = m_lastSample;
+    if (m_options.summary)
+        snapshot.summary = *m_options.summary;
+    snapshot.groups = static_cast<std::uint32_t>(countedGroups(m_manager).to_ulong());
+    snapshot.filtering = m_filtering;
+    snapshot.linkBits = m_options.linkBits;
+    snapshot.limits = m_manager.limits();
+    snapshot.ledgers = m_sender.getLedgers();
+    snapshot.bytes = std::move(bytes);
+    saveSnapshot(path, snapshot);
     ++m_saved;
+}
+
+void CRecording::checkPath(std::string const & path) const
+{
+    for (std::string const & capture : m_options.captures) {
+        std::error_code error; // of a file that isn't there yet
+        if (std::filesystem::equivalent(path, capture, error))
+            throw CFailure(exitBadInput,
+                           fmt::format("{}: is the capture, so no snapshot is saved there", path));
+    }
 }
 
 } // namespace ketmon

@@ -1,26 +1,32 @@
 #pragma once
 
 #include "host/capture/CaptureClock.h"
+#include "host/capture/CaptureSummary.h"
 
 #include "ketstats/ketstats.h"
 
+#include <cstdint>
 #include <string>
+#include <vector>
 
 namespace ketmon {
 
 struct CRecordingOptions
 {
     std::string path;      // where packed snapshots go; nowhere if empty
-    std::string capture;   // the file that is replayed, over which nothing is saved; none if empty
     double interval = 0.0; // seconds of the capture's time between two deltas; 0 for one full snapshot
+    std::vector<std::string> captures;         // the files that are replayed, over which nothing is saved
+    std::string name;                          // of what is replayed, as saved snapshots tell it
+    std::uint64_t linkBits = 0;                // per second; 0 if that isn't known
+    CCaptureSummary const * summary = nullptr; // of the frames that were analysed by now, at any moment
 };
 
 // The road of a replayed capture's statistics from the live tree to a console, within one program: a snapshot
 // samples and packs, a second one unpacks. The clock is the capture's own.
 //
 //     without an interval   one full snapshot at the end, saved as PATH
-//     with one              a full one at the start, saved as PATH.0, then a delta behind every interval that
-//                           had frames and one at the end, PATH.1, PATH.2 ...
+//     with one              a full one at the start, saved as PATH.00000, then a delta behind every interval
+//                           that had frames and one at the end, PATH.00001, PATH.00002 ...
 class CRecording
 {
 public:
@@ -36,16 +42,25 @@ public:
     // Takes the last sample. Throws CFailure.
     void finish();
 
-    // What the second snapshot holds, with all that is derived.
+    // The second snapshot, with all that is derived.
+    KetStats::CStatSnapshot const & snapshot() const { return m_receiver; }
     KetStats::CAgentStatistic const & result() const;
+    // From when to when it goes.
+    long long zero() const { return m_zero; }
+    long long time() const { return m_lastSample; }
     // The statistic in it that the identifier names; null if it leads nowhere.
     KetStats::CBaseStat const * find(KetStats::COid const & oid) const;
 
 private:
     void sampleAt(long long ticks, bool onlyChanged);
+    void save(std::string bytes, long long previous);
+    void checkPath(std::string const & path) const;
 
     KetStats::CKetrinStatManager & m_manager;
     CRecordingOptions m_options;
+    bool m_filtering;
+    std::uint64_t m_recording;
+    long long m_zero;
     CCaptureClock m_clock;
     KetStats::CStatSnapshot m_sender;
     KetStats::CStatSnapshot m_receiver;

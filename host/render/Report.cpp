@@ -49,6 +49,7 @@ void addReportOptions(CLI::App & command, CReportOptions & options)
 
 void addHostNameOption(CLI::App & command, CReportOptions & options)
 {
+    options.hasReport = true;
     command.add_flag("--dns", options.dns,
                      "Ask the DNS for the names of the hosts that the report shows, for 5 seconds at most");
 }
@@ -60,6 +61,8 @@ void check(CReportOptions const & options)
     if (options.json && !options.tree && options.values.given())
         throw CFailure(exitBadInput, "--multiplier and --precision write texts; --json has numbers, and only "
                                      "that of --tree takes them");
+    if (options.hasReport && !options.json && !options.tree && options.values.given())
+        throw CFailure(exitBadInput, "--multiplier and --precision are for --tree; the report has --exact");
     if (options.dns && options.numeric)
         throw CFailure(exitBadInput, "--dns asks for names, and --numeric leaves them out");
     if (options.dns && (options.json || options.tree))

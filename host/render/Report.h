@@ -28,6 +28,7 @@ struct CReportOptions
     std::optional<unsigned int> top; // rows of a table, 0 for all
     bool numeric = false;            // no names beside numbers
     bool dns = false;                // names of hosts, too, for which the DNS is asked
+    bool hasReport = false;          // the command prints a report unless JSON or the tree is asked for
     bool exact = false;              // all digits
     CValueTextOptions values;
 
@@ -38,7 +39,7 @@ struct CReportOptions
 // The options --json, --tree, --select, --sort, --top, --numeric, --exact, --multiplier and --precision.
 void addReportOptions(CLI::App & command, CReportOptions & options);
 
-// The option --dns, for commands that print a report.
+// The option --dns, for the commands that print a report; the others above must be there, too.
 void addHostNameOption(CLI::App & command, CReportOptions & options);
 
 // Throws CFailure, exit code 2, for options that don't go together or name what isn't there.

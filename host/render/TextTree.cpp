@@ -1,6 +1,7 @@
 #include "host/render/TextTree.h"
 
 #include "host/render/TextTable.h"
+#include "host/support/Escaped.h"
 
 #include <fmt/core.h>
 
@@ -26,7 +27,8 @@ bool isTable(CStatDescription const & description)
 // A table within a row shows how many rows it has.
 std::string cellOf(CBaseStat const & stat, CValueText const & values)
 {
-    return isLeaf(*stat.getDescription()) ? values.aligned(stat) : fmt::format("{}", stat.getChildrenCount());
+    return isLeaf(*stat.getDescription()) ? escaped(values.aligned(stat))
+                                          : fmt::format("{}", stat.getChildrenCount());
 }
 
 std::string headingOf(CBaseStat const & stat)
@@ -54,7 +56,8 @@ public:
     void add(CBaseStat const & leaf, CValueText const & values)
     {
         CStatDescription const & description = *leaf.getDescription();
-        m_table.addRow({description.getStringDescription(), values.aligned(leaf), unitOf(description)});
+        m_table.addRow(
+            {description.getStringDescription(), escaped(values.aligned(leaf)), unitOf(description)});
     }
 
     std::string toString(std::string const & indent) const { return m_table.toString(indent); }

@@ -1,36 +1,92 @@
 #include "host/wire/SnapshotFiles.h"
 
-#include "host/support/ByteFile.h"
+#include "host/support/ByteInput.h"
 #include "host/support/Failure.h"
+#include "host/support/ReplacedFile.h"
 
 #include <fmt/core.h>
 
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
+#include <algorithm>
 
 namespace ketmon {
 
-void saveSnapshot(std::string const & path, std::string_view bytes)
+namespace {
+
+// More is none that was saved: a packed snapshot of the largest tables is smaller.
+constexpr std::size_t longestFile = std::size_t{1} << 30;
+
+struct CPlace
 {
-    CFileHandle file(std::fopen(path.c_str(), "wb"));
-    bool const written = file && std::fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size() &&
-                         std::fflush(file.get()) == 0;
-    if (!written)
-        throw CFailure(exitFailure, fmt::format("{}: can't be written: {}", path, std::strerror(errno)));
+    std::string path;
+    std::uint64_t recording;
+    std::uint32_t sequence;
+};
+
+[[noreturn]] void fail(std::string const & message)
+{
+    throw CFailure(exitBadInput, message);
 }
 
-std::string loadSnapshot(std::string const & path)
+// `before` is the one in front of it; null for the first.
+void checkPlace(CPlace const & place, CPlace const * before)
 {
-    CFileHandle const file(std::fopen(path.c_str(), "rb"));
-    std::string bytes;
-    char block[1 << 16];
-    if (file)
-        while (std::size_t const count = std::fread(block, 1, sizeof block, file.get()))
-            bytes.append(block, count);
-    if (!file || std::ferror(file.get()) != 0)
-        throw CFailure(exitBadInput, fmt::format("{}: {}", path, std::strerror(errno)));
-    return bytes;
+    if (!before && place.sequence != 0)
+        fail(fmt::format("{}: is number {} of its recording and says only what changed; the full snapshot, "
+                         "number 0, isn't among the files",
+                         place.path, place.sequence));
+    if (!before)
+        return;
+    if (place.recording != before->recording)
+        fail(fmt::format("{}: belongs to another recording than {}", place.path, before->path));
+    if (place.sequence == before->sequence)
+        fail(fmt::format("{}: is number {} of the recording, as {} is", place.path, place.sequence,
+                         before->path));
+    if (place.sequence != before->sequence + 1)
+        fail(fmt::format("{}: is number {} of the recording, and number {}, behind {}, isn't among the files",
+                         place.path, place.sequence, before->sequence + 1, before->path));
+}
+
+} // namespace
+
+void saveSnapshot(std::string const & path, CSavedSnapshot const & snapshot)
+{
+    std::string const bytes = encoded(snapshot);
+    CReplacedFile file(path);
+    file.append(bytes.data(), bytes.size());
+    file.finish();
+}
+
+CSavedSnapshot loadSnapshot(std::string const & path)
+{
+    CByteInput input(openByteSource(path));
+    try {
+        // What has no header isn't read to its end, which it may not have.
+        CByteInput::Bytes bytes = input.look(savedSnapshotStart);
+        if (startsSavedSnapshot({reinterpret_cast<char const *>(bytes.data()), bytes.size()}))
+            bytes = input.take(longestFile);
+        return parsedSavedSnapshot({reinterpret_cast<char const *>(bytes.data()), bytes.size()});
+    } catch (CBadSavedSnapshot const & problem) {
+        fail(fmt::format("{}: {}", path, problem.what()));
+    }
+}
+
+std::vector<std::string> inOrder(std::vector<std::string> const & paths)
+{
+    std::vector<CPlace> places;
+    for (std::string const & path : paths) {
+        CSavedSnapshot const snapshot = loadSnapshot(path);
+        places.push_back({path, snapshot.recording, snapshot.sequence});
+    }
+    std::stable_sort(places.begin(), places.end(),
+                     [](CPlace const & one, CPlace const & other) { return one.sequence < other.sequence; });
+    std::vector<std::string> sorted;
+    CPlace const * before = nullptr;
+    for (CPlace const & place : places) {
+        checkPlace(place, before);
+        before = &place;
+        sorted.push_back(place.path);
+    }
+    return sorted;
 }
 
 } // namespace ketmon

@@ -1,46 +1,38 @@
 #pragma once
 
 #include "ketstats/model/Hashing.h"
-#include "ketstats/model/SpareStorage.h"
 
 #include <new>
-#include <utility>
 
 namespace KetStats {
 
 template <class T, class K, class H>
 class CHashedContainerStat;
 
-// The open-addressing table that holds the rows of a CHashedContainerStat: T is the row class, K the key, H
-// the hasher. It only says where a key is or would go; age and limits belong to the container.
+// An open-addressing table of rows: T is the row class, K the key, H the hasher. It only says where a key is
+// or would go. A CHashedContainerStat doesn't stand on it: to that, the number of a row's slot means nothing.
 //
 // Slots have a state, and a slot that was used keeps its key:
 //
 //     free ----alloc---> used ----free---> deleted ----alloc---> used ...          clearing: all ----> free
 //
 // 1. A search walks from hash() in steps of rehash(), which visits every slot, since the size is prime. It
-// ends
-//    at the first slot that is free or bears the key, used or deleted. Only if the whole walk met neither
+//    ends at the first slot that is free or bears the key, used or deleted. Only if the whole walk met neither
 //    does it end at the first deleted slot, and with none of these at `maxSize()`.
 // 2. A deleted slot becomes free only when the table is cleared. So on a long run the free ones run out, and
-// that
-//    walk would visit every slot for each new key. Therefore the table keeps an index from each key to the
-//    one slot that bears it: a key that is there is found through it, and of a walk for one that isn't only
-//    the states are left to look at, up to the first free or deleted slot.
+//    that walk would visit every slot for each new key. Therefore the table keeps an index from each key to
+//    the one slot that bears it: a key that is there is found through it, and of a walk for one that isn't
+//    only the states are left to look at, up to the first free or deleted slot.
 // 3. Keys, states and index lie apart from the rows, and rows are handed out densely, so that building or
 //    clearing a table touches no row's memory, and the memory in use follows the rows in use.
 //
 // All storage is taken by the constructor, in one block:
 //
-//     rows      capacity * T           raw storage
+//     rows      tableSize * T          raw storage
 //     slots     tableSize * CSlot      key, row, link of the index
 //     heads     buckets * 4            the index: first slot of each bucket
-//     vacated   capacity * 4           rows given back, to be handed out again
+//     vacated   tableSize * 4          rows given back, to be handed out again
 //     states    tableSize * 1
-//     extra     as asked for           the container's own
-//
-// A table that comes and goes with a row takes its block from a CSpareStorage and gives it back as clean as
-// it was new, so that such a row costs neither an allocation nor a walk over the block.
 template <class T, class K, class H>
 class CHashTable
 {
@@ -54,20 +46,14 @@ public:
         stateDeleted = 2, // its T was destroyed; the key is still there
     };
 
-    // For `maxElements` rows: the size is the first prime of at least one and a half times as many. Room is
-    // taken for `rowCapacity` rows, for one in every slot unless told otherwise.
+    // For `maxElements` rows: the size is the first prime of at least one and a half times as many, and there
+    // is room for a row in every slot.
     explicit CHashTable(unsigned int maxElements)
-        : CHashTable(maxElements, tableSizeFor(maxElements), 0, nullptr)
-    {}
-    CHashTable(unsigned int maxElements, unsigned int rowCapacity, std::size_t extraBytes,
-               CSpareStorage * spare)
         : tableSize(tableSizeFor(maxElements)),
-          m_capacity(rowCapacity),
           m_bucketShift(64 - static_cast<unsigned int>(std::bit_width(tableSize)) - 1),
-          m_plan(hashPlanOf(tableSize)),
-          m_spare(spare)
+          m_plan(hashPlanOf(tableSize))
     {
-        allocate(extraBytes);
+        allocate();
     }
     ~CHashTable() { destroy(); }
 
@@ -80,16 +66,14 @@ public:
         if (!rows)
             return;
         destroyElements();
-        if (m_spare)
-            m_spare->give(rows, m_blockBytes);
-        else
-            CSpareStorage::release(rows);
+        ::operator delete(rows, alignment);
         rows = nullptr;
     }
 
     // Destroys all rows; the storage stays.
     void destroyElements()
     {
+        settle();
         bool const anyDeleted = m_free + count != tableSize;
         State const * at = m_states;
         for (; count != 0; --count) {
@@ -122,12 +106,14 @@ public:
     }
 
     // Takes the slot that find gave for a key into use, and yields raw storage in which the caller constructs
-    // the row of that key at once.
+    // the row of that key. Several can be taken before any of their rows is constructed, but all of them must
+    // be before the table is asked anything else.
     T * alloc(unsigned int slot)
     {
-        settle();
+        if (m_states[slot] != stateFree)
+            unfile(slot);
+        m_slots[slot].next = m_unfiled;
         m_unfiled = slot;
-        m_unfiledKnown = m_states[slot] != stateFree;
         T * const row = storage();
         take(slot);
         return row;
@@ -137,11 +123,11 @@ public:
     T * alloc(unsigned int slot, Container * const & parent, unsigned short const & id, K const & key,
               Arguments const &... arguments)
     {
-        settle();
         T * const row = new (storage()) T(parent, id, key, arguments...);
-        file(slot, key, m_states[slot] != stateFree);
+        if (m_states[slot] != stateFree)
+            unfile(slot);
+        file(slot, key);
         take(slot);
-        m_slots[slot].index = static_cast<unsigned int>(id) - 1;
         return row;
     }
 
@@ -162,14 +148,8 @@ public:
 
     bool isEmpty(unsigned int slot) const { return m_states[slot] != stateUsed; }
     State state(unsigned int slot) const { return m_states[slot]; }
-    // Storage of the container's own, as much as the constructor was asked for.
-    void * extra() const { return m_extra; }
     unsigned int size() const { return count; }
     unsigned int maxSize() const { return tableSize; }
-
-    // The place of a row in the container's list, kept here so that finding a row doesn't touch it.
-    unsigned int indexOf(unsigned int slot) const { return m_slots[slot].index; }
-    void setIndex(unsigned int slot, unsigned int index) { m_slots[slot].index = index; }
 
     // The key within a row.
     static K const & getKey(T const & row) { return row.rowKey(); }
@@ -185,9 +165,8 @@ private:
     struct CSlot
     {
         CKeyBits<K> key;
-        unsigned int row;   // number of the row's storage, `none` unless the slot is used
-        unsigned int index; // see indexOf
-        unsigned int next;  // in the bucket of the index
+        unsigned int row;  // number of the row's storage, `none` unless the slot is used
+        unsigned int next; // in the bucket of the index
     };
 
     static constexpr unsigned int tableSizeFor(unsigned int maxElements)
@@ -199,29 +178,26 @@ private:
         return wanted;
     }
 
+    static constexpr std::align_val_t alignment{64};
+
     static std::size_t aligned(std::size_t bytes) { return (bytes + 63) & ~std::size_t{63}; }
 
     unsigned int buckets() const { return 1U << (64 - m_bucketShift); }
 
-    void allocate(std::size_t extraBytes)
+    void allocate()
     {
-        std::size_t const rowBytes = aligned(sizeof(T) * m_capacity);
+        std::size_t const rowBytes = aligned(sizeof(T) * tableSize);
         std::size_t const slotBytes = aligned(sizeof(CSlot) * tableSize);
         std::size_t const headBytes = aligned(sizeof(unsigned int) * buckets());
-        std::size_t const vacatedBytes = aligned(sizeof(unsigned int) * m_capacity);
-        std::size_t const stateBytes = aligned(tableSize);
-        m_blockBytes = rowBytes + slotBytes + headBytes + vacatedBytes + stateBytes + aligned(extraBytes);
-
-        void * const spare = m_spare ? m_spare->take(m_blockBytes) : nullptr;
-        auto * block = static_cast<unsigned char *>(spare ? spare : CSpareStorage::obtain(m_blockBytes));
+        std::size_t const vacatedBytes = aligned(sizeof(unsigned int) * tableSize);
+        auto * block = static_cast<unsigned char *>(
+            ::operator new(rowBytes + slotBytes + headBytes + vacatedBytes + tableSize, alignment));
         rows = reinterpret_cast<T *>(block);
         m_slots = reinterpret_cast<CSlot *>(block += rowBytes);
         m_heads = reinterpret_cast<unsigned int *>(block += slotBytes);
         m_vacated = reinterpret_cast<unsigned int *>(block += headBytes);
-        m_states = reinterpret_cast<State *>(block += vacatedBytes);
-        m_extra = block + stateBytes;
-        if (!spare)
-            clean();
+        m_states = reinterpret_cast<State *>(block + vacatedBytes);
+        clean();
         init();
     }
 
@@ -313,53 +289,51 @@ private:
             ++m_handedOut;
     }
 
-    // Enters the key in the slot and in the index. A slot that `bore` another key gives that up.
-    void file(unsigned int slot, K const & key, bool bore)
+    // Enters the key in the slot and in the index.
+    void file(unsigned int slot, K const & key)
     {
         CSlot & target = m_slots[slot];
-        CKeyBits<K> const bits(key);
-        if (bore) {
-            if (target.key == bits)
-                return;
-            unsigned int * link = bucketOf(target.key);
-            while (*link != slot)
-                link = &m_slots[*link].next;
-            *link = target.next;
-        }
-        target.key = bits;
-        unsigned int * const bucket = bucketOf(bits);
+        target.key = CKeyBits<K>(key);
+        unsigned int * const bucket = bucketOf(target.key);
         target.next = *bucket;
         *bucket = slot;
     }
 
-    // Files the row that the caller of the plain alloc() constructed, which tells its key only now.
+    // Takes the key that a slot bears out of the index.
+    void unfile(unsigned int slot)
+    {
+        unsigned int * link = bucketOf(m_slots[slot].key);
+        while (*link != slot)
+            link = &m_slots[*link].next;
+        *link = m_slots[slot].next;
+    }
+
+    // Files the rows that callers of the plain alloc() constructed, which tell their keys only now.
     void settle()
     {
-        if (m_unfiled != none) [[unlikely]] {
-            unsigned int const slot = std::exchange(m_unfiled, none);
-            file(slot, getKey(*rowAt(slot)), m_unfiledKnown);
-        }
+        while (m_unfiled != none)
+            [[unlikely]]
+            {
+                unsigned int const slot = m_unfiled;
+                m_unfiled = m_slots[slot].next;
+                file(slot, getKey(*rowAt(slot)));
+            }
     }
 
     T * rows = nullptr;
     unsigned int count = 0; // slots in state used
     unsigned int tableSize;
-    unsigned int m_capacity; // rows that there is storage for
     unsigned int m_free = 0; // slots in state free
     unsigned int m_handedOut = 0;
     unsigned int m_vacatedCount = 0;
     unsigned int m_bucketShift;
-    unsigned int m_unfiled = none; // slot whose key wasn't told yet; see settle
-    bool m_unfiledKnown = false;   // whether that slot bore another key
+    unsigned int m_unfiled = none; // first of the slots whose keys weren't told yet; see settle
     CHashPlan const * m_plan;
     std::uint64_t const (&m_factors)[2] = indexFactors();
     CSlot * m_slots = nullptr;
     unsigned int * m_heads = nullptr;
     unsigned int * m_vacated = nullptr;
     State * m_states = nullptr;
-    void * m_extra = nullptr;
-    std::size_t m_blockBytes = 0;
-    CSpareStorage * m_spare; // where the block comes from and goes to; null for the free store
 };
 
 } // namespace KetStats

@@ -2,26 +2,15 @@
 
 namespace KetStats {
 
-CSpareStorage * CBaseHashedContainerStat::spareStorageFor(CBaseStat const * theParent)
-{
-    CBaseStat const * const outer = theParent ? theParent->getParent() : nullptr;
-    auto const * const container = dynamic_cast<CBaseHashedContainerStat const *>(outer);
-    return container ? &const_cast<CBaseHashedContainerStat *>(container)->m_spareStorage : nullptr;
-}
-
 void CBaseHashedContainerStat::refuseLimit()
 {
     ktools::raise<CException>(2, "StatTypes", 1220);
 }
 
-void CBaseHashedContainerStat::initlist()
+CRowLink * CBaseHashedContainerStat::noLinks()
 {
-    freeIdx = limit;
-    oldest = limit;
-    newest = limit;
-    m_listed = 0;
-    m_rowCount = 0;
-    summaryRow = nullptr;
+    static CRowLink link{0, 0};
+    return &link;
 }
 
 bool CBaseHashedContainerStat::isFull() const
@@ -41,49 +30,45 @@ unsigned int CBaseHashedContainerStat::getFreeIdx()
     return index;
 }
 
-unsigned int CBaseHashedContainerStat::getNextNewerId(unsigned int rowId) const
+// Rows stand elsewhere than at the first indices after two deletions in a row, beside a summary row that was
+// made early, and where a transfer brought them. That is rare enough to look through all of them.
+unsigned int CBaseHashedContainerStat::vacantIndex() const
 {
-    return rowId <= limit && rowById(rowId) ? idOf(childList[rowId - 1].newer) : 0;
-}
-
-void CBaseHashedContainerStat::enter(unsigned int index, unsigned int hashIndex, CBaseStat * row)
-{
-    for (; m_listed <= index; ++m_listed)
-        childList[m_listed] = {nullptr, 0, limit, limit};
-    childList[index].child = row;
-    childList[index].hashIndex = hashIndex;
-    linkAsNewest(index);
-}
-
-void CBaseHashedContainerStat::removeChildFromList(unsigned int index)
-{
-    unlink(index);
-    childList[index] = {nullptr, 0, limit, limit};
+    if (isFull())
+        return limit;
+    unsigned int const next = freeIdx != limit ? freeIdx : m_rowCount;
+    if (next < limit && !childOf(next + 1))
+        return next;
+    for (unsigned int index = 0; index + 1 < limit; ++index)
+        if (!childOf(index + 1))
+            return index;
+    return limit;
 }
 
 CBaseStat * CBaseHashedContainerStat::getChild(unsigned int index)
 {
-    return index < m_rowCount ? childAt(index) : nullptr;
+    m_lent = true;
+    return index < m_rowCount ? childOf(index + 1) : nullptr;
 }
 
 void CBaseHashedContainerStat::resetChanged()
 {
     changed = false;
-    for (unsigned int index = oldest; index != limit; index = childList[index].newer)
-        childList[index].child->resetChanged();
+    for (unsigned int rowId = getOldestId(); rowId != 0; rowId = m_links[rowId].newer)
+        m_rows[rowId]->resetChanged();
 }
 
 void CBaseHashedContainerStat::setChanged()
 {
     changed = true;
-    for (unsigned int index = oldest; index != limit; index = childList[index].newer)
-        childList[index].child->setChanged();
+    for (unsigned int rowId = getOldestId(); rowId != 0; rowId = m_links[rowId].newer)
+        m_rows[rowId]->setChanged();
 }
 
 bool CBaseHashedContainerStat::checkChanged() const
 {
-    for (unsigned int index = oldest; index != limit; index = childList[index].newer)
-        static_cast<void>(childList[index].child->checkChanged());
+    for (unsigned int rowId = getOldestId(); rowId != 0; rowId = m_links[rowId].newer)
+        static_cast<void>(m_rows[rowId]->checkChanged());
     return changed;
 }
 
@@ -96,13 +81,14 @@ CBaseStat * CBaseHashedContainerStat::getStatPointer(COid const & oid, unsigned 
     unsigned int const component = oid[position++];
     if (component == 0 || component > m_rowCount)
         return nullptr;
-    CBaseStat * const row = childAt(component - 1);
+    m_lent = true;
+    CBaseStat * const row = childOf(component);
     if (!row || position == oid.length())
         return row;
     return row->getStatPointer(oid, position);
 }
 
-// Two walks that start crossed, each at the index of the other container's oldest row, and then follow their
+// Two walks that start crossed, each at the id of the other container's oldest row, and then follow their
 // own list. For containers in step that makes no difference. The counts and the ends come last and first as
 // they do, so that two equal containers yield -1: this comparison never reports equality, and nothing may
 // rely on it to.
@@ -111,33 +97,33 @@ int CBaseHashedContainerStat::doCompare(CBaseStat const & other) const
     auto const & theirs = static_cast<CBaseHashedContainerStat const &>(other);
     if (m_rowCount != theirs.m_rowCount)
         return static_cast<int>(m_rowCount - theirs.m_rowCount);
-    unsigned int a = theirs.oldest;
-    unsigned int b = oldest;
-    // A start at an index that is vacant here ends the walk.
-    while (childAt(a) && theirs.childAt(b)) {
-        if (int const order = childAt(a)->compare(*theirs.childAt(b)))
+    unsigned int a = theirs.getOldestId();
+    unsigned int b = getOldestId();
+    // A start at an id that no row has here ends the walk.
+    while (childOf(a) && theirs.childOf(b)) {
+        if (int const order = childOf(a)->compare(*theirs.childOf(b)))
             return order;
-        a = childList[a].newer;
-        b = theirs.childList[b].newer;
+        a = m_links[a].newer;
+        b = theirs.m_links[b].newer;
     }
-    if (b == limit)
+    if (b == 0)
         return -1;
-    return a == limit ? 1 : 0;
+    return a == 0 ? 1 : 0;
 }
 
 int CBaseHashedContainerStat::collate(CBaseStat const & other) const
 {
     auto const & theirs = static_cast<CBaseHashedContainerStat const &>(other);
-    unsigned int a = theirs.oldest;
-    unsigned int b = oldest;
-    while (childAt(a) && theirs.childAt(b)) {
-        if (int const order = childAt(a)->collate(*theirs.childAt(b)))
+    unsigned int a = theirs.getOldestId();
+    unsigned int b = getOldestId();
+    while (childOf(a) && theirs.childOf(b)) {
+        if (int const order = childOf(a)->collate(*theirs.childOf(b)))
             return order;
-        a = childList[a].newer;
-        b = theirs.childList[b].newer;
+        a = m_links[a].newer;
+        b = theirs.m_links[b].newer;
     }
-    bool const ended = a == limit;
-    bool const theirsEnded = b == limit;
+    bool const ended = a == 0;
+    bool const theirsEnded = b == 0;
     return ended == theirsEnded ? 0 : ended ? -1 : 1;
 }
 

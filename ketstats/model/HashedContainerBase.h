@@ -2,30 +2,28 @@
 
 #include "ketstats/model/BaseStat.h"
 #include "ketstats/model/Ledger.h"
-#include "ketstats/model/SpareStorage.h"
+#include "ketstats/model/RowIndex.h"
 
-#include <cstddef>
+#include <cstdint>
 
 namespace KetStats {
 
 // What every CHashedContainerStat has in common, whatever its rows: the update order and the row ids.
 //
-// A row with the id i sits at index i - 1 of the child list. The entries are linked from the oldest row to
-// the newest:
-//
-//     oldest --> [ child, hashIndex, older, newer ] <--> [ ... ] <--> [ ... ] <-- newest
+//     oldest <--> ... <--> newest        linked by row id, see CRowLink
 //
 // 1. Row ids run from 1 to `limit`; 0 is no row. An id is stable while its row lives and is reused after it.
-// While
-//    rows are only added they take the indices 0, 1, 2 and so on; an index that a deletion gave up is taken
-//    next.
-// 2. `limit` also stands for "no index" in every field that holds one.
-// 3. The last index belongs to a summary row, so a container without one holds at most `limit` - 1 rows.
-// 4. Every row in the table is in the list, and every row in the list is in the table.
+//    While rows are only added they take the ids 1, 2, 3 and so on; one that a deletion gave up is taken next.
+// 2. The index of a row is its id less 1, and `limit` stands for no index.
+// 3. The last id belongs to a summary row, so a container without one holds at most `limit` - 1 rows.
+// 4. Memory is taken as rows come, and a container without rows has none. Rows never move.
+// 5. Of rows that are given up the ledger keeps the counts: every row that leaves by eviction, by deletion or
+//    for a summary row is in it. A transfer that gives a row's id to another key, an assignment and a reset
+//    give nothing up: there the source's ledger tells, or the counting begins anew.
 class KETSTATS_API CBaseHashedContainerStat : public CBaseStat
 {
 public:
-    // Of containers that don't fit each other.
+    // Of containers that don't fit each other, or can't be.
     class KETSTATS_TYPE CException : public ktools::CException
     {
     public:
@@ -47,32 +45,35 @@ public:
     unsigned int size() const { return m_rowCount; }
     unsigned int getLimit() const { return limit; }
     bool isFull() const;
-    // The index for a new row; `limit` if there is none. Only one given-up index is remembered, so each
-    // deletion must be followed by an allocation before the next one.
+    // The index for a new row; `limit` if there is none. It is the one that the last deletion gave up, or else
+    // the number of rows, whether or not a row stands there.
     unsigned int getFreeIdx();
 
     // Ids in update order; 0 for none.
-    unsigned int getOldestId() const { return idOf(oldest); }
-    unsigned int getNewestId() const { return idOf(newest); }
-    unsigned int getNextNewerId(unsigned int rowId) const;
+    unsigned int getOldestId() const { return m_links[0].newer; }
+    unsigned int getNewestId() const { return m_links[0].older; }
+    unsigned int getNextNewerId(unsigned int rowId) const
+    {
+        return childOf(rowId) ? m_links[rowId].newer : 0U;
+    }
     // The row of that id, null if there is none. Unlike getChild it reaches every id.
-    CBaseStat * rowById(unsigned int rowId) const { return rowId == 0 ? nullptr : childAt(rowId - 1); }
+    CBaseStat * rowById(unsigned int rowId)
+    {
+        m_lent = true;
+        return childOf(rowId);
+    }
+    CBaseStat const * rowById(unsigned int rowId) const { return childOf(rowId); }
 
     // What its rows had counted that this table gave up since it was last reset.
     CLedger const & ledger() const { return m_ledger; }
+    // How often the table was reset: rows, ids and ledger of different times have nothing in common.
+    unsigned int resets() const { return m_resets; }
 
     // Kept for a host's own checks; nothing in the library reads it.
     void SetOrderTesting(bool on) { orderTesting = on; }
 
 protected:
-    struct CChildEntry
-    {
-        CBaseStat * child;      // null if the index is vacant
-        unsigned int hashIndex; // the row's slot in the table
-        unsigned int older;
-        unsigned int newer;
-    };
-
+    // Throws CException, code 2, source "StatTypes", for a limit that row ids can't reach.
     CBaseHashedContainerStat(CBaseStat * theParent, unsigned short theId,
                              CDynamicArrayStatDescription const & theDescription, unsigned int theLimit);
     ~CBaseHashedContainerStat() = default;
@@ -89,68 +90,63 @@ protected:
             refuseLimit();
     }
 
-    // Empties the list.
-    void initlist();
-
-    // The row at an index, null if it is vacant.
-    CBaseStat * childAt(unsigned int index) const
+    // The row of an id, null if there is none.
+    CBaseStat * childOf(unsigned int rowId) const
     {
-        return index < m_listed ? childList[index].child : nullptr;
+        return rowId != 0 && rowId <= m_capacity ? m_rows[rowId] : nullptr;
     }
-    unsigned int idOf(unsigned int index) const { return index == limit ? 0 : index + 1; }
 
-    // Enters a row at an index that is vacant, as the newest.
-    void enter(unsigned int index, unsigned int hashIndex, CBaseStat * row);
-    // Takes the entry at an index out of the list; the index is vacant then.
-    void removeChildFromList(unsigned int index);
-    // Makes the row at that index the newest.
-    void renewAt(unsigned int index)
+    // Makes the row of that id the newest.
+    void renewId(unsigned int rowId)
     {
-        if (index == newest)
+        if (rowId == m_links[0].older)
             return;
-        unlink(index);
-        linkAsNewest(index);
+        unlink(rowId);
+        linkAsNewest(rowId);
     }
+    inline void unlink(unsigned int rowId);
+    inline void linkAsNewest(unsigned int rowId);
 
-    void link(unsigned int olderIndex, unsigned int newerIndex);
-    inline void unlink(unsigned int index);
-    inline void linkAsNewest(unsigned int index);
+    // The index for a new row that no row holds, which is that of getFreeIdx wherever it can be. `limit` if
+    // there is none. It stays free until a row is entered there.
+    unsigned int vacantIndex() const;
+
+    static constexpr unsigned int smallestLimit = 2;
+    static constexpr unsigned int largestLimit = 65535; // row ids have 16 bits
 
     unsigned int limit;
-    bool orderTesting = false;
+    unsigned int freeIdx;        // the index that the last deletion gave up
+    unsigned int m_rowCount = 0; // rows in the table
+    unsigned int m_capacity = 0; // greatest id that there is room for
+    CBaseStat ** m_rows = nullptr;
+    CRowLink * m_links = noLinks();
     CBaseStat * summaryRow = nullptr;
-    unsigned int freeIdx; // the index that the last deletion gave up
-    unsigned int oldest;
-    unsigned int newest;
-    unsigned int m_rowCount = 0;       // rows in the table
-    unsigned int m_listed = 0;         // entries from this index on are vacant and were never written
-    CChildEntry * childList = nullptr; // within the table's storage
     CLedger m_ledger;
-    CSpareStorage m_spareStorage; // of tables within rows of this one
+    std::uint64_t m_births = 0; // rows that the table ever had
+    unsigned int m_resets = 0;
+    bool orderTesting = false;
+    bool m_lastApart = false; // the row of the last id stands apart; see CHashedContainerStat
+    bool m_lent = false;      // somebody may have changed the key of a row in place
 
+private:
+    // The update order of a table without memory, which nobody writes.
+    static CRowLink * noLinks();
     [[noreturn]] static void refuseLimit();
-
-    // Where the storage of this container comes from: the container among whose rows its parent is, null if
-    // there is none.
-    static CSpareStorage * spareStorageFor(CBaseStat const * theParent);
 };
 
-inline void CBaseHashedContainerStat::link(unsigned int olderIndex, unsigned int newerIndex)
+inline void CBaseHashedContainerStat::unlink(unsigned int rowId)
 {
-    (olderIndex == limit ? oldest : childList[olderIndex].newer) = newerIndex;
-    (newerIndex == limit ? newest : childList[newerIndex].older) = olderIndex;
+    CRowLink const neighbours = m_links[rowId];
+    m_links[neighbours.older].newer = neighbours.newer;
+    m_links[neighbours.newer].older = neighbours.older;
 }
 
-inline void CBaseHashedContainerStat::unlink(unsigned int index)
+inline void CBaseHashedContainerStat::linkAsNewest(unsigned int rowId)
 {
-    link(childList[index].older, childList[index].newer);
-}
-
-inline void CBaseHashedContainerStat::linkAsNewest(unsigned int index)
-{
-    childList[index].newer = limit;
-    link(newest, index);
-    newest = index;
+    std::uint16_t const second = m_links[0].older;
+    m_links[rowId] = {second, 0};
+    m_links[second].newer = static_cast<std::uint16_t>(rowId);
+    m_links[0].older = static_cast<std::uint16_t>(rowId);
 }
 
 } // namespace KetStats

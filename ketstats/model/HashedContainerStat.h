@@ -1,15 +1,37 @@
 #pragma once
 
-#include "ketstats/model/HashTable.h"
 #include "ketstats/model/HashedContainerBase.h"
+#include "ketstats/model/RowStore.h"
+
+#include <cstddef>
+#include <iterator>
+#include <type_traits>
 
 namespace KetStats {
 
 class CARPStat;
 
-// The group whose children appear at run time: the rows that the traffic shows, at most `limit` of them. A
-// table finds a row by its key and holds it; a list keeps the update order, and a full container replaces its
-// oldest row. The order is that of the last renew: whoever doesn't renew keeps the order of creation.
+// What a table keeps of the tables within its rows once such a row is given up: nothing, unless the row class
+// names a type for it and has `void giveUpTables(GivenUpTables &) const`.
+template <class T>
+struct CGivenUpTables
+{
+    struct Type
+    {};
+};
+template <class T>
+requires requires
+{
+    typename T::GivenUpTables;
+}
+struct CGivenUpTables<T>
+{
+    using Type = typename T::GivenUpTables;
+};
+
+// The group whose children appear at run time: the rows that the traffic shows, at most `limit` of them. An
+// index finds a row by its key, and a full container replaces its oldest row. The order is that of the last
+// renew: whoever doesn't renew keeps the order of creation.
 //
 // Packed form, rows oldest first, with no count in front:
 //
@@ -19,43 +41,53 @@ class CARPStat;
 // a row that vanished is replaced when its id is given to another key, or stays. The order of the source is
 // carried by the order of the rows, each of which becomes the receiver's newest in turn.
 //
+// A summary row stands apart: it has the id `limit` and a key to be shown, and no lookup that counts leads to
+// it, so that a row of the traffic with the same key is another row. Where T has `isOthers(key)`, a row of
+// such a key under that id is somebody's summary row, and stands apart wherever it is copied or sent to.
+//
 // T is a static container built with (parent, id, key), K its key of plain bytes, which `T::rowKey()` yields
-// and `T::takeKey()` stores. Definitions stand in HashedContainerStatImpl.h, for whoever instantiates the
-// template.
+// and `T::takeKey()` stores, and H the hasher of a CHashTable of such rows. Definitions stand in
+// HashedContainerStatImpl.h, for whoever instantiates the template.
 template <class T, class K, class H>
 class KETSTATS_TEMPLATE CHashedContainerStat : public CBaseHashedContainerStat
 {
 public:
-    // Called before a row goes away: eviction gives the row's index, transfer gives its id.
+    // Called before a row goes away: eviction gives the row's index, transfer gives its id. It may do anything
+    // to the container. What goes then is the row that is the oldest, or has that id, when it returns.
     using DeleteHandler = void (*)(CHashedContainerStat * container, unsigned int number);
     using DumpOrderHandler = void (*)(CHashedContainerStat const * container, int phase, bool flag, T * row);
 
-    // Takes all storage of the container. A limit below 2 leaves no room for a row.
+    // A limit below 2 leaves no room for a row.
     CHashedContainerStat(CBaseStat * theParent, unsigned short theId,
                          CDynamicArrayStatDescription const & theDescription, unsigned int theLimit);
+    ~CHashedContainerStat();
 
     // The row of that key, made if it is absent, at the cost of the oldest row if there is no other room.
-    // Null only if there can't be any row. The update order stays: renewing is the caller's decision.
+    // Null only if there can't be any row. The update order stays: renewing is the caller's decision. Throws
+    // std::bad_alloc with nothing changed if there is no memory for one row more.
     T * operator[](K const & key)
     {
-        unsigned int const slot = table.findUsed(key);
-        return slot != table.none ? &table[slot] : create(key);
+        unsigned int const rowId = m_index.find(CKeyBits<K>(key));
+        m_lent = true;
+        return rowId != 0 ? child(rowId) : create(key);
     }
-    // operator[] and renew in one.
+    // operator[] and renew in one, for whoever counts and leaves the key alone.
     T * renewed(K const & key)
     {
-        unsigned int const slot = table.findUsed(key);
-        if (slot == table.none)
+        unsigned int const rowId = m_index.find(CKeyBits<K>(key));
+        if (rowId == 0)
             return create(key);
-        renewAt(table.indexOf(slot));
-        return &table[slot];
+        renewId(rowId);
+        return child(rowId);
     }
-    // The row of that key, null if it is absent.
-    T const * find(K const & key) const
+    // The row that shows that key, null if there is none. A row that was changed in place is found by its new
+    // key, at the cost of a look at all rows for a key that is absent.
+    T * find(K const & key)
     {
-        unsigned int const slot = table.findUsed(key);
-        return slot != table.none ? &table[slot] : nullptr;
+        m_lent = true;
+        return seek(key);
     }
+    T const * find(K const & key) const { return const_cast<CHashedContainerStat *>(this)->seek(key); }
 
     // For ARP rows: the row of that key as it is, or a new one with that address. Null if there is no room:
     // this never deletes a row.
@@ -71,20 +103,87 @@ public:
     }
 
     // Makes the summary row, with the id `limit`, as the newest. Whoever uses one keeps it away from the old
-    // end with renew, for it can be deleted like any row. A row that has the key already becomes the summary
-    // row, under that id, and a row that has that id goes.
+    // end with renew, for it can be deleted like any row. A row that has that id already becomes the summary
+    // row if it has the key, and is given up otherwise.
     T * createSummaryStat(K key);
-    T * getSummaryStat() { return static_cast<T *>(summaryRow); }
+    T * getSummaryStat()
+    {
+        m_lent = true;
+        return static_cast<T *>(summaryRow);
+    }
     T const * getSummaryStat() const { return static_cast<T const *>(summaryRow); }
 
     // Deletes the oldest row, if there is one.
     void deleteOldest();
     // Makes the row the newest.
-    void renew(T * row) { renewAt(row->getId() - 1U); }
+    void renew(T * row) { renewId(row->getId()); }
 
-    T * getOldest() { return static_cast<T *>(childAt(oldest)); }
-    T * getNewest() { return static_cast<T *>(childAt(newest)); }
-    T * getChildById(unsigned int rowId) { return static_cast<T *>(rowById(rowId)); }
+    T * getOldest() { return getChildById(getOldestId()); }
+    T const * getOldest() const { return child(getOldestId()); }
+    T * getNewest() { return getChildById(getNewestId()); }
+    T const * getNewest() const { return child(getNewestId()); }
+    // The row of an id, null if there is none.
+    T * getChildById(unsigned int rowId)
+    {
+        m_lent = true;
+        return child(rowId);
+    }
+    T const * getChildById(unsigned int rowId) const { return child(rowId); }
+
+    // Rows from the oldest to the newest. A row may be renewed or deleted once the walk has left it.
+    template <class Row>
+    class CWalk
+    {
+    public:
+        using iterator_category = std::forward_iterator_tag;
+        using difference_type = std::ptrdiff_t;
+        using value_type = Row;
+        using pointer = Row *;
+        using reference = Row &;
+
+        CWalk() = default;
+        CWalk(CHashedContainerStat const * container, unsigned int rowId)
+            : m_container(container),
+              m_rowId(rowId)
+        {}
+
+        Row & operator*() const { return *m_container->child(m_rowId); }
+        Row * operator->() const { return m_container->child(m_rowId); }
+        CWalk & operator++()
+        {
+            m_rowId = m_container->m_links[m_rowId].newer;
+            return *this;
+        }
+        CWalk operator++(int)
+        {
+            CWalk const before = *this;
+            ++*this;
+            return before;
+        }
+        friend bool operator==(CWalk const &, CWalk const &) = default;
+
+    private:
+        CHashedContainerStat const * m_container = nullptr;
+        unsigned int m_rowId = 0;
+    };
+    CWalk<T> begin()
+    {
+        m_lent = true;
+        return {this, getOldestId()};
+    }
+    CWalk<T> end() { return {this, 0}; }
+    CWalk<T const> begin() const { return {this, getOldestId()}; }
+    CWalk<T const> end() const { return {this, 0}; }
+
+    // The number of a row among all that its table ever had, 0 for no row. A row that went and came back has
+    // another one. A copy's rows have the numbers of their originals.
+    unsigned long long birthOf(unsigned int rowId) const
+    {
+        return childOf(rowId) ? m_index.birthOf(rowId) : 0;
+    }
+
+    // What was kept of the tables within the rows that this table gave up: their rows and their ledgers.
+    typename CGivenUpTables<T>::Type const & givenUpTables() const { return m_givenUpTables; }
 
     void registerDeleteHandler(DeleteHandler handler) { deleteHandler = handler; }
     void registerDumpOrderHandler(DumpOrderHandler handler) { dumpOrderHandler = handler; }
@@ -100,8 +199,6 @@ protected:
     void doReset() override;
     bool doCompareAssign(CBaseStat const & other) override;
 
-    // Enters a new row in the list as the newest, and yields its index. A row that holds the index goes.
-    unsigned int createdNewChild(unsigned int hashIndex, T * row);
     void onDelete(unsigned int number)
     {
         if (deleteHandler)
@@ -109,20 +206,45 @@ protected:
     }
 
 private:
-    T * create(K const & key);
-    T * createBinding(K const & key, CMACAddrPacked const & address);
-    void removeRow(unsigned int index);
     struct CMatch
     {
-        T * row;    // null if there can't be one
+        T * row;
         bool isNew; // it was made, or moved to this id
     };
-    CMatch rowFor(unsigned int rowId, K const & key);
+
+    T * child(unsigned int rowId) const { return static_cast<T *>(childOf(rowId)); }
+    static bool shows(T const & row, K const & key) { return CKeyBits<K>(row.rowKey()) == CKeyBits<K>(key); }
+    static bool isOthers(K const & key)
+    {
+        if constexpr (requires { T::isOthers(key); })
+            return T::isOthers(key);
+        else
+            return false;
+    }
+    bool isApart(unsigned int rowId) const { return rowId == limit && m_lastApart; }
+
+    T * seek(K const & key);
+    unsigned int filedUnder(K const & key);
+    bool fileAnew();
+    T * create(K const & key);
+    T * createBinding(K const & key, CMACAddrPacked const & address);
+    void makeRoom(unsigned int rowId);
+    template <class... Arguments>
+    T * build(unsigned int rowId, K const & key, Arguments const &... arguments);
+    void enter(T * row, K const & key, bool apart);
+    void moveRow(unsigned int from, unsigned int to);
+    void giveUp(unsigned int rowId);
+    void removeRow(unsigned int rowId);
+    void destroyRows();
+    CMatch rowFor(unsigned int rowId, K const & key, bool apart);
+    CMatch copyOf(CHashedContainerStat const & theirs, T const & source);
     void DumpOrder(bool flag) const;
 
-    CHashTable<T, K, H> table;
+    CRowIndex<K> m_index;
+    CRowStore<T> m_store;
     DeleteHandler deleteHandler = nullptr;
     DumpOrderHandler dumpOrderHandler = nullptr;
+    [[no_unique_address]] typename CGivenUpTables<T>::Type m_givenUpTables{};
 };
 
 } // namespace KetStats

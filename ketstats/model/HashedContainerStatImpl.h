@@ -1,9 +1,8 @@
 #pragma once
 
 #include "ketstats/model/HashedContainerStat.h"
+#include "ketstats/model/RowCounts.h"
 #include "ketstats/platform/DebugBreak.h"
-
-#include <cstddef>
 
 namespace KetStats {
 
@@ -15,115 +14,234 @@ template <class T, class K, class H>
 CHashedContainerStat<T, K, H>::CHashedContainerStat(CBaseStat * theParent, unsigned short theId,
                                                     CDynamicArrayStatDescription const & theDescription,
                                                     unsigned int theLimit)
-    : CBaseHashedContainerStat(theParent, theId, theDescription, theLimit),
-      // A new row is built before one that stands in its place is taken away.
-      table(theLimit, theLimit + 1, sizeof(CChildEntry) * theLimit, spareStorageFor(theParent))
+    : CBaseHashedContainerStat(theParent, theId, theDescription, theLimit)
+{}
+
+template <class T, class K, class H>
+CHashedContainerStat<T, K, H>::~CHashedContainerStat()
 {
-    childList = static_cast<CChildEntry *>(table.extra());
+    destroyRows();
+}
+
+// ---- rows by key ----
+
+template <class T, class K, class H>
+T * CHashedContainerStat<T, K, H>::seek(K const & key)
+{
+    unsigned int rowId = filedUnder(key);
+    if (rowId == 0 && m_lent && fileAnew())
+        rowId = filedUnder(key);
+    if (rowId != 0)
+        return child(rowId);
+    T * const last = isApart(limit) ? child(limit) : nullptr;
+    return last && shows(*last, key) ? last : nullptr;
+}
+
+// The row that is filed under the key and shows it too.
+template <class T, class K, class H>
+unsigned int CHashedContainerStat<T, K, H>::filedUnder(K const & key)
+{
+    unsigned int const rowId = m_index.find(CKeyBits<K>(key));
+    if (rowId == 0 || shows(*child(rowId), key))
+        return rowId;
+    fileAnew();
+    return m_index.find(CKeyBits<K>(key));
+}
+
+// Files the rows whose keys were changed in place under those that they show; tells whether there were any.
+template <class T, class K, class H>
+bool CHashedContainerStat<T, K, H>::fileAnew()
+{
+    bool found = false;
+    for (unsigned int rowId = getOldestId(); rowId != 0; rowId = m_links[rowId].newer) {
+        CKeyBits<K> const shown(child(rowId)->rowKey());
+        if (isApart(rowId) || m_index.keyOf(rowId) == shown)
+            continue;
+        m_index.unfile(rowId);
+        m_index.file(rowId, shown);
+        found = true;
+    }
+    return found;
 }
 
 // What follows is for keys that are new, and out of the way of the others.
 template <class T, class K, class H>
 T * CHashedContainerStat<T, K, H>::create(K const & key)
 {
-    unsigned int slot = table.find(key);
-    if (slot == table.maxSize())
-        return nullptr;
-    unsigned int index = getFreeIdx();
+    unsigned int index = vacantIndex();
     if (index == limit) {
         deleteOldest();
-        if (!isFull())
-            index = getFreeIdx();
+        // The handler may have made the row.
+        if (unsigned int const rowId = m_index.find(CKeyBits<K>(key)))
+            return child(rowId);
+        index = vacantIndex();
         if (index == limit)
             return nullptr;
-        // Deleting only turns a used slot into a deleted one, so the slot is still good, unless a handler
-        // made a row of its own there.
-        if (!table.isEmpty(slot)) {
-            slot = table.find(key);
-            if (slot == table.maxSize() || !table.isEmpty(slot)) {
-                freeIdx = index;
-                return slot == table.maxSize() ? nullptr : &table[slot];
-            }
-        }
     }
-    T * const row = table.alloc(slot, this, static_cast<unsigned short>(index + 1), key);
-    createdNewChild(slot, row);
+    T * const row = build(index + 1, key);
+    enter(row, key, false);
     return row;
 }
 
 template <class T, class K, class H>
 T * CHashedContainerStat<T, K, H>::createBinding(K const & key, CMACAddrPacked const & address)
 {
-    unsigned int const slot = table.find(key);
-    if (slot == table.maxSize())
-        return nullptr;
-    if (!table.isEmpty(slot))
-        return &table[slot];
-    unsigned int const index = getFreeIdx();
+    if (unsigned int const rowId = m_index.find(CKeyBits<K>(key)))
+        return child(rowId);
+    unsigned int const index = vacantIndex();
     if (index == limit)
         return nullptr;
     T * row = nullptr;
-    if constexpr (std::is_constructible_v<T, CBaseStat *, unsigned short, K, CMACAddrPacked>)
-        row = table.alloc(slot, this, static_cast<unsigned short>(index + 1), key, address);
-    if (row)
-        createdNewChild(slot, row);
+    if constexpr (std::is_constructible_v<T, CBaseStat *, unsigned short, K, CMACAddrPacked>) {
+        row = build(index + 1, key, address);
+        enter(row, key, false);
+    }
     return row;
 }
 
 template <class T, class K, class H>
 T * CHashedContainerStat<T, K, H>::createSummaryStat(K key)
 {
-    if (limit < 2)
+    if (limit < smallestLimit)
         return nullptr;
-    if (T * const occupant = static_cast<T *>(childAt(limit - 1));
-        occupant && !table.keyCompare(*occupant, key))
-        removeRow(limit - 1);
-    T * const row = rowFor(limit, key).row;
+    T * row = child(limit);
+    if (!row || !shows(*row, key)) {
+        row = build(limit, key);
+        enter(row, key, true);
+    } else if (!m_lastApart) {
+        m_index.unfile(limit);
+        m_lastApart = true;
+    }
     summaryRow = row;
+    m_lent = true;
     return row;
 }
 
+// ---- rows that come, move and go ----
+
 template <class T, class K, class H>
-unsigned int CHashedContainerStat<T, K, H>::createdNewChild(unsigned int hashIndex, T * row)
+void CHashedContainerStat<T, K, H>::makeRoom(unsigned int rowId)
 {
-    unsigned int const index = row->getId() - 1U;
-    if (childAt(index))
-        removeRow(index);
-    enter(index, hashIndex, row);
+    if (rowId <= m_capacity)
+        return;
+    m_index.grow(rowId, limit, m_rows, m_links);
+    m_capacity = m_index.capacity();
+}
+
+// A row that is nowhere entered yet. Takes all the memory that entering it needs, so that nothing has changed
+// where that fails. It can stand beside the row that it displaces.
+template <class T, class K, class H>
+template <class... Arguments>
+T * CHashedContainerStat<T, K, H>::build(unsigned int rowId, K const & key, Arguments const &... arguments)
+{
+    makeRoom(rowId);
+    void * const place = m_store.take(limit + 1);
+    try {
+        return new (place) T(this, static_cast<unsigned short>(rowId), key, arguments...);
+    } catch (...) {
+        m_store.give(place);
+        throw;
+    }
+}
+
+// Enters a new row as the newest. A row that has its id is given up.
+template <class T, class K, class H>
+void CHashedContainerStat<T, K, H>::enter(T * row, K const & key, bool apart)
+{
+    unsigned int const rowId = row->getId();
+    if (childOf(rowId))
+        giveUp(rowId);
+    m_rows[rowId] = row;
+    m_index.setBirth(rowId, ++m_births);
+    if (rowId == limit)
+        m_lastApart = apart;
+    if (!apart)
+        m_index.file(rowId, CKeyBits<K>(key));
+    linkAsNewest(rowId);
     ++m_rowCount;
-    return index;
+    if (freeIdx == rowId - 1)
+        freeIdx = limit;
+}
+
+// Gives a row that is filed another id, one that is vacant, as the newest.
+template <class T, class K, class H>
+void CHashedContainerStat<T, K, H>::moveRow(unsigned int from, unsigned int to)
+{
+    makeRoom(to);
+    T * const row = child(from);
+    CKeyBits<K> const key = m_index.keyOf(from);
+    m_index.unfile(from);
+    unlink(from);
+    m_rows[from] = nullptr;
+    row->resetId(static_cast<unsigned short>(to));
+    m_rows[to] = row;
+    m_index.setBirth(to, m_index.birthOf(from));
+    m_index.file(to, key);
+    linkAsNewest(to);
+    if (to == limit)
+        m_lastApart = false;
+    if (freeIdx == to - 1)
+        freeIdx = limit;
+}
+
+// Removes a row and keeps what it had counted.
+template <class T, class K, class H>
+void CHashedContainerStat<T, K, H>::giveUp(unsigned int rowId)
+{
+    T const & row = *child(rowId);
+    ++m_ledger.rows;
+    addCounts(m_ledger, row);
+    if constexpr (requires { row.giveUpTables(m_givenUpTables); })
+        row.giveUpTables(m_givenUpTables);
+    removeRow(rowId);
 }
 
 template <class T, class K, class H>
-void CHashedContainerStat<T, K, H>::removeRow(unsigned int index)
+void CHashedContainerStat<T, K, H>::removeRow(unsigned int rowId)
 {
-    if (childList[index].child == summaryRow)
+    T * const row = child(rowId);
+    if (row == summaryRow)
         summaryRow = nullptr;
-    table.free(childList[index].hashIndex);
-    removeChildFromList(index);
+    if (!isApart(rowId))
+        m_index.unfile(rowId);
+    unlink(rowId);
+    m_rows[rowId] = nullptr;
     --m_rowCount;
+    row->T::~T();
+    m_store.give(row);
+}
+
+template <class T, class K, class H>
+void CHashedContainerStat<T, K, H>::destroyRows()
+{
+    for (unsigned int rowId = getOldestId(); rowId != 0; rowId = m_links[rowId].newer) {
+        T * const row = child(rowId);
+        m_rows[rowId] = nullptr;
+        row->T::~T();
+        m_store.give(row);
+    }
+    m_rowCount = 0;
 }
 
 // The summary row has no exemption.
 template <class T, class K, class H>
 void CHashedContainerStat<T, K, H>::deleteOldest()
 {
-    if (oldest == limit)
+    if (getOldestId() == 0)
         return;
-    unsigned int const index = oldest;
-    onDelete(index);
-    // The handler may have emptied the container.
-    if (!childAt(index))
+    onDelete(getOldestId() - 1);
+    unsigned int const rowId = getOldestId();
+    if (rowId == 0)
         return;
-    freeIdx = index;
-    removeRow(index);
+    giveUp(rowId);
+    freeIdx = rowId - 1;
 }
 
 template <class T, class K, class H>
 bool CHashedContainerStat<T, K, H>::TestOrder(CHashedContainerStat const * /*other*/) const
 {
     for (unsigned int index = 0; index + 1 < m_rowCount; ++index)
-        if (!childAt(index)) {
+        if (!childOf(index + 1)) {
             DumpOrder(false);
             platform::debugBreak();
         }
@@ -136,29 +254,40 @@ void CHashedContainerStat<T, K, H>::DumpOrder(bool flag) const
     if (!dumpOrderHandler)
         return;
     dumpOrderHandler(this, 0, flag, nullptr);
-    for (unsigned int index = oldest; index != limit; index = childList[index].newer)
-        dumpOrderHandler(this, 1, flag, static_cast<T *>(childList[index].child));
+    for (unsigned int rowId = getOldestId(); rowId != 0; rowId = m_links[rowId].newer)
+        dumpOrderHandler(this, 1, flag, child(rowId));
     dumpOrderHandler(this, 2, flag, nullptr);
 }
+
+// ---- transfer ----
 
 template <class T, class K, class H>
 void CHashedContainerStat<T, K, H>::doReset()
 {
-    table.destroyElements();
-    initlist();
+    destroyRows();
+    if (m_capacity != 0)
+        m_links[0] = {0, 0};
+    m_index.clear();
+    freeIdx = limit;
+    summaryRow = nullptr;
+    m_lastApart = false;
+    m_lent = false;
+    m_ledger = {};
+    m_givenUpTables = {};
+    ++m_resets;
 }
 
 template <class T, class K, class H>
 void CHashedContainerStat<T, K, H>::doPackValue(ktools::CMemoryBuffer & buffer, bool onlyChanged)
 {
-    for (unsigned int index = oldest; index != limit; index = childList[index].newer) {
-        T & row = static_cast<T &>(*childList[index].child);
+    for (unsigned int rowId = getOldestId(); rowId != 0; rowId = m_links[rowId].newer) {
+        T & row = *child(rowId);
         if (onlyChanged && !row.isChanged())
             continue;
-        auto const rowId = static_cast<unsigned short>(row.getId());
-        buffer.Write(&rowId, sizeof rowId);
+        auto const packedId = static_cast<unsigned short>(rowId);
+        buffer.Write(&packedId, sizeof packedId);
         // The receiver may not know the row, or know the id as another key's.
-        table.getKey(row).packValue(buffer);
+        row.rowKey().packValue(buffer);
         row.packValue(buffer, onlyChanged);
     }
     unsigned short const endMark = 0;
@@ -170,33 +299,27 @@ void CHashedContainerStat<T, K, H>::doPackValue(ktools::CMemoryBuffer & buffer, 
 // The row that stands for `key` under `rowId` from now on. A row of another key under that id is dead; a row
 // of that key under another id has moved, with its values.
 template <class T, class K, class H>
-typename CHashedContainerStat<T, K, H>::CMatch CHashedContainerStat<T, K, H>::rowFor(unsigned int rowId,
-                                                                                     K const & key)
+typename CHashedContainerStat<T, K, H>::CMatch
+CHashedContainerStat<T, K, H>::rowFor(unsigned int rowId, K const & key, bool apart)
 {
-    unsigned int const index = rowId - 1;
-    if (T * const known = static_cast<T *>(childAt(index))) {
-        if (table.keyCompare(*known, key))
+    if (T * const known = child(rowId)) {
+        if (shows(*known, key))
             return {known, false};
         onDelete(rowId);
-        // The handler may have moved the row away.
-        if (childAt(index))
-            removeRow(index);
+        // The handler may have moved the row away, or put another one there.
+        if (childOf(rowId))
+            removeRow(rowId);
     }
-    unsigned int const slot = table.find(key);
-    if (slot == table.maxSize())
-        return {nullptr, false};
-    if (table.isEmpty(slot)) {
-        T * const row = table.alloc(slot, this, static_cast<unsigned short>(rowId), key);
-        createdNewChild(slot, row);
-        return {row, true};
+    unsigned int const filed = apart ? 0 : filedUnder(key);
+    if (filed != 0) {
+        moveRow(filed, rowId);
+        T * const moved = child(rowId);
+        moved->setChanged();
+        return {moved, true};
     }
-    T & moved = table[slot];
-    removeChildFromList(moved.getId() - 1U);
-    moved.resetId(static_cast<unsigned short>(rowId));
-    table.setIndex(slot, index);
-    enter(index, slot, &moved);
-    moved.setChanged();
-    return {&moved, true};
+    T * const row = build(rowId, key);
+    enter(row, key, apart);
+    return {row, true};
 }
 
 // A row is found by the key that it was filed under, so it must go on showing that key, also when a damaged
@@ -242,16 +365,27 @@ void CHashedContainerStat<T, K, H>::doUnpackValue(ktools::CMemoryBuffer & buffer
             refuse(badRowId);
         K key{};
         key.unpackValue(buffer);
-        T * const row = rowFor(rowId, key).row;
-        if (!row)
-            refuse(badRowId);
+        T * const row = rowFor(rowId, key, rowId == limit && isOthers(key)).row;
         CKeyKeeper<T, K> keeper(*row, key);
         row->unpackValue(buffer);
         if (!keeper.kept())
             refuse(badRowKey);
-        renew(row);
+        renewId(rowId);
     }
     changed = true;
+}
+
+// The row here that follows a row of another container.
+template <class T, class K, class H>
+typename CHashedContainerStat<T, K, H>::CMatch
+CHashedContainerStat<T, K, H>::copyOf(CHashedContainerStat const & theirs, T const & source)
+{
+    unsigned int const rowId = source.getId();
+    CMatch const match = rowFor(rowId, source.rowKey(), theirs.isApart(rowId));
+    m_index.setBirth(rowId, theirs.m_index.birthOf(rowId));
+    if (m_births < theirs.m_births)
+        m_births = theirs.m_births;
+    return match;
 }
 
 template <class T, class K, class H>
@@ -260,11 +394,8 @@ void CHashedContainerStat<T, K, H>::doAssign(CBaseStat const & other)
     auto const & theirs = static_cast<CHashedContainerStat const &>(other);
     expectLimitOf(theirs);
     doReset();
-    for (unsigned int index = theirs.oldest; index != theirs.limit; index = theirs.childList[index].newer) {
-        T const & source = static_cast<T const &>(*theirs.childList[index].child);
-        if (T * const row = rowFor(source.getId(), table.getKey(source)).row)
-            row->assign(source);
-    }
+    for (T const & source : theirs)
+        copyOf(theirs, source).row->assign(source);
     changed = true;
 }
 
@@ -276,11 +407,8 @@ bool CHashedContainerStat<T, K, H>::doCompareAssign(CBaseStat const & other)
     auto const & theirs = static_cast<CHashedContainerStat const &>(other);
     expectLimitOf(theirs);
     bool following = false;
-    for (unsigned int index = theirs.oldest; index != theirs.limit; index = theirs.childList[index].newer) {
-        T const & source = static_cast<T const &>(*theirs.childList[index].child);
-        auto const [row, isNew] = rowFor(source.getId(), table.getKey(source));
-        if (!row)
-            continue;
+    for (T const & source : theirs) {
+        auto const [row, isNew] = copyOf(theirs, source);
         following = following || isNew;
         if (row->compareAssign(source)) {
             changed = true;
@@ -289,7 +417,7 @@ bool CHashedContainerStat<T, K, H>::doCompareAssign(CBaseStat const & other)
             row->setChanged();
             changed = true;
         }
-        renew(row);
+        renewId(row->getId());
     }
     return changed;
 }

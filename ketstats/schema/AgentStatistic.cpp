@@ -1,5 +1,7 @@
 #include "ketstats/schema/AgentStatistic.h"
 
+#include "ketstats/model/RowCounts.h"
+
 #include <cstdint>
 #include <typeinfo>
 
@@ -48,16 +50,21 @@ CStructStatDescription const & CAgentStatistic::groupDescription()
 
 CLedgers CAgentStatistic::ledgers() const
 {
-    return {stations.ledger(),
-            protocols.ledger(),
-            macConnections.ledger(),
-            ipConnections.ledger(),
-            arpTable.ledger(),
-            ipSubprotocols.ledger(),
-            ipPorts.tcpPorts.ledger(),
-            ipPorts.udpPorts.ledger(),
-            CLedger(),
-            CLedger()};
+    CLedgers all{.stations = stations.ledger(),
+                 .protocols = protocols.ledger(),
+                 .macConnections = macConnections.ledger(),
+                 .ipConnections = ipConnections.ledger(),
+                 .arpTable = arpTable.ledger(),
+                 .ipSubprotocols = ipSubprotocols.ledger(),
+                 .tcpPorts = ipPorts.tcpPorts.ledger(),
+                 .udpPorts = ipPorts.udpPorts.ledger(),
+                 .stationTcpPorts = stations.givenUpTables().tcpPorts,
+                 .stationUdpPorts = stations.givenUpTables().udpPorts};
+    for (CStationStat const & station : stations) {
+        add(all.stationTcpPorts, station.tcpPorts.ledger());
+        add(all.stationUdpPorts, station.udpPorts.ledger());
+    }
+    return all;
 }
 
 CAgentStatistic::CStatPointer CAgentStatistic::getStatMemberPointer(COid const & oid)

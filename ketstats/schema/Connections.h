@@ -93,6 +93,8 @@ public:
     CFilter * buildFilter() const override;
     CKey const & rowKey() const { return key; }
     void takeKey(CKey const & theKey);
+    // Whether a row of that key under the last id is that of the others.
+    static bool isOthers(CKey const & theKey) { return theKey == CKey(); }
 
     // The key takes the children's addresses.
     void updateKey();

@@ -20,6 +20,25 @@ CStructStatDescription const & CStationStat::groupDescription()
     return description;
 }
 
+namespace {
+
+template <class Table>
+void giveUpTable(CLedger & sum, Table const & table)
+{
+    add(sum, table.ledger());
+    sum.rows += table.size();
+    for (auto const & row : table)
+        addCounts(sum, row);
+}
+
+} // namespace
+
+void CStationStat::giveUpTables(GivenUpTables & sums) const
+{
+    giveUpTable(sums.tcpPorts, tcpPorts);
+    giveUpTable(sums.udpPorts, udpPorts);
+}
+
 CProtocolStat::CProtocolStat(CBaseStat * theParent, unsigned short theId)
     : CBaseStaticContainerStat(theParent, theId, groupDescription())
 {}

@@ -20,6 +20,14 @@ public:
     CMACAddrPacked const & rowKey() const { return address.get(); }
     void takeKey(CMACAddrPacked const & key) { address = key; }
 
+    // Of the stations that a table gave up, the rows and the ledgers of their own tables.
+    struct GivenUpTables
+    {
+        CLedger tcpPorts;
+        CLedger udpPorts;
+    };
+    void giveUpTables(GivenUpTables & sums) const;
+
     // clang-format off
 #define COLUMNS(COLUMN)                                                                                    \
     COLUMN(1, address,           schema::MacAddress<1210>)                                                 \

@@ -74,7 +74,7 @@ void sampleRows(CHashedContainerStat<T, K, H> & sample, CHashedContainerStat<T, 
         T * const baseRow = base.getChildById(id);
         if (!baseRow || !CRowBase<T>::counted(*baseRow))
             continue;
-        if (CHashTable<T, K, H>::keyCompare(*baseRow, row.rowKey()))
+        if (CKeyBits<K>(baseRow->rowKey()) == CKeyBits<K>(row.rowKey()))
             CRowBase<T>::reduceBy(row, *baseRow);
         else
             CRowBase<T>::forget(*baseRow);

@@ -396,9 +396,11 @@ CBaseHashedContainerStat::CBaseHashedContainerStat(CBaseStat * theParent, unsign
                                                    CDynamicArrayStatDescription const & theDescription,
                                                    unsigned int theLimit)
     : CBaseStat(theParent, theId, theDescription, 0),
-      limit(theLimit)
+      limit(theLimit),
+      freeIdx(theLimit)
 {
-    initlist();
+    if (limit > largestLimit)
+        refuseLimit();
 }
 
 bool CBaseStat::isNumeric() const

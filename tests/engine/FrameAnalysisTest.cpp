@@ -958,7 +958,7 @@ struct NoRoom : CBaseHashedContainerStat
     static void in(CBaseHashedContainerStat & table)
     {
         table.*(&NoRoom::limit) = 1;
-        (table.*(&NoRoom::initlist))();
+        table.*(&NoRoom::freeIdx) = 1;
     }
 };
 

@@ -125,12 +125,23 @@ void addBlocks(Variants & all, std::endian order)
         2, whole);
     add("an interface behind frames", start + good + in.interface() + in.enhanced(stamp, frame, 1), 2, whole);
     add("an unknown interface", start + good + in.enhanced(stamp, frame, 1), 1, damaged);
-    add("another limit", start + good + in.interface("", 65534), 1, damaged);
+    add("another limit", start + good + in.interface("", 65534) + in.enhanced(stamp, frame, 1), 1,
+        furtherThanLibpcap);
+    add("a frame beyond its own limit", start + good + in.interface("", 40) + in.enhanced(stamp, frame, 1), 1,
+        damaged);
     add("limits that mean the same",
         in.section() + in.interface("", 0) + in.interface("", 262144) + in.interface("", 0xFFFFFFFF) + good,
         1, whole);
-    add("another link type later", start + good + in.interface("", 65535, 101), 1, damaged);
+    add("another link type later",
+        start + good + in.interface("", 65535, 101) + in.enhanced(stamp, frame, 1) + good, 1,
+        furtherThanLibpcap);
+    add("another link type first",
+        in.section() + in.interface("", 65535, 101) + in.enhanced(stamp, frame) + in.interface() +
+            in.enhanced(stamp, frame, 1),
+        0, furtherThanLibpcap);
     add("another link type", in.section() + in.interface("", 65535, 101) + good, 0, refused);
+    add("another link type, twice",
+        in.section() + in.interface("", 65535, 113) + good + in.interface("", 65535, 101), 0, refused);
     add("a short interface", in.section() + in.block(1, "1234"), 0, refused);
     add("a short interface later", start + good + in.block(1, "1234"), 1, damaged);
     add("bad options later", start + good + in.interface(in.resolution(20)), 1, damaged);

@@ -9,6 +9,7 @@ namespace test {
 enum Verdict
 {
     whole,
+    furtherThanLibpcap, // as whole, but libpcap gives up earlier; `frames` are those that it reads
     damaged,
     refused, // it isn't opened
 };

@@ -605,6 +605,23 @@ TEST(HashTable, RowsBuiltByTheCallerInARow)
     EXPECT_EQ(table.size(), 4U);
 }
 
+TEST(HashTable, SlotsMayBeTakenInARowBeforeTheirRowsAreBuilt)
+{
+    PlacedTable table(100);
+    insert(table, place(0, 1, 1));
+    table.free(0); // a slot that bears a key
+
+    void * const storage[] = {table.alloc(0), table.alloc(11), table.alloc(12)};
+    for (unsigned int i = 0; i < 3; ++i)
+        new (storage[i]) PlacedRow(nullptr, 1, place(i == 0 ? 0 : 10 + i, 1, 9));
+
+    EXPECT_EQ(table.findUsed(place(0, 1, 9)), 0U);
+    EXPECT_EQ(table.findUsed(place(11, 1, 9)), 11U);
+    EXPECT_EQ(table.findUsed(place(12, 1, 9)), 12U);
+    EXPECT_EQ(table.find(place(0, 1, 1)), 1U) << "the key that the slot bore before";
+    EXPECT_EQ(table.size(), 3U);
+}
+
 TEST(HashTable, RowBuiltByTheCallerLeavesItsKeyWhenItGoesAtOnce)
 {
     PlacedTable table(100);
@@ -695,40 +712,6 @@ TEST(HashTable, RowsStayWhereTheyAre)
             ASSERT_EQ(&table[at], row);
     }
     EXPECT_EQ(rows.size(), table.size());
-}
-
-TEST(HashTable, BlockOfATableThatWentServesTheNextAsANewOne)
-{
-    CSpareStorage spare;
-    for (unsigned int seed = 1; seed <= 60; ++seed) {
-        SCOPED_TRACE(testing::Message() << "seed " << seed);
-        test::Random random(seed);
-        PlacedTable table(100, 251, 24, &spare);
-        ASSERT_EQ(picture(table, 251), std::string(251, '.'));
-        ASSERT_EQ(table.size(), 0U);
-
-        SlotBySlot<PlacedRow> slots(251);
-        for (unsigned int turns = random.below(400); turns > 0; --turns) {
-            CIPAddress const key = place(random.below(9), 1 + random.below(4), random.below(12));
-            unsigned int const slot = slots.find(key);
-            ASSERT_EQ(table.find(key), slot);
-            if (slot == table.maxSize())
-                continue;
-            if (!table.isEmpty(slot) && seed % 3 != 0) {
-                table.free(slot);
-                slots.free(slot);
-            } else if (table.isEmpty(slot)) {
-                if (random.oneIn(3))
-                    build(table, slot, key);
-                else
-                    put<PlacedRow>(table, slot, key);
-                slots.alloc(slot, key);
-            }
-        }
-        if (seed % 5 == 0)
-            table.destroyElements();
-    }
-    EXPECT_TRUE(PlacedRow::living().empty());
 }
 
 TEST(HashTable, SearchingAndFillingAllocateNothing)

@@ -192,12 +192,24 @@ testing::AssertionResult soundFromOutside(Container & container)
 {
     std::set<Bytes> keys;
     unsigned int last = 0;
+    unsigned int apart = 0;
+    auto const isOthers = [&](auto const & row) {
+        if constexpr (requires { row.isOthers(row.rowKey()); })
+            return row.getId() == container.getLimit() && row.isOthers(row.rowKey());
+        return false;
+    };
     for (unsigned int id = container.getOldestId(); id != 0; id = container.getNextNewerId(id)) {
         auto const * const row = container.getChildById(id);
         if (id > container.getLimit() || !row || row->getId() != id)
             return testing::AssertionFailure() << "no row of that id: " << id;
         if (shownKey(*row) != keyBytes(row->rowKey()))
             return testing::AssertionFailure() << "row " << id << " shows another key than its own";
+        last = id;
+        // A row of the others stands apart, and may show the key of a row of the traffic.
+        if (row == container.getSummaryStat() || isOthers(*row)) {
+            ++apart;
+            continue;
+        }
         if (!keys.insert(shownKey(*row)).second)
             return testing::AssertionFailure()
                    << "row " << id << " shows the key of another row, or comes twice";
@@ -210,10 +222,10 @@ testing::AssertionResult soundFromOutside(Container & container)
             if (auto const ports = soundFromOutside(station->udpPorts); !ports)
                 return testing::AssertionFailure() << "UDP ports of row " << id << ": " << ports.message();
         }
-        last = id;
     }
-    if (keys.size() != container.size() || container.getChildrenCount() != container.size())
-        return testing::AssertionFailure() << keys.size() << " rows in the list, size " << container.size();
+    if (keys.size() + apart != container.size() || container.getChildrenCount() != container.size())
+        return testing::AssertionFailure()
+               << keys.size() + apart << " rows in the list, size " << container.size();
     if (last != container.getNewestId())
         return testing::AssertionFailure() << "the list ends at " << last << ", not at the newest row";
     return testing::AssertionSuccess();
@@ -231,8 +243,6 @@ public:
 
     using Base::changed;
     using Base::freeIdx;
-    using Base::newest;
-    using Base::oldest;
 
     static KetStats::CDynamicArrayStatDescription const & description()
     {
@@ -246,25 +256,25 @@ public:
         if (auto const outside = soundFromOutside(*this); !outside)
             return outside;
         std::vector<unsigned int> listed;
-        for (unsigned int index = oldest; index != this->limit; index = this->childList[index].newer)
-            listed.push_back(index);
+        for (unsigned int rowId = this->getOldestId(); rowId != 0; rowId = this->m_links[rowId].newer)
+            listed.push_back(rowId);
         std::vector<unsigned int> backward;
-        for (unsigned int index = newest; index != this->limit && backward.size() <= listed.size();
-             index = this->childList[index].older)
-            backward.insert(backward.begin(), index);
+        for (unsigned int rowId = this->getNewestId(); rowId != 0 && backward.size() <= listed.size();
+             rowId = this->m_links[rowId].older)
+            backward.insert(backward.begin(), rowId);
         if (listed != backward)
             return testing::AssertionFailure()
                    << "the list reads otherwise backward: " << testing::PrintToString(listed) << " and "
                    << testing::PrintToString(backward);
         unsigned int there = 0;
-        for (unsigned int index = 0; index < this->limit; ++index)
-            there += this->childAt(index) ? 1 : 0;
+        for (unsigned int rowId = 1; rowId <= this->limit; ++rowId)
+            there += this->childOf(rowId) ? 1 : 0;
         if (there != listed.size())
             return testing::AssertionFailure()
-                   << there << " rows stand at an index, " << listed.size() << " in the list";
+                   << there << " rows have an id, " << listed.size() << " in the list";
         if (auto const * const summary = this->getSummaryStat();
             summary && std::none_of(listed.begin(), listed.end(),
-                                    [&](unsigned int index) { return this->childAt(index) == summary; }))
+                                    [&](unsigned int rowId) { return this->childOf(rowId) == summary; }))
             return testing::AssertionFailure() << "the summary row isn't there";
         return testing::AssertionSuccess();
     }

@@ -70,7 +70,7 @@ TEST(CaptureWriter, WhatItWritesIsReadBackByBothReaders)
     for (std::string const & name : test::captures()) {
         TemporaryFile const copy("");
         {
-            ketmon::CPcapFile source(test::capture(name));
+            test::CPcapFile source(test::capture(name));
             CCaptureWriter writer(copy.path());
             for (CCapturedFrame frame{}; source.next(frame);)
                 writer.write(frame);
@@ -78,7 +78,7 @@ TEST(CaptureWriter, WhatItWritesIsReadBackByBothReaders)
         }
 
         EXPECT_EQ(fuzz::checkCapture(copy.path()), "") << name;
-        ketmon::CPcapFile original(test::capture(name));
+        test::CPcapFile original(test::capture(name));
         auto const read = ketmon::openCaptureFile(copy.path());
         CCapturedFrame expected{};
         CCapturedFrame got{};

@@ -1,3 +1,4 @@
+#include "tests/host/CaptureBuilder.h"
 #include "tests/host/Program.h"
 
 #include <gmock/gmock.h>
@@ -19,7 +20,7 @@ namespace {
 
 ordered_json read(std::string const & name, std::vector<std::string> const & more = {})
 {
-    std::vector<std::string> arguments = {"read", "--tree", "--json", capture(name)};
+    std::vector<std::string> arguments = {"read", "--tree", "--json", "--quiet", capture(name)};
     arguments.insert(arguments.end(), more.begin(), more.end());
     Outcome const outcome = ketmon(arguments);
     EXPECT_EQ(outcome.exitCode, 0) << outcome.errors;
@@ -238,22 +239,36 @@ TEST(ReadCommand, RefusesWhatIsNoCapture)
     TemporaryFile const nothing("");
 
     expectRefused(ketmon({"read", text.path()}), text.path() + ": unknown file format");
-    expectRefused(ketmon({"read", nothing.path()}), nothing.path() + ": truncated dump file");
+    expectRefused(ketmon({"read", nothing.path()}), nothing.path() + ": the file is too short for a capture");
     expectRefused(ketmon({"read", "/no/such/file"}), "/no/such/file: No such file or directory");
     expectRefused(ketmon({"read", KETSTATS_CAPTURES}), "is a directory");
 }
 
-TEST(ReadCommand, RefusesAFileThatIsCutShort)
+// What was read in front of the damage is reported, and the damage told.
+void expectDamage(Outcome const & outcome, std::string const & told, unsigned int frames)
+{
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(outcome.errors.rfind("ketmon: " + told, 0), 0U) << outcome.errors;
+    EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1) << outcome.errors;
+    ASSERT_NE(outcome.output, "") << outcome.errors;
+    EXPECT_EQ(outcome.json()["frames"], frames);
+}
+
+TEST(ReadCommand, CountsAFileThatIsCutShortUpToThere)
 {
     std::string const whole = fileContents(capture("nanosecond-big-endian.pcap"));
-    for (std::size_t length :
-         {whole.size() - 1, whole.size() - 1300, std::size_t{24 + 16 + 3}, std::size_t{24 + 7}}) {
+    for (auto const & [length, frames] :
+         {std::pair(whole.size() - 1, 9U), std::pair(std::size_t{24 + 16 + 3}, 0U),
+          std::pair(std::size_t{24 + 7}, 0U)}) {
         TemporaryFile const cut(whole.substr(0, length));
-        expectRefused(ketmon({"read", cut.path()}), cut.path() + ": damaged behind frame ");
+        expectDamage(ketmon({"read", "--tree", "--json", "-q", cut.path()}),
+                     cut.path() + ": damaged behind frame " + std::to_string(frames) +
+                         ": the file ends within",
+                     frames);
     }
 }
 
-TEST(ReadCommand, RefusesADamagedRecord)
+TEST(ReadCommand, CountsAFileUpToADamagedRecord)
 {
     std::string damaged = fileContents(capture("truncated-snaplen.pcap"));
     // The captured length of the second record, behind the file header, a record header and 74 or more bytes.
@@ -261,7 +276,102 @@ TEST(ReadCommand, RefusesADamagedRecord)
     damaged.replace(24 + 16 + captured + 8, 4, "\xFF\xFF\xFF\x7F");
     TemporaryFile const file(damaged);
 
-    expectRefused(ketmon({"read", file.path()}), file.path() + ": damaged behind frame 1: ");
+    expectDamage(ketmon({"read", "--tree", "--json", "-q", file.path()}),
+                 file.path() + ": damaged behind frame 1: ", 1);
+}
+
+TEST(ReadCommand, CountsSeveralFilesAsOne)
+{
+    ordered_json const one = read("internet-mixed.pcap");
+    ordered_json const other = read("many-stations-arp.pcap");
+    Outcome const both = ketmon({"read", "--tree", "--json", "-q", capture("internet-mixed.pcap"),
+                                 capture("many-stations-arp.pcap")});
+    Outcome const swapped = ketmon({"read", "--tree", "--json", "-q", "-r", capture("many-stations-arp.pcap"),
+                                    "-r", capture("internet-mixed.pcap")});
+
+    EXPECT_EQ(both.exitCode, 0) << both.errors;
+    EXPECT_EQ(both.json()["frames"], one["frames"].get<int>() + other["frames"].get<int>());
+    EXPECT_EQ(both.json()["statistics"], swapped.json()["statistics"]);
+}
+
+TEST(ReadCommand, ReadsTheOtherFilesBesideADamagedOne)
+{
+    TemporaryFile const cut(fileContents(capture("nanosecond-big-endian.pcap")).substr(0, 24 + 7));
+    Outcome const outcome = ketmon(
+        {"read", "--tree", "--json", "-q", "/no/such/file", capture("internet-mixed.pcap"), cut.path()});
+
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(outcome.json()["frames"], 4709);
+    EXPECT_EQ(outcome.errors, "ketmon: /no/such/file: No such file or directory\nketmon: " + cut.path() +
+                                  ": damaged behind frame 0: the file ends within the header of a record\n");
+}
+
+TEST(ReadCommand, ReadsTheStandardInput)
+{
+    std::string const program = KETMON_PROGRAM;
+    auto const count = [&](std::string const & command) {
+        Outcome const outcome = test::run({"sh", "-c", command});
+        EXPECT_EQ(outcome.exitCode, 0) << outcome.errors;
+        return outcome.json()["frames"].get<int>();
+    };
+    std::string const file = "'" + capture("internet-mixed.pcap") + "'";
+
+    EXPECT_EQ(count("cat " + file + " | '" + program + "' read -q --tree --json -"), 4709);
+    EXPECT_EQ(count("'" + program + "' read -q --tree --json - < " + file), 4709);
+    EXPECT_EQ(count("gzip -c " + file + " | '" + program + "' read -q --tree --json -r -"), 4709);
+    expectRefused(ketmon({"read", "-", "-"}), "-: the standard input can be read only once");
+    expectRefused(ketmon({"read", "-"}), "-: the file is too short for a capture");
+}
+
+TEST(ReadCommand, TellsHowItEnded)
+{
+    Outcome const outcome = ketmon({"read", capture("nanosecond-big-endian.pcap")});
+    Outcome const quiet = ketmon({"read", "-q", capture("nanosecond-big-endian.pcap")});
+    Outcome const empty = ketmon({"read", capture("empty.pcap")});
+
+    EXPECT_THAT(outcome.errors, testing::MatchesRegex("ketmon: 10 frames counted, 0 rows given up, "
+                                                      "[0-9T:.-]+Z to [0-9T:.-]+Z\n"));
+    EXPECT_EQ(quiet.errors, "");
+    EXPECT_EQ(empty.errors, "ketmon: 0 frames counted, 0 rows given up\n");
+}
+
+TEST(ReadCommand, TellsFramesThatItLeftOut)
+{
+    test::BlockBuilder const in;
+    TemporaryFile const file(in.section() + in.interface("", 65535, 113) + in.interface() +
+                             in.enhanced(1, "cooked", 0) + in.enhanced(2, std::string(60, 'x'), 1));
+    Outcome const outcome = ketmon({"read", "-q", "--tree", "--json", file.path()});
+
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_EQ(outcome.json()["frames"], 1);
+    EXPECT_EQ(outcome.errors,
+              "ketmon: left out: 1 frame of link type LINUX_SLL (113); only Ethernet can be counted\n");
+}
+
+TEST(ReadCommand, KeepsAsManyRowsAsItIsTold)
+{
+    auto const rows = [](std::vector<std::string> const & options, char const * table) {
+        return read("many-connections.pcap", options)["statistics"][table].size();
+    };
+
+    std::size_t const all = rows({}, "IP traffic");
+    EXPECT_GT(all, 100U);
+    EXPECT_EQ(rows({"--rows", "ip_traffic=20"}, "IP traffic"), 20U);
+    EXPECT_EQ(rows({"--rows", "all=10", "--rows", "ip_traffic=20"}, "IP traffic"), 20U);
+    EXPECT_EQ(rows({"--rows", "ip_traffic=20", "--rows", "all=10"}, "IP traffic"), 10U);
+    EXPECT_EQ(rows({"--rows", "ip_traffic=20", "--rows", "standard"}, "IP traffic"),
+              std::min<std::size_t>(all, 999U));
+    EXPECT_THAT(ketmon({"read", capture("many-connections.pcap"), "--rows", "ip_traffic=20"}).errors,
+                HasSubstr(" " + std::to_string(all - 20) + " rows given up"));
+}
+
+TEST(ReadCommand, RefusesRowsThatNoTableCanHave)
+{
+    for (char const * const text : {"ip_traffic=0", "ip_traffic=65535", "ip_traffic=", "ip_traffic=1x",
+                                    "ip_traffic=-1", "ip_traffic", "all", "=1", "iptraffic=1", "standard=1"})
+        expectRefused(ketmon({"read", capture("empty.pcap"), "--rows", text}),
+                      "--rows: '" + std::string(text) + "' ");
+    EXPECT_EQ(ketmon({"read", capture("empty.pcap"), "--rows", "station_udp_ports=65534"}).exitCode, 0);
 }
 
 TEST(ReadCommand, RefusesOtherLinkTypes)
@@ -292,10 +402,80 @@ TEST(ReadCommand, RefusesBadArguments)
     for (char const * const seconds : {"0", "0.009", "1000000001", "nan", "inf", "", "1s"})
         expectRefused(ketmon({"read", file, "--save-snapshot", "/no/such/file", "--interval", seconds}),
                       "--interval: '" + std::string(seconds) + "' isn't 0.01 to 1000000000");
-    expectRefused(ketmon({"read", file, "another"}), "another");
+    expectRefused(ketmon({"read", file, "-r", file}), "excludes");
     expectRefused(ketmon({"read", file, "--no-such-option"}), "no-such-option");
     expectRefused(ketmon({"nonsense"}), "nonsense");
     expectRefused(ketmon({}), "--help");
+}
+
+TEST(ReadCommand, FiguresComeInTheFormThatIsTold)
+{
+    ordered_json const document =
+        ketmon({"read", "--json", capture("internet-mixed.pcap"), "--filter", "tcp"}).json();
+
+    EXPECT_EQ(document["format"], "ketmon/2");
+    EXPECT_EQ(document["source"]["kind"], "file");
+    EXPECT_EQ(document["source"]["name"], capture("internet-mixed.pcap"));
+    EXPECT_EQ(document["totals"]["frames"], 4709);
+    EXPECT_EQ(document["filter"]["accepted"], 4321);
+    EXPECT_EQ(document["errors"]["crc_errors"], nullptr) << "a file has no adapter";
+    EXPECT_EQ(document["tables"].size(), 10U);
+    EXPECT_EQ(document["tables"]["ip_traffic"]["rows"].size(), 121U) << "all of them";
+}
+
+TEST(ReadCommand, FiguresOfGroupsThatAreOffAreNull)
+{
+    ordered_json const tables =
+        ketmon({"read", "--json", capture("internet-mixed.pcap"), "--enable", "1.5"}).json()["tables"];
+
+    EXPECT_EQ(tables["ip_traffic"]["rows"], nullptr);
+    EXPECT_EQ(tables["frame_types"]["rows"], nullptr);
+    EXPECT_EQ(tables["stations"]["rows"][0]["tcp_ports"], nullptr);
+    EXPECT_TRUE(tables["mac_traffic"]["rows"].is_array());
+}
+
+TEST(ReadCommand, ChoosesSortsAndCutsTablesInEveryForm)
+{
+    std::vector<std::string> const choice{"--select", "ip_traffic", "--sort", "bytes", "--top", "1"};
+    auto const read = [&](std::vector<std::string> form) {
+        form.insert(form.begin(), {"read", capture("internet-mixed.pcap")});
+        form.insert(form.end(), choice.begin(), choice.end());
+        return ketmon(form);
+    };
+
+    ordered_json const figures = read({"--json"}).json()["tables"];
+    ASSERT_EQ(figures.size(), 1U);
+    ASSERT_EQ(figures["ip_traffic"]["rows"].size(), 1U);
+    EXPECT_EQ(figures["ip_traffic"]["rows"][0]["bytes"], 519578);
+
+    ordered_json const tree = read({"--tree", "--json"}).json()["statistics"];
+    EXPECT_EQ(tree.size(), 2U) << "the totals come along";
+    ASSERT_EQ(tree["IP traffic"].size(), 1U);
+    EXPECT_EQ(tree["IP traffic"][0]["Data transmitted"], 519578);
+
+    std::string const text = read({"--tree", "--exact"}).output;
+    EXPECT_THAT(text, HasSubstr("\n1.8 IP traffic (the first 1 of 121 by bytes)\n"));
+    EXPECT_THAT(text, HasSubstr(" 519578 "));
+    EXPECT_THAT(text, Not(HasSubstr("1.5 Network stations")));
+}
+
+TEST(ReadCommand, RefusesTablesAndColumnsThatAreNone)
+{
+    std::string const file = capture("empty.pcap");
+
+    expectRefused(ketmon({"read", file, "--select", "trafic"}), "--select: 'trafic' is no table; there are ");
+    expectRefused(ketmon({"read", file, "--select", "1.8.1"}), "--select: '1.8.1' leads to no statistic");
+    expectRefused(ketmon({"read", file, "--select", ""}), "--select");
+    expectRefused(ketmon({"read", file, "--sort", "size"}), "--sort: 'size' is no column of any table");
+    expectRefused(ketmon({"read", file, "--select", "arp", "--sort", "bytes"}),
+                  "there are address, mac_address");
+    expectRefused(ketmon({"read", file, "--json", "--precision", "2"}), "--precision");
+}
+
+TEST(Program, ShowsNamesThatATerminalWouldObeyWithEscapes)
+{
+    expectRefused(ketmon({"read", "/no/such/\033[31mfile"}), "/no/such/\\x1b[31mfile");
+    expectRefused(ketmon({"\033[2J"}), "there is no command '\\x1b[2J'");
 }
 
 TEST(Program, HelpsAndTellsItsVersion)

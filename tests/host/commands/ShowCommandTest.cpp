@@ -39,7 +39,11 @@ public:
     Outcome const & read() const { return m_read; }
 
 private:
-    std::string path(unsigned int number) const { return m_base.path() + '.' + std::to_string(number); }
+    std::string path(unsigned int number) const
+    {
+        std::string const digits = std::to_string(number);
+        return m_base.path() + '.' + std::string(5 - digits.size(), '0') + digits;
+    }
 
     TemporaryFile m_base;
     Outcome m_read;
@@ -56,12 +60,7 @@ TEST(ShowCommand, ShowsASavedSnapshotAsReadDoes)
             Outcome const show = ketmon({"show", "--tree", format, saved.path()});
 
             EXPECT_EQ(show.exitCode, 0) << show.errors;
-            if (format == "--json")
-                EXPECT_EQ(show.output, read.output) << name;
-            else // they start with the name of the file
-                EXPECT_EQ(show.output.substr(show.output.find(": ")),
-                          read.output.substr(read.output.find(": ")))
-                    << name;
+            EXPECT_EQ(show.output, read.output) << name;
         }
     }
 }
@@ -83,6 +82,65 @@ TEST(ShowCommand, FollowsDeltas)
     EXPECT_EQ(show.json(), whole);
 }
 
+TEST(ShowCommand, KnowsTheOrderOfItsFiles)
+{
+    SavedSnapshots const saved("many-connections.pcap", "0.5");
+    ASSERT_GT(saved.paths().size(), 3U);
+    std::vector<std::string> arguments = {"show", "--tree", "--json"};
+    arguments.insert(arguments.end(), saved.paths().rbegin(), saved.paths().rend());
+    std::swap(arguments[4], arguments.back());
+
+    Outcome const show = ketmon(arguments);
+
+    EXPECT_EQ(show.output, saved.read().output) << show.errors;
+}
+
+TEST(ShowCommand, RefusesGapsAndWhatDoesNotBelongTogether)
+{
+    SavedSnapshots const saved("many-connections.pcap", "0.5");
+    SavedSnapshots const other("many-connections.pcap", "0.5");
+    ASSERT_GT(saved.paths().size(), 3U);
+    auto const & files = saved.paths();
+
+    test::expectRefused(ketmon({"show", files[0], files[2]}),
+                        files[2] + ": is number 2 of the recording, and number 1, behind " + files[0] +
+                            ", isn't among the files");
+    test::expectRefused(ketmon({"show", files[1]}),
+                        files[1] + ": is number 1 of its recording and says only what changed; the full "
+                                   "snapshot, number 0, isn't among the files");
+    test::expectRefused(ketmon({"show", files[2], files[1]}), "number 0, isn't among the files");
+    test::expectRefused(ketmon({"show", files[0], files[1], files[1]}), "is number 1 of the recording, as ");
+    test::expectRefused(ketmon({"show", files[0], other.paths()[1]}),
+                        other.paths()[1] + ": belongs to another recording than " + files[0]);
+    EXPECT_EQ(ketmon({"show", files[0], files[1]}).exitCode, 0) << "the state behind the first interval";
+}
+
+// What older versions saved were the packed bytes alone.
+TEST(ShowCommand, RefusesFilesWithoutAHeaderWithAClearWord)
+{
+    TemporaryFile const saved("");
+    ketmon({"read", capture("jumbo-ssh.pcap"), "--save-snapshot", saved.path()});
+    std::string const name = capture("jumbo-ssh.pcap");
+    TemporaryFile const older(fileContents(saved.path()).substr(560 + name.size()));
+
+    test::expectRefused(ketmon({"show", older.path()}),
+                        older.path() + ": no saved snapshot, or one of an older ketmon: it has no header");
+    test::expectRefused(ketmon({"show", "/dev/zero"}), "/dev/zero: no saved snapshot");
+}
+
+TEST(ShowCommand, BuildsItsTreeForTheLimitsThatWereSaved)
+{
+    TemporaryFile const saved("");
+    for (char const * const rows : {"all=3", "ip_traffic=20", "station_tcp_ports=1", "standard"}) {
+        Outcome const read = ketmon({"read", "--json", capture("many-connections.pcap"), "--rows", rows,
+                                     "--save-snapshot", saved.path()});
+        Outcome const show = ketmon({"show", "--json", saved.path()});
+
+        EXPECT_EQ(show.exitCode, 0) << show.errors;
+        EXPECT_EQ(show.output, read.output) << rows;
+    }
+}
+
 TEST(ShowCommand, RefusesDamagedFiles)
 {
     TemporaryFile const saved("");
@@ -97,7 +155,7 @@ TEST(ShowCommand, RefusesDamagedFiles)
         Outcome const outcome = ketmon({"show", damaged.path()});
         EXPECT_EQ(outcome.exitCode, 2);
         EXPECT_EQ(outcome.output, "");
-        EXPECT_THAT(outcome.errors, HasSubstr(damaged.path() + ": no packed snapshot: "));
+        EXPECT_THAT(outcome.errors, HasSubstr("ketmon: " + damaged.path() + ": "));
         EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1);
     }
     EXPECT_EQ(ketmon({"show", "/no/such/file"}).exitCode, 2);
@@ -114,11 +172,26 @@ TEST(ReadCommand, SaysWhyASnapshotCanNotBeSaved)
     EXPECT_EQ(ketmon({"read", capture("empty.pcap"), "--interval", "1"}).exitCode, 2) << "nowhere to save to";
 }
 
+TEST(ReadCommand, AFailedSaveLeavesWhatWasThere)
+{
+    TemporaryFile const saved("what was there before");
+    // A limit of the size of files stands for a full disk.
+    Outcome const outcome =
+        test::run({"sh", "-c", "trap '' XFSZ; ulimit -f 1; exec \"$@\"", "sh", KETMON_PROGRAM, "read", "-q",
+                   capture("internet-mixed.pcap"), "--save-snapshot", saved.path()});
+
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.errors, HasSubstr(saved.path() + ": can't be written: File too large"));
+    EXPECT_EQ(fileContents(saved.path()), "what was there before");
+    EXPECT_FALSE(std::filesystem::exists(saved.path() + ".part"));
+    EXPECT_EQ(ketmon({"read", "-q", capture("empty.pcap"), "--save-snapshot", "/dev/full"}).exitCode, 1);
+}
+
 TEST(ReadCommand, SavesNoSnapshotOverTheCapture)
 {
     std::string const original = fileContents(capture("many-stations-arp.pcap"));
     TemporaryFile const file(original);
-    std::string const second = file.path() + ".1";
+    std::string const second = file.path() + ".00001";
     std::filesystem::create_symlink(file.path(), second);
 
     expectRefused(ketmon({"read", file.path(), "--save-snapshot", file.path()}), "is the capture");
@@ -127,7 +200,7 @@ TEST(ReadCommand, SavesNoSnapshotOverTheCapture)
 
     EXPECT_EQ(fileContents(file.path()), original);
     std::filesystem::remove(second);
-    std::filesystem::remove(file.path() + ".0");
+    std::filesystem::remove(file.path() + ".00000");
 }
 
 TEST(ReadCommand, DerivesUtilisationFromTheLinkSpeed)

@@ -29,7 +29,7 @@ struct Golden
 std::string reportOf(std::string const & capture, CReportStyle const & style)
 {
     CFileCount count({}, {});
-    count.run(test::capture(capture), true);
+    count.run({test::capture(capture)}, true);
     CSampleFacts facts = count.facts();
     facts.source.name = capture;
     return reportText(figuresOf(count.result(), facts), style, test::FixedNames());

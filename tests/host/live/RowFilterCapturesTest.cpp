@@ -1,7 +1,7 @@
-#include "host/capture/posix/PcapFile.h"
 #include "host/live/AnalysisOptions.h"
 #include "host/live/Recording.h"
 #include "host/render/ValueText.h"
+#include "tests/host/PcapFile.h"
 
 #include "ketstats/ketstats.h"
 
@@ -537,7 +537,7 @@ Totals checkAll(std::vector<Captured> const & frames)
 std::vector<Captured> framesOf(std::string const & path)
 {
     std::vector<Captured> frames;
-    ketmon::CPcapFile source(path);
+    test::CPcapFile source(path);
     for (ketmon::CCapturedFrame frame{}; source.next(frame);)
         frames.push_back({Bytes(frame.data, frame.data + frame.capturedLength), frame.length});
     return frames;

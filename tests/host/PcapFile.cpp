@@ -1,4 +1,4 @@
-#include "host/capture/posix/PcapFile.h"
+#include "tests/host/PcapFile.h"
 
 #include "host/capture/posix/PcapTime.h"
 #include "host/support/Failure.h"
@@ -8,7 +8,12 @@
 
 #include <filesystem>
 
-namespace ketmon {
+namespace test {
+
+using ketmon::CCapturedFrame;
+using ketmon::CFailure;
+using ketmon::exitBadInput;
+using ketmon::ticksOfNanoStamp;
 
 void CPcapFile::CCloser::operator()(pcap * handle) const
 {
@@ -72,4 +77,4 @@ std::uint64_t CPcapFile::position() const
     return at < 0 ? 0 : static_cast<std::uint64_t>(at);
 }
 
-} // namespace ketmon
+} // namespace test

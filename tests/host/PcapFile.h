@@ -7,10 +7,10 @@
 
 struct pcap;
 
-namespace ketmon {
+namespace test {
 
-// A capture file of any kind that libpcap reads, with frames of Ethernet.
-class CPcapFile : public CCaptureSource
+// A capture file with frames of Ethernet as libpcap reads it, against which the readers of ketmon are held.
+class CPcapFile : public ketmon::CCaptureSource
 {
 public:
     // Throws CFailure, exit code 2, for a file that can't be opened, isn't a capture, or has another link
@@ -19,7 +19,7 @@ public:
     ~CPcapFile() override;
 
     // Throws CFailure, exit code 2, for a damaged record or one that is cut short.
-    bool next(CCapturedFrame & frame) override;
+    bool next(ketmon::CCapturedFrame & frame) override;
     std::uint64_t position() const override;
     std::uint64_t size() const override { return m_size; }
 
@@ -35,4 +35,4 @@ private:
     std::unique_ptr<pcap, CCloser> m_handle;
 };
 
-} // namespace ketmon
+} // namespace test

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "host/capture/CaptureSource.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace ketmon {
+
+// Several capture files as one source.
+//
+// 1. Their frames come in the order of their time stamps, each file's own in the order of the file; of equal
+//    stamps the file that was named first goes first.
+// 2. A file that is damaged, or one of several that can't be opened, is told by `faults`, and the others are
+//    read on. `next` throws for none.
+// 3. Of several files only those are held open whose time has come, so there may be any number of them. A pipe
+//    is open from the start.
+class CCaptureFiles : public CCaptureSource
+{
+public:
+    // "-" stands for the standard input. Throws CFailure, exit code 2, where there is nothing to read: for a
+    // file alone that can't be opened, several of which none can, and the standard input named twice.
+    explicit CCaptureFiles(std::vector<std::string> const & paths);
+    ~CCaptureFiles() override;
+
+    bool next(CCapturedFrame & frame) override;
+    std::uint64_t position() const override;
+    std::uint64_t size() const override { return m_size; }
+    CSourceFaults faults() const override;
+
+private:
+    struct CFile;
+
+    bool open(CFile & file);
+    void advance(CFile & file);
+    void close(CFile & file);
+
+    std::vector<std::unique_ptr<CFile>> m_files;
+    std::vector<CFile *> m_waiting; // a heap, at its front the one whose frame comes next
+    CFile * m_given = nullptr;      // the one whose frame was given last
+    CSourceFaults m_faults;         // of what is closed
+    std::uint64_t m_size = 0;
+    std::uint64_t m_finished = 0; // bytes of files that are at their end
+};
+
+} // namespace ketmon

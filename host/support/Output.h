@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string_view>
+
+namespace ketmon {
+
+// Writes to the standard output and sees that it arrives there. Throws CFailure, exit code 1, for an output
+// that is full, closed or gone.
+void writeOutput(std::string_view text);
+
+// The same for what was written by other means.
+void flushOutput();
+
+// Writes a line to the standard error output, behind the name of the program, with escapes for what a terminal
+// would obey: names of files and texts of peers stand in it. What can't be written is lost.
+void tell(std::string_view line) noexcept;
+
+// Sees that no file which is opened later takes the place of a standard stream that is closed: what is meant
+// for the stream would go into it. Called before anything is opened. Reading from such a stream, and writing to
+// such an output, fails; what goes to such an error output is lost.
+void holdStandardStreams();
+
+} // namespace ketmon
