@@ -69,7 +69,7 @@ void tellEnd(CCaptureSummary const & summary, CLedgers const & ledgers, std::opt
     if (!quiet)
         tell(endLine(summary, ledgers, drops));
     if (!summary.faults.damage.empty())
-        throw CFailure(exitBadInput, fmt::format("{}", fmt::join(summary.faults.damage, "\nketmon: ")));
+        failWith(exitBadInput, summary.faults.damage);
 }
 
 } // namespace ketmon

@@ -18,6 +18,19 @@ void addEnableOption(CLI::App & command, std::vector<std::string> & names)
         ->type_name("OID");
 }
 
+namespace {
+
+// Why an identifier can't be enabled: it follows the flag of a group, or is nothing of the tree.
+std::string whyNot(KetStats::COid const & oid)
+{
+    if (oid.length() < 2 || oid[0] != 1 || oid[1] < 1 || oid[1] > 11)
+        return "the groups are 1.1 to 1.9";
+    // IP sub-protocols and ports are counted together with IP traffic.
+    return fmt::format("it follows 1.{}", oid[1] > 9 ? 8 : oid[1]);
+}
+
+} // namespace
+
 void enableGroups(CKetrinStatManager & manager, std::vector<std::string> const & names)
 {
     if (names.empty()) {
@@ -33,7 +46,7 @@ void enableGroups(CKetrinStatManager & manager, std::vector<std::string> const &
             throw CFailure(exitBadInput, fmt::format("--enable: '{}' is no identifier such as 1.4", name));
         if (!manager.enableStatistic(*oid))
             throw CFailure(exitBadInput,
-                           fmt::format("--enable: {} can't be enabled; the groups are 1.1 to 1.9", name));
+                           fmt::format("--enable: {} can't be enabled; {}", name, whyNot(*oid)));
     }
 }
 

@@ -1,7 +1,6 @@
 #include "host/support/Output.h"
 
 #include "host/support/Escaped.h"
-#include "host/support/Failure.h"
 
 #include <fmt/core.h>
 
@@ -43,6 +42,13 @@ void tell(std::string_view line) noexcept
     } catch (std::exception const &) {
         // There is no memory for it.
     }
+}
+
+void failWith(ExitCode exitCode, std::vector<std::string> const & lines)
+{
+    for (std::size_t i = 0; i + 1 < lines.size(); ++i)
+        tell(lines[i]);
+    throw CFailure(exitCode, lines.back());
 }
 
 } // namespace ketmon

@@ -10,6 +10,13 @@ class CFrame;
 
 namespace KetStats {
 
+// What a table had counted at a zero point: its ledger then, with the counts of its rows added.
+struct CTableZero
+{
+    CLedger ledger;
+    unsigned int resets = 0; // of the table, up to then
+};
+
 // A client's private view of the statistics: what happened since its own zero point.
 //
 //     live tree  --initSnapshot-->  m_base                       the zero point
@@ -84,8 +91,17 @@ public:
     void resetChanged();
     void checkChanged() const;
 
+    // Whether a row that was given up and came back under its old id and key is told from the row that stood
+    // there at the zero point. Off at first: the base row is then taken off the new one, whose counters can
+    // wrap. Set before initSnapshot; packed bytes and ids are the same either way.
+    void tellRowsApart(bool on) { m_tellRowsApart = on; }
+
     // What rows had counted since the zero point, as of the last sample, that their tables gave up. Only of
     // the groups that are calculated. Packs don't carry it: a host hands it to the receiver beside them.
+    // For tables with a base, which are "Network stations", "Network protocols", "MAC traffic" and "IP
+    // traffic": the sum of the rows and this is what was counted since the zero point, at every sample, while
+    // rows are told apart and the live tree isn't reset. The other tables count from the last reset on, and so
+    // do their ledgers.
     CLedgers const & getLedgers() const { return m_ledgers; }
     void setLedgers(CLedgers const & ledgers) { m_ledgers = ledgers; }
     // What of it no row shows: a receiver's row of the others has a part of "IP traffic" already.
@@ -104,6 +120,7 @@ private:
 
     void enableAllOids();
     void removeAllOids();
+    void setZeroPoint(CAgentStatistic const & live);
     void expectLimitsOf(CAgentStatistic const & live) const;
     void setGroupFlags(COid const & oid, bool on);
     bool selected(unsigned int group) const { return m_enabled[group] != 0; }
@@ -138,7 +155,15 @@ private:
     CSystemTime m_sampleStart;
     CSystemTime m_sampleEnd;
     CSystemTime m_firstSampleStart;
+    struct
+    {
+        CTableZero stations;
+        CTableZero protocols;
+        CTableZero macConnections;
+        CTableZero ipConnections;
+    } m_zero;
     CLedgers m_ledgers;
+    bool m_tellRowsApart = false;
     double m_linkSpeed = 0.0;                  // bytes per second
     std::array<unsigned char, 50> m_enabled{}; // by id of the groups under the root
     bool m_globalFiltering = false;

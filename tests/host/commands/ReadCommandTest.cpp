@@ -388,7 +388,12 @@ TEST(ReadCommand, RefusesBadArguments)
     std::string const file = capture("empty.pcap");
 
     expectRefused(ketmon({"read"}), "FILE");
-    expectRefused(ketmon({"read", file, "--enable", "1.10"}), "1.10 can't be enabled");
+    expectRefused(ketmon({"read", file, "--enable", "1.10"}), "1.10 can't be enabled; it follows 1.8");
+    expectRefused(ketmon({"read", file, "--enable", "1.11.1"}), "1.11.1 can't be enabled; it follows 1.8");
+    expectRefused(ketmon({"read", file, "--enable", "1.5.2"}), "1.5.2 can't be enabled; it follows 1.5");
+    for (char const * const none : {"1", "1.0", "1.12", "2.5"})
+        expectRefused(ketmon({"read", file, "--enable", none}),
+                      "can't be enabled; the groups are 1.1 to 1.9");
     expectRefused(ketmon({"read", file, "--enable", "1.x"}), "'1.x'");
     expectRefused(ketmon({"read", file, "--enable", ""}), "''");
     expectRefused(ketmon({"read", file, "--link-speed", "-5"}), "link-speed");
