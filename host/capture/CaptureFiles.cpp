@@ -5,7 +5,6 @@
 #include "host/support/Failure.h"
 #include "host/support/Output.h"
 
-
 #include <algorithm>
 #include <filesystem>
 #include <utility>
