@@ -60,11 +60,21 @@ _ketmon_offer_values() {
         _ketmon_offer ${word//,/ }
         ;;
     --enable:*) _ketmon_offer none 1.{1..9} ;;
+    --rows:*)
+        _ketmon_offer standard {all,stations,protocols,{mac,ip}_traffic,arp,ip_protocols,{,station_}{tcp,udp}_ports}=
+        compopt -o nospace 2>/dev/null
+        ;;
     --select:*)
+        _ketmon_offer frame_types frame_sizes stations protocols mac_traffic ip_traffic arp ip_protocols tcp_ports \
+            udp_ports totals errors filter frame_tables ports
         # Rows, which have a star, can't be selected.
         while read -r line _; do
             [[ $line != [0-9]* || $line == *'*'* ]] || _ketmon_offer "$line"
         done < <("$program" schema 2>/dev/null </dev/null)
+        ;;
+    --sort:*)
+        _ketmon_offer frames bytes frames_sent bytes_sent frames_received bytes_received share average_frame_bytes \
+            frames_per_second bits_per_second address source destination protocol port vlan
         ;;
     *:FILE* | *:OUT*) _ketmon_offer_files ;;
     *:INTERFACE*)

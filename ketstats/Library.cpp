@@ -4,7 +4,7 @@
 // lazily.
 
 #include "ketstats/engine/StatManager.h"
-#include "ketstats/platform/Module.h"
+#include "ketstats/platform/Loader.h"
 #include "ketstats/text/ModulePath.h"
 #include "ketstats/text/Multiplier.h"
 #include "ketstats/text/StatFormatContainer.h"

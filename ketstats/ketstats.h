@@ -2,6 +2,7 @@
 
 // Everything that a host needs.
 
+#include "ketstats/Version.h"
 #include "ketstats/capture/FieldFilters.h"
 #include "ketstats/capture/Filter.h"
 #include "ketstats/capture/NetworkFrame.h"

@@ -62,7 +62,7 @@ CCaptureFiles::CCaptureFiles(std::vector<std::string> const & paths)
             file.source.reset();
     }
     if (!some)
-        throw CFailure(exitBadInput, fmt::format("{}", fmt::join(m_faults.damage, "\nketmon: ")));
+        throw CFailure(exitBadInput, fmt::format("{}", fmt::join(m_faults.damage, "; ")));
 }
 
 CCaptureFiles::~CCaptureFiles() = default;

@@ -1,6 +1,7 @@
 #include "host/commands/ConsoleCommand.h"
 
 #include "host/console/ConsoleView.h"
+#include "host/render/TableChoice.h"
 #include "host/support/Failure.h"
 #include "host/support/OptionChecks.h"
 #include "host/wire/Asio.h"
@@ -28,16 +29,6 @@ namespace {
 
 constexpr std::chrono::seconds timeToGreet(10);
 
-CSelection checkedSelection(std::vector<std::string> const & names)
-{
-    try {
-        KetStats::CAgentStatistic shape;
-        return {names, shape};
-    } catch (CBadSelection const & error) {
-        throw CFailure(exitBadInput, fmt::format("--select: {}", error.what()));
-    }
-}
-
 // The console's end of a connection. Everything runs on the thread that calls `run`.
 class CConsole
 {
@@ -45,7 +36,7 @@ public:
     explicit CConsole(CConsoleOptions const & options)
         : m_options(options),
           m_endpoint(CEndpoint::parsed(options.agent)),
-          m_selection(checkedSelection(options.select)),
+          m_selection(parsedChoice(options.report.select)),
           m_view(options.report, m_selection, m_endpoint.toString())
     {}
 
@@ -169,12 +160,6 @@ void addConsoleCommand(CLI::App & app)
     command->add_option("AGENT", options->agent, "Where the agent listens")
         ->capture_default_str()
         ->type_name("ADDRESS:PORT");
-    command
-        ->add_option("--select", options->select,
-                     "Statistics to show, such as 1.5 or 1.4.1; may be given again. All unless given; 1.1 "
-                     "always comes along")
-        ->allow_extra_args(false)
-        ->type_name("OID");
     command->add_option("--count", options->count, "End after so many samples")
         ->check(notEmpty())
         ->type_name("N");
@@ -184,6 +169,7 @@ void addConsoleCommand(CLI::App & app)
 
 void runConsole(CConsoleOptions const & options)
 {
+    check(options.report);
     auto const console = std::make_unique<CConsole>(options);
     console->run();
 }

@@ -14,7 +14,6 @@ namespace ketmon {
 struct CConsoleOptions
 {
     std::string agent = usualEndpoint;
-    std::vector<std::string> select;
     unsigned long long count = 0; // samples
     CReportOptions report;
 };

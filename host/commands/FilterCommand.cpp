@@ -1,5 +1,6 @@
 #include "host/commands/FilterCommand.h"
 
+#include "host/capture/CaptureExpression.h"
 #include "host/capture/CaptureFiles.h"
 #include "host/capture/CaptureWriter.h"
 #include "host/capture/Progress.h"
@@ -15,6 +16,7 @@
 
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -50,23 +52,40 @@ bool isReadOnce(std::string const & file)
     return file == standardInput || std::filesystem::is_other(std::filesystem::status(file, error));
 }
 
-// How many frames of the file pass the filter; they are written, if there is a writer.
-unsigned long long framesThatPass(CFilterOptions const & options, CFilter const & filter,
-                                  CCaptureWriter * writer)
+// Null where the system can't try expressions.
+std::unique_ptr<CCaptureExpression> triedExpression(std::string const & text)
 {
-    unsigned long long passed = 0;
+    try {
+        return compiledExpression(text);
+    } catch (CFailure const &) {
+        return nullptr;
+    }
+}
+
+// Frames of the files.
+struct CVerdicts
+{
+    unsigned long long passed = 0;    // by the filter
+    unsigned long long disagreed = 0; // the filter and its expression
+};
+
+// What becomes of the frames of the files. Those that pass the filter are written, if there is a writer.
+CVerdicts verdicts(CFilterOptions const & options, CFilter const & filter, CCaptureWriter * writer)
+{
+    CVerdicts result;
+    auto const expression = triedExpression(filter.GetDescription());
     CCaptureFiles source(options.files);
     CProgress progress(nameOf(options.files), source, options.quiet);
     CNetworkFrame frame;
     for (CCapturedFrame captured{}; source.next(captured); progress.step()) {
         frame.Assign(captured.data, captured.capturedLength, captured.length);
-        if (!filter.IsSatisfied(&frame))
-            continue;
-        ++passed;
-        if (writer)
+        bool const passes = filter.IsSatisfied(&frame);
+        result.disagreed += expression && expression->passes(captured) != passes;
+        result.passed += passes;
+        if (passes && writer)
             writer->write(captured);
     }
-    return passed;
+    return result;
 }
 
 void passFrames(CFilterOptions const & options, CFilter const & filter)
@@ -74,11 +93,16 @@ void passFrames(CFilterOptions const & options, CFilter const & filter)
     std::optional<CCaptureWriter> writer;
     if (!options.output.empty())
         writer.emplace(options.output);
-    unsigned long long const passed = framesThatPass(options, filter, writer ? &*writer : nullptr);
+    CVerdicts const result = verdicts(options, filter, writer ? &*writer : nullptr);
     if (writer)
         writer->finish();
     if (options.frames)
-        writeOutput(fmt::format("{}\n", passed));
+        writeOutput(fmt::format("{}\n", result.passed));
+    if (result.disagreed != 0)
+        tell(
+            fmt::format("{}: the expression decides otherwise than the row's own filter on {} frame{}, which "
+                        "are cut, too short, or behind more than two VLAN tags",
+                        nameOf(options.files), result.disagreed, result.disagreed == 1 ? "" : "s"));
 }
 
 } // namespace
@@ -115,17 +139,18 @@ void addFilterCommand(CLI::App & app)
 void printFilter(CFilterOptions const & options)
 {
     bool const withFrames = options.frames || !options.output.empty();
-    for (std::string const & file : options.files)
-        if (withFrames && isReadOnce(file))
-            throw CFailure(exitBadInput,
-                           fmt::format("{}: is read twice for --frames and --write, so it can't "
-                                       "be a pipe or a device",
-                                       file));
+    auto const pipe = std::find_if(options.files.begin(), options.files.end(), isReadOnce);
+    bool const once = pipe != options.files.end();
+    if (withFrames && once)
+        throw CFailure(exitBadInput,
+                       fmt::format("{}: is read twice for --frames and --write, so it can't be a "
+                                   "pipe or a device",
+                                   *pipe));
     CFileCount count(options.analysis, {});
     count.run(options.files, options.quiet);
     std::unique_ptr<CFilter> const filter = filterOf(options, count);
     writeOutput(filter->GetDescription() + '\n');
-    if (withFrames)
+    if (!once)
         passFrames(options, *filter);
     tellEnd(count.summary(), {}, {}, true);
 }

@@ -53,9 +53,14 @@ void readCapture(CReadOptions const & options)
     std::unique_ptr<CCaptureExpression> filter;
     if (!options.filter.empty())
         filter = compiledExpression(options.filter);
+    check(options.report);
     CFileCount count(options.analysis, options.recording);
     count.run(options.files, options.quiet, filter.get());
-    writeOutput(CReport(options.report).whole(nameOf(options.files), count.frames(), count.result()));
+
+    CSampleFacts facts = count.facts();
+    facts.source.kind = CSourceFigures::Kind::file;
+    facts.source.name = nameOf(options.files);
+    writeOutput(output(options.report, figuresOf(count.result(), facts), count.result(), count.frames()));
     tellEnd(count.summary(), count.recording().snapshot().getLedgers(), {}, options.quiet);
 }
 

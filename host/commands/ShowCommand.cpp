@@ -1,5 +1,6 @@
 #include "host/commands/ShowCommand.h"
 
+#include "host/render/SampleFacts.h"
 #include "host/support/Failure.h"
 #include "host/support/Output.h"
 #include "host/wire/SnapshotBytes.h"
@@ -25,6 +26,21 @@ void unpackFrom(std::string const & file, KetStats::CStatSnapshot & snapshot, CS
     snapshot.setLedgers(saved.ledgers);
 }
 
+CSampleFacts factsOf(CSavedSnapshot const & saved, KetStats::CStatSnapshot const & snapshot)
+{
+    CSampleFacts facts;
+    facts.source.kind = CSourceFigures::Kind::file;
+    facts.source.name = saved.name;
+    if (saved.linkBits != 0)
+        facts.source.linkBitsPerSecond = saved.linkBits;
+    facts.zero = saved.summary.first;
+    facts.time = saved.summary.last;
+    facts.counted = CGroupSet(saved.groups);
+    facts.filterGiven = saved.filtering;
+    facts.givenUp = snapshot.getGivenUp();
+    return facts;
+}
+
 } // namespace
 
 void addShowCommand(CLI::App & app)
@@ -40,6 +56,7 @@ void addShowCommand(CLI::App & app)
 
 void showSnapshots(CShowOptions const & options)
 {
+    check(options.report);
     // One alone may be a pipe, which can't be read twice.
     std::vector<std::string> const files = options.files.size() > 1 ? inOrder(options.files) : options.files;
     CSavedSnapshot last = loadSnapshot(files.front());
@@ -52,7 +69,8 @@ void showSnapshots(CShowOptions const & options)
         unpackFrom(files[i], snapshot, last);
     }
     snapshot.calculatePercentStats();
-    writeOutput(CReport(options.report).whole(last.name, framesOf(snapshot), *snapshot.getStat("1")));
+    auto const & tree = dynamic_cast<KetStats::CAgentStatistic const &>(*snapshot.getStat("1"));
+    writeOutput(output(options.report, figuresOf(tree, factsOf(last, snapshot)), tree, framesOf(snapshot)));
 }
 
 } // namespace ketmon

@@ -2,6 +2,7 @@
 
 #include "host/capture/CaptureFiles.h"
 #include "host/capture/Progress.h"
+#include "host/live/Groups.h"
 #include "host/support/ByteSource.h"
 
 #include <fmt/core.h>
@@ -27,6 +28,7 @@ CFileCount::CFileCount(CAnalysisOptions const & analysis, CRecordingOptions cons
 void CFileCount::run(std::vector<std::string> const & files, bool quiet, CCaptureExpression const * filter)
 {
     CCaptureFiles source(files);
+    m_filtering = filter != nullptr;
     CCapturedFrame captured{};
     bool more = source.next(captured);
 
@@ -52,6 +54,19 @@ void CFileCount::run(std::vector<std::string> const & files, bool quiet, CCaptur
     m_summary.faults = source.faults();
     m_recording->finish();
     m_manager.endAnalyzing();
+}
+
+CSampleFacts CFileCount::facts() const
+{
+    CSampleFacts facts;
+    facts.zero = m_summary.first;
+    facts.time = m_summary.last;
+    facts.counted = countedGroups(m_manager);
+    facts.filterGiven = m_filtering;
+    facts.givenUp = m_recording->snapshot().getGivenUp();
+    if (long const speed = m_hook.linkSpeed(); speed > 0)
+        facts.source.linkBitsPerSecond = static_cast<std::uint64_t>(speed);
+    return facts;
 }
 
 std::string nameOf(std::vector<std::string> const & files)

@@ -4,6 +4,7 @@
 #include "host/capture/CaptureSummary.h"
 #include "host/live/AnalysisOptions.h"
 #include "host/live/Recording.h"
+#include "host/render/SampleFacts.h"
 
 #include "ketstats/ketstats.h"
 
@@ -32,7 +33,9 @@ public:
     CRecording const & recording() const { return *m_recording; }
     KetStats::CKetrinStatManager const & manager() const { return m_manager; }
     // All statistics, with all that is derived.
-    KetStats::CBaseStat const & result() const { return m_recording->result(); }
+    KetStats::CAgentStatistic const & result() const { return m_recording->result(); }
+    // What is known of them beside it, but for the source's name.
+    CSampleFacts facts() const;
     // The statistic among them that the identifier names; null if it leads nowhere.
     KetStats::CBaseStat const * find(KetStats::COid const & oid) const { return m_recording->find(oid); }
 
@@ -42,6 +45,7 @@ private:
     CRecordingOptions m_recordingOptions;
     CCaptureSummary m_summary;
     std::unique_ptr<CRecording> m_recording;
+    bool m_filtering = false;
 };
 
 // What files are called that are counted as one: the path of one, or that of the first and how many follow.

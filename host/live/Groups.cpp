@@ -18,6 +18,19 @@ void addEnableOption(CLI::App & command, std::vector<std::string> & names)
         ->type_name("OID");
 }
 
+namespace {
+
+// Why an identifier can't be enabled: it follows the flag of a group, or is nothing of the tree.
+std::string whyNot(KetStats::COid const & oid)
+{
+    if (oid.length() < 2 || oid[0] != 1 || oid[1] < 1 || oid[1] > 11)
+        return "the groups are 1.1 to 1.9";
+    // IP sub-protocols and ports are counted together with IP traffic.
+    return fmt::format("it follows 1.{}", oid[1] > 9 ? 8 : oid[1]);
+}
+
+} // namespace
+
 void enableGroups(CKetrinStatManager & manager, std::vector<std::string> const & names)
 {
     if (names.empty()) {
@@ -33,22 +46,18 @@ void enableGroups(CKetrinStatManager & manager, std::vector<std::string> const &
             throw CFailure(exitBadInput, fmt::format("--enable: '{}' is no identifier such as 1.4", name));
         if (!manager.enableStatistic(*oid))
             throw CFailure(exitBadInput,
-                           fmt::format("--enable: {} can't be enabled; the groups are 1.1 to 1.9", name));
+                           fmt::format("--enable: {} can't be enabled; {}", name, whyNot(*oid)));
     }
 }
 
-std::uint32_t countedGroups(CKetrinStatManager const & manager)
+CGroupSet countedGroups(CKetrinStatManager const & manager)
 {
-    auto const enabled = [&](int group) { return manager.statisticEnabled(fmt::format("1.{}", group)); };
-    std::uint32_t groups = 0;
-    auto const add = [&](int group, bool counted) { groups |= counted ? 1U << group : 0U; };
-    for (int const group : {1, 2, 9})
-        add(group, true);
-    for (int const group : {3, 4, 5, 6, 7, 8})
-        add(group, enabled(group));
-    add(7, enabled(5));
-    add(10, enabled(8));
-    add(11, enabled(8));
+    CGroupSet groups;
+    for (unsigned int group = 1; group <= 9; ++group)
+        groups[group] = manager.statisticEnabled(fmt::format("1.{}", group));
+    groups[1] = groups[3] = groups[9] = true; // whatever the flags say
+    groups[7] = groups[7] || groups[5];
+    groups[10] = groups[11] = groups[8];
     return groups;
 }
 

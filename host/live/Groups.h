@@ -1,5 +1,7 @@
 #pragma once
 
+#include "host/render/SampleFacts.h"
+
 #include "ketstats/ketstats.h"
 
 #include <CLI/CLI.hpp>
@@ -17,8 +19,8 @@ void addEnableOption(CLI::App & command, std::vector<std::string> & names);
 // no group's.
 void enableGroups(KetStats::CKetrinStatManager & manager, std::vector<std::string> const & names);
 
-// The groups that are counted, 1.1 to 1.11: bit 4 is that of 1.4. Some are counted whatever was enabled, and
-// some with another.
-std::uint32_t countedGroups(KetStats::CKetrinStatManager const & manager);
+// What a manager counts, by the ids of the groups: those that go without saying, and those that come along
+// with another one, included.
+CGroupSet countedGroups(KetStats::CKetrinStatManager const & manager);
 
 } // namespace ketmon

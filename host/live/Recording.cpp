@@ -72,9 +72,9 @@ void CRecording::finish()
     m_receiver.calculatePercentStats();
 }
 
-KetStats::CBaseStat const & CRecording::result() const
+KetStats::CAgentStatistic const & CRecording::result() const
 {
-    return *m_receiver.getStat("1");
+    return dynamic_cast<KetStats::CAgentStatistic const &>(*m_receiver.getStat("1"));
 }
 
 KetStats::CBaseStat const * CRecording::find(KetStats::COid const & oid) const
@@ -114,7 +114,7 @@ void CRecording::save(std::string bytes, long long previous)
     snapshot.time = m_lastSample;
     if (m_options.summary)
         snapshot.summary = *m_options.summary;
-    snapshot.groups = countedGroups(m_manager);
+    snapshot.groups = static_cast<std::uint32_t>(countedGroups(m_manager).to_ulong());
     snapshot.filtering = m_filtering;
     snapshot.linkBits = m_options.linkBits;
     snapshot.limits = m_manager.limits();

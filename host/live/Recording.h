@@ -44,7 +44,7 @@ public:
 
     // The second snapshot, with all that is derived.
     KetStats::CStatSnapshot const & snapshot() const { return m_receiver; }
-    KetStats::CBaseStat const & result() const;
+    KetStats::CAgentStatistic const & result() const;
     // From when to when it goes.
     long long zero() const { return m_zero; }
     long long time() const { return m_lastSample; }

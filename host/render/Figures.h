@@ -52,10 +52,12 @@ struct CRowFigures
     bool others = false; // stands for pairs that have no row any more
 
     // The key: one of these.
-    std::string address;               // station, ARP binding (IPv4)
-    std::string source, destination;   // pairs
-    std::optional<std::uint32_t> code; // protocol or port number
-    std::string name;                  // frame type or size
+    std::string address;                                // station, ARP binding (IPv4)
+    std::string source, destination;                    // pairs
+    std::optional<std::uint32_t> code;                  // protocol or port number
+    std::string name;                                   // frame type or size
+    std::string type;                                   // of a row of frame types, as in JSON: "broadcast"
+    std::optional<std::uint32_t> leastBytes, mostBytes; // of a row of frame sizes; no most for the last one
 
     // One way only, or both.
     CCount frames, bytes;
@@ -65,7 +67,7 @@ struct CRowFigures
     CRateFigures rate, rateSent, rateReceived;
 
     std::string macAddress;                      // of an ARP binding
-    std::optional<std::uint32_t> vlan;           // of a station
+    std::optional<std::uint32_t> vlan;           // of a station: the low eight bits that are kept of it
     std::vector<CRowFigures> tcpPorts, udpPorts; // of a station
 
     std::uint64_t totalFrames() const
@@ -91,10 +93,17 @@ struct CTableFigures
     std::string key;               // as in JSON and on the command line: "ip_traffic"
     std::string oid;               // "1.8"
     std::string name;              // as the tree's descriptions have it
+    CMoment zero;                  // when its counting began, which may be before that of the whole
     bool counted = false;          // the group is on; without, there are no rows and nothing is known
     std::uint32_t limit = 0;       // most rows, one for the others included; 0 where the rows are fixed
     std::vector<CRowFigures> rows; // oldest first
     std::optional<CGivenUp> givenUp;
+
+    // Of stations: what their tables of ports count and had to give up, all of them together.
+    CMoment portsZero;
+    bool portsCounted = false;
+    std::uint32_t tcpPortLimit = 0, udpPortLimit = 0; // of each station
+    std::optional<CGivenUp> tcpPortsGivenUp, udpPortsGivenUp;
 };
 
 struct CFigures
@@ -110,11 +119,16 @@ struct CFigures
 
     CCount received, droppedByKernel, droppedByInterface;
     std::vector<CErrorFigure> errors;
+    CRatio accuracy; // frames counted, of these and the ones that are known as lost
 
     bool filterGiven = false;
     CCount filtered, accepted, rejected;
 
     std::vector<CTableFigures> tables;
+
+    // From the zero point to the moment shown, and what that comes to. Nothing unless time passed.
+    std::optional<double> durationSeconds() const;
+    CRateFigures averages() const;
 
     CTableFigures const * table(std::string const & key) const
     {

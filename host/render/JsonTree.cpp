@@ -22,21 +22,22 @@ ordered_json leafToJson(CBaseStat const & stat, CStatDescription const & descrip
     return textOf(stat);
 }
 
-void addChildren(ordered_json & object, CBaseStat const & stat, CValueText const * numbers)
+void addChildren(ordered_json & object, CBaseStat const & stat, CValueText const * numbers,
+                 CTreeRows const & rows)
 {
     for (unsigned int index = 0; index < stat.getChildrenCount(); ++index) {
         CBaseStat const & child = *stat.getChild(index);
-        object[child.getDescription()->getStringDescription()] = toJson(child, numbers);
+        object[child.getDescription()->getStringDescription()] = toJson(child, numbers, rows);
     }
 }
 
-ordered_json tableToJson(CBaseStat const & table, CValueText const * numbers)
+ordered_json tableToJson(CBaseStat const & table, CValueText const * numbers, CTreeRows const & rows)
 {
     ordered_json array = ordered_json::array();
-    for (CBaseStat const * const row : rowsOf(table)) {
+    for (CBaseStat const * const row : rows.of(table)) {
         ordered_json object;
         object["id"] = row->getId();
-        addChildren(object, *row, numbers);
+        addChildren(object, *row, numbers, {});
         array.push_back(std::move(object));
     }
     return array;
@@ -44,19 +45,19 @@ ordered_json tableToJson(CBaseStat const & table, CValueText const * numbers)
 
 } // namespace
 
-ordered_json toJson(CBaseStat const & stat, CValueText const * numbers)
+ordered_json toJson(CBaseStat const & stat, CValueText const * numbers, CTreeRows const & rows)
 {
     CStatDescription const & description = *stat.getDescription();
     switch (description.getStatType()) {
     case CStatDescription::stValue:
         return leafToJson(stat, description, numbers);
     case CStatDescription::stDynamicArray:
-        return tableToJson(stat, numbers);
+        return tableToJson(stat, numbers, rows);
     default:
         break;
     }
     ordered_json object = ordered_json::object();
-    addChildren(object, stat, numbers);
+    addChildren(object, stat, numbers, rows);
     return object;
 }
 

@@ -1,10 +1,9 @@
 #include "host/render/TextTree.h"
 
 #include "host/render/TextTable.h"
+#include "host/support/Escaped.h"
 
 #include <fmt/core.h>
-
-#include <algorithm>
 
 namespace ketmon {
 
@@ -28,7 +27,8 @@ bool isTable(CStatDescription const & description)
 // A table within a row shows how many rows it has.
 std::string cellOf(CBaseStat const & stat, CValueText const & values)
 {
-    return isLeaf(*stat.getDescription()) ? values.aligned(stat) : fmt::format("{}", stat.getChildrenCount());
+    return isLeaf(*stat.getDescription()) ? escaped(values.aligned(stat))
+                                          : fmt::format("{}", stat.getChildrenCount());
 }
 
 std::string headingOf(CBaseStat const & stat)
@@ -56,7 +56,8 @@ public:
     void add(CBaseStat const & leaf, CValueText const & values)
     {
         CStatDescription const & description = *leaf.getDescription();
-        m_table.addRow({description.getStringDescription(), values.aligned(leaf), unitOf(description)});
+        m_table.addRow(
+            {description.getStringDescription(), escaped(values.aligned(leaf)), unitOf(description)});
     }
 
     std::string toString(std::string const & indent) const { return m_table.toString(indent); }
@@ -73,21 +74,6 @@ std::string leavesToText(CBaseStat const & group, CValueText const & values)
         if (isLeaf(*group.getChild(index)->getDescription()))
             lines.add(*group.getChild(index), values);
     return lines.toString("  ");
-}
-
-// How busy a row is: all the frames that it counts.
-long long framesOf(CBaseStat const & row)
-{
-    // "Global transmitted frames" counts in that unit.
-    static std::string const frame =
-        unitOf(*KetStats::CGlobalStatisticsStat::groupDescription().subStatDescription(2));
-    long long frames = 0;
-    for (unsigned int index = 0; index < row.getChildrenCount(); ++index) {
-        CStatDescription const & description = *row.getChild(index)->getDescription();
-        if (description.isInteger() && unitOf(description) == frame)
-            frames += description.getInteger(row.getChild(index));
-    }
-    return frames;
 }
 
 void addColumns(CTextTable & table, CStatDescription const & row)
@@ -120,17 +106,15 @@ std::string fixedTableToText(CBaseStat const & group, CValueText const & values)
     return headingOf(group) + '\n' + table.toString("  ");
 }
 
-std::string tableToText(CBaseStat const & container, unsigned int top, CValueText const & values)
+std::string tableToText(CBaseStat const & container, CTreeRows const & which, CValueText const & values)
 {
-    std::vector<CBaseStat const *> rows = rowsOf(container);
-    std::stable_sort(rows.begin(), rows.end(), [](CBaseStat const * left, CBaseStat const * right) {
-        return framesOf(*left) > framesOf(*right);
-    });
+    std::vector<CBaseStat const *> const rows = which.of(container);
     std::string heading = headingOf(container);
-    if (top != 0 && rows.size() > top) {
-        heading += fmt::format(" (the busiest {} of {})", top, rows.size());
-        rows.resize(top);
-    }
+    std::size_t const all = rowsOf(container).size();
+    if (rows.size() < all)
+        heading += which.sort.empty()
+                       ? fmt::format(" (the busiest {} of {})", rows.size(), all)
+                       : fmt::format(" (the first {} of {} by {})", rows.size(), all, which.sort);
     if (rows.empty())
         return heading + "\n  none\n";
 
@@ -143,13 +127,13 @@ std::string tableToText(CBaseStat const & container, unsigned int top, CValueTex
 
 } // namespace
 
-std::string toText(CBaseStat const & stat, unsigned int top, CValueText const & values)
+std::string toText(CBaseStat const & stat, CTreeRows const & rows, CValueText const & values)
 {
     CStatDescription const & description = *stat.getDescription();
     if (description.getStatType() == CStatDescription::stTable)
         return fixedTableToText(stat, values) + '\n';
     if (description.getStatType() == CStatDescription::stDynamicArray)
-        return tableToText(stat, top, values) + '\n';
+        return tableToText(stat, rows, values) + '\n';
     if (isLeaf(description)) {
         CLeafLines line;
         line.add(stat, values);
@@ -161,7 +145,7 @@ std::string toText(CBaseStat const & stat, unsigned int top, CValueText const & 
     std::string text = leaves.empty() ? "" : headingOf(stat) + '\n' + leaves + '\n';
     for (unsigned int index = 0; index < stat.getChildrenCount(); ++index)
         if (!isLeaf(*stat.getChild(index)->getDescription()))
-            text += toText(*stat.getChild(index), top, values);
+            text += toText(*stat.getChild(index), rows, values);
     return text;
 }
 

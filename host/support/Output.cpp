@@ -1,5 +1,6 @@
 #include "host/support/Output.h"
 
+#include "host/support/Escaped.h"
 #include "host/support/Failure.h"
 
 #include <fmt/core.h>
@@ -35,8 +36,12 @@ void flushOutput()
 
 void tell(std::string_view line) noexcept
 {
-    // In one piece, so that lines of several threads or programs don't mix.
-    std::fprintf(stderr, "ketmon: %.*s\n", static_cast<int>(line.size()), line.data());
+    try {
+        // In one piece, so that lines of several threads or programs don't mix.
+        std::fputs(fmt::format("ketmon: {}\n", escaped(line)).c_str(), stderr);
+    } catch (...) {
+        // There is nobody left to be told.
+    }
 }
 
 } // namespace ketmon

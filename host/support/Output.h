@@ -11,7 +11,8 @@ void writeOutput(std::string_view text);
 // The same for what was written by other means.
 void flushOutput();
 
-// Writes a line to the standard error output, behind the name of the program; what can't be written is lost.
+// Writes a line to the standard error output, behind the name of the program and with escapes for what a
+// terminal would obey; what can't be written is lost.
 void tell(std::string_view line) noexcept;
 
 // Sees that no file which is opened later takes the place of a standard stream that is closed: what is meant

@@ -26,28 +26,30 @@ CFilterExpression ofStation(char const * end, CMACAddr const & address)
 
 CFilterExpression ofSubprotocol(unsigned char protocol)
 {
-    return CFilterExpression::ofIP("ip proto " + std::to_string(protocol));
+    std::string const number = std::to_string(protocol);
+    return CFilterExpression::ofIP("ip proto " + number, "ether[{9}] = " + number);
 }
 
 } // namespace
+
+// What differs between the kinds in nothing but the names.
+#define FIELD_FILTER(CLASS, ID)                                                                              \
+    CLASS::CLASS(CLASS const &) = default;                                                                   \
+    CLASS::~CLASS() = default;                                                                               \
+    eFilterId CLASS::GetFilterId() const                                                                     \
+    {                                                                                                        \
+        return ID;                                                                                           \
+    }                                                                                                        \
+    CFilter * CLASS::Clone() const                                                                           \
+    {                                                                                                        \
+        return new CLASS(*this);                                                                             \
+    }
 
 CSrcMACFilter::CSrcMACFilter(std::string const & theDescription, bool isNegated)
     : CFilter(theDescription, isNegated)
 {}
 
-CSrcMACFilter::CSrcMACFilter(CSrcMACFilter const &) = default;
-
-CSrcMACFilter::~CSrcMACFilter() = default;
-
-eFilterId CSrcMACFilter::GetFilterId() const
-{
-    return fiSourceMAC;
-}
-
-CFilter * CSrcMACFilter::Clone() const
-{
-    return new CSrcMACFilter(*this);
-}
+FIELD_FILTER(CSrcMACFilter, fiSourceMAC)
 
 bool CSrcMACFilter::matches(CFilteredFrame const & frame) const
 {
@@ -76,19 +78,7 @@ CDstMACFilter::CDstMACFilter(std::string const & addressText, std::string const 
     LoadHexString(addressText.c_str(), address.bytes.data(), static_cast<int>(address.bytes.size()));
 }
 
-CDstMACFilter::CDstMACFilter(CDstMACFilter const &) = default;
-
-CDstMACFilter::~CDstMACFilter() = default;
-
-eFilterId CDstMACFilter::GetFilterId() const
-{
-    return fiDestinationMAC;
-}
-
-CFilter * CDstMACFilter::Clone() const
-{
-    return new CDstMACFilter(*this);
-}
+FIELD_FILTER(CDstMACFilter, fiDestinationMAC)
 
 bool CDstMACFilter::matches(CFilteredFrame const & frame) const
 {
@@ -120,19 +110,7 @@ CProtocolFilter::CProtocolFilter(CProtocolId const & theProtocolId, std::string 
       protocolId(theProtocolId)
 {}
 
-CProtocolFilter::CProtocolFilter(CProtocolFilter const &) = default;
-
-CProtocolFilter::~CProtocolFilter() = default;
-
-eFilterId CProtocolFilter::GetFilterId() const
-{
-    return fiProtocol;
-}
-
-CFilter * CProtocolFilter::Clone() const
-{
-    return new CProtocolFilter(*this);
-}
+FIELD_FILTER(CProtocolFilter, fiProtocol)
 
 bool CProtocolFilter::matches(CFilteredFrame const & frame) const
 {
@@ -165,19 +143,7 @@ CIPSubprotocolFilter::CIPSubprotocolFilter(unsigned char theProtocol, std::strin
       protocol(theProtocol)
 {}
 
-CIPSubprotocolFilter::CIPSubprotocolFilter(CIPSubprotocolFilter const &) = default;
-
-CIPSubprotocolFilter::~CIPSubprotocolFilter() = default;
-
-eFilterId CIPSubprotocolFilter::GetFilterId() const
-{
-    return fiIPSubprotocol;
-}
-
-CFilter * CIPSubprotocolFilter::Clone() const
-{
-    return new CIPSubprotocolFilter(*this);
-}
+FIELD_FILTER(CIPSubprotocolFilter, fiIPSubprotocol)
 
 bool CIPSubprotocolFilter::matches(CFilteredFrame const & frame) const
 {
@@ -207,19 +173,7 @@ CIPPortFilter::CIPPortFilter(unsigned short thePort, ePortType theType, eOperati
       operation(theOperation)
 {}
 
-CIPPortFilter::CIPPortFilter(CIPPortFilter const &) = default;
-
-CIPPortFilter::~CIPPortFilter() = default;
-
-eFilterId CIPPortFilter::GetFilterId() const
-{
-    return fiIPPort;
-}
-
-CFilter * CIPPortFilter::Clone() const
-{
-    return new CIPPortFilter(*this);
-}
+FIELD_FILTER(CIPPortFilter, fiIPPort)
 
 bool CIPPortFilter::matches(CFilteredFrame const & frame) const
 {
@@ -240,13 +194,25 @@ CFilterExpression CIPPortFilter::expression() const
     std::string const equal = " = " + std::to_string(port);
     std::vector<CFilterExpression> ends;
     if (type != ptDestination)
-        ends.push_back(CFilterExpression::ofIP("ip[(ip[0] & 0xf) << 2:2]" + equal));
+        ends.push_back(CFilterExpression::ofIP("ip[(ip[0] & 0xf) << 2:2]" + equal,
+                                               "ether[((ether[{0}] & 0xf) << 2) + {0}:2]" + equal));
     if (type != ptSource)
-        ends.push_back(CFilterExpression::ofIP("ip[((ip[0] & 0xf) << 2) + 2:2]" + equal));
-    CFilterExpression const protocol = type == ptTCP   ? ofSubprotocol(tcp)
-                                       : type == ptUDP ? ofSubprotocol(udp)
-                                                       : CFilterExpression::ofIP("ip proto (6 or 17)");
-    return CFilterExpression::all({protocol, CFilterExpression::any(std::move(ends))});
+        ends.push_back(CFilterExpression::ofIP("ip[((ip[0] & 0xf) << 2) + 2:2]" + equal,
+                                               "ether[((ether[{0}] & 0xf) << 2) + {2}:2]" + equal));
+    CFilterExpression const protocol =
+        type == ptTCP ? ofSubprotocol(tcp)
+        : type == ptUDP
+            ? ofSubprotocol(udp)
+            : CFilterExpression::ofIP("ip proto (6 or 17)", "(ether[{9}] = 6 or ether[{9}] = 17)");
+    return CFilterExpression::all({protocol, CFilterExpression::any(ends)});
+}
+
+// What a stream may not hold.
+void CIPPortFilter::checkPackable(unsigned int levels) const
+{
+    CFilter::checkPackable(levels);
+    if (type > ptUDP || operation != eoEqual)
+        ktools::raise<CException>(1, "FieldFilters", 250);
 }
 
 void CIPPortFilter::packFields(ktools::CMemoryBuffer & buffer) const
@@ -278,19 +244,7 @@ CIPAddrFilter::CIPAddrFilter(unsigned int theAddress, unsigned int thePosition, 
       operation(theOperation)
 {}
 
-CIPAddrFilter::CIPAddrFilter(CIPAddrFilter const &) = default;
-
-CIPAddrFilter::~CIPAddrFilter() = default;
-
-eFilterId CIPAddrFilter::GetFilterId() const
-{
-    return fiIPAddress;
-}
-
-CFilter * CIPAddrFilter::Clone() const
-{
-    return new CIPAddrFilter(*this);
-}
+FIELD_FILTER(CIPAddrFilter, fiIPAddress)
 
 bool CIPAddrFilter::matches(CFilteredFrame const & frame) const
 {
@@ -309,21 +263,30 @@ CFilterExpression CIPAddrFilter::expression() const
     if (operation != eoEqual || (position >= behindAllFrames && address != 0))
         return CFilterExpression::constant(false);
     if (position >= behindAllFrames)
-        return CFilterExpression::ofIP("ip");
+        return CFilterExpression::ofProtocol(0x0800);
 
     unsigned char octets[sizeof address];
     std::memcpy(octets, &address, sizeof address);
-    if (position == apSource || position == apDestination) {
-        std::string text = position == apSource ? "ip src host " : "ip dst host ";
-        for (int i = 0; i < 4; ++i)
-            text += (i == 0 ? "" : ".") + std::to_string(octets[i]);
-        return CFilterExpression::ofIP(text);
-    }
     unsigned int const number = static_cast<unsigned int>(octets[0]) << 24 |
                                 static_cast<unsigned int>(octets[1]) << 16 |
                                 static_cast<unsigned int>(octets[2]) << 8 | octets[3];
-    return CFilterExpression::ofIP("ip[" + std::to_string(position) +
-                                   ":4] = " + CFilterExpression::hexNumber(number, sizeof address));
+    std::string const place = std::to_string(position);
+    std::string const equal = ":4] = " + CFilterExpression::hexNumber(number, sizeof address);
+    std::string text = "ip[" + place + equal;
+    if (position == apSource || position == apDestination) {
+        text = position == apSource ? "ip src host " : "ip dst host ";
+        for (int i = 0; i < 4; ++i)
+            text += (i == 0 ? "" : ".") + std::to_string(octets[i]);
+    }
+    return CFilterExpression::ofIP(text, "ether[{" + place + "}" + equal);
+}
+
+// What a stream may not hold.
+void CIPAddrFilter::checkPackable(unsigned int levels) const
+{
+    CFilter::checkPackable(levels);
+    if (operation != eoEqual)
+        ktools::raise<CException>(1, "FieldFilters", 330);
 }
 
 void CIPAddrFilter::packFields(ktools::CMemoryBuffer & buffer) const
@@ -344,3 +307,5 @@ void CIPAddrFilter::unpackFields(ktools::CMemoryBuffer & buffer, unsigned int /*
     position = thePosition;
     operation = eoEqual;
 }
+
+#undef FIELD_FILTER

@@ -10,28 +10,33 @@
 // header as the counting does: the version and the fragment fields aren't looked at, and a header length
 // below five words is taken as it stands.
 
+// What each of them makes of the operations of a filter. It stands at the end of the class.
+#define KETSTATS_FIELD_FILTER(CLASS)                                                                         \
+public:                                                                                                      \
+    ~CLASS() override;                                                                                       \
+    eFilterId GetFilterId() const override;                                                                  \
+    [[nodiscard]] CFilter * Clone() const override;                                                          \
+                                                                                                             \
+protected:                                                                                                   \
+    bool matches(CFilteredFrame const & frame) const override;                                               \
+    CFilterExpression expression() const override;                                                           \
+    void packFields(ktools::CMemoryBuffer & buffer) const override;                                          \
+    void unpackFields(ktools::CMemoryBuffer & buffer, unsigned int levels) override;                         \
+                                                                                                             \
+private:                                                                                                     \
+    CLASS(CLASS const &);                                                                                    \
+    CLASS & operator=(CLASS const &) = delete;
+
 // Frames from one station.
 class KNDISLIB_API CSrcMACFilter : public CFilter
 {
 public:
     // The address is all zeros until it is set.
     CSrcMACFilter(std::string const & theDescription, bool isNegated);
-    ~CSrcMACFilter() override;
-
-    eFilterId GetFilterId() const override;
-    CFilter * Clone() const override;
 
     CMACAddr address;
 
-protected:
-    bool matches(CFilteredFrame const & frame) const override;
-    CFilterExpression expression() const override;
-    void packFields(ktools::CMemoryBuffer & buffer) const override;
-    void unpackFields(ktools::CMemoryBuffer & buffer, unsigned int levels) override;
-
-private:
-    CSrcMACFilter(CSrcMACFilter const &);
-    CSrcMACFilter & operator=(CSrcMACFilter const &) = delete;
+    KETSTATS_FIELD_FILTER(CSrcMACFilter)
 };
 
 // Frames to one station or group.
@@ -40,22 +45,10 @@ class KNDISLIB_API CDstMACFilter : public CFilter
 public:
     // The address as LoadHexString reads it.
     CDstMACFilter(std::string const & addressText, std::string const & theDescription, bool isNegated);
-    ~CDstMACFilter() override;
-
-    eFilterId GetFilterId() const override;
-    CFilter * Clone() const override;
 
     CMACAddr address;
 
-protected:
-    bool matches(CFilteredFrame const & frame) const override;
-    CFilterExpression expression() const override;
-    void packFields(ktools::CMemoryBuffer & buffer) const override;
-    void unpackFields(ktools::CMemoryBuffer & buffer, unsigned int levels) override;
-
-private:
-    CDstMACFilter(CDstMACFilter const &);
-    CDstMACFilter & operator=(CDstMACFilter const &) = delete;
+    KETSTATS_FIELD_FILTER(CDstMACFilter)
 };
 
 // Frames of one network protocol: those whose analysis gives this id, all six bytes compared.
@@ -65,22 +58,10 @@ public:
     // The id is empty until it is set.
     CProtocolFilter(std::string const & theDescription, bool isNegated);
     CProtocolFilter(CProtocolId const & theProtocolId, std::string const & theDescription, bool isNegated);
-    ~CProtocolFilter() override;
-
-    eFilterId GetFilterId() const override;
-    CFilter * Clone() const override;
 
     CProtocolId protocolId;
 
-protected:
-    bool matches(CFilteredFrame const & frame) const override;
-    CFilterExpression expression() const override;
-    void packFields(ktools::CMemoryBuffer & buffer) const override;
-    void unpackFields(ktools::CMemoryBuffer & buffer, unsigned int levels) override;
-
-private:
-    CProtocolFilter(CProtocolFilter const &);
-    CProtocolFilter & operator=(CProtocolFilter const &) = delete;
+    KETSTATS_FIELD_FILTER(CProtocolFilter)
 };
 
 // IP packets with one value in the protocol field.
@@ -88,22 +69,10 @@ class KNDISLIB_API CIPSubprotocolFilter : public CFilter
 {
 public:
     CIPSubprotocolFilter(unsigned char theProtocol, std::string const & theDescription, bool isNegated);
-    ~CIPSubprotocolFilter() override;
-
-    eFilterId GetFilterId() const override;
-    CFilter * Clone() const override;
 
     unsigned char protocol;
 
-protected:
-    bool matches(CFilteredFrame const & frame) const override;
-    CFilterExpression expression() const override;
-    void packFields(ktools::CMemoryBuffer & buffer) const override;
-    void unpackFields(ktools::CMemoryBuffer & buffer, unsigned int levels) override;
-
-private:
-    CIPSubprotocolFilter(CIPSubprotocolFilter const &);
-    CIPSubprotocolFilter & operator=(CIPSubprotocolFilter const &) = delete;
+    KETSTATS_FIELD_FILTER(CIPSubprotocolFilter)
 };
 
 // TCP segments or UDP datagrams with one port. The ports of later fragments are read where those of the first
@@ -120,27 +89,19 @@ public:
         ptUDP = 4,         // UDP, at either end
     };
 
-    // The port as a number. A type that isn't one passes nothing, and isn't read from a stream.
+    // The port as a number. A type that isn't one passes nothing, and is neither packed nor read from a
+    // stream.
     CIPPortFilter(unsigned short thePort, ePortType theType, eOperation theOperation,
                   std::string const & theDescription, bool isNegated);
-    ~CIPPortFilter() override;
-
-    eFilterId GetFilterId() const override;
-    CFilter * Clone() const override;
 
     unsigned short port;
     ePortType type;
     eOperation operation;
 
-protected:
-    bool matches(CFilteredFrame const & frame) const override;
-    CFilterExpression expression() const override;
-    void packFields(ktools::CMemoryBuffer & buffer) const override;
-    void unpackFields(ktools::CMemoryBuffer & buffer, unsigned int levels) override;
+    KETSTATS_FIELD_FILTER(CIPPortFilter)
 
-private:
-    CIPPortFilter(CIPPortFilter const &);
-    CIPPortFilter & operator=(CIPPortFilter const &) = delete;
+protected:
+    void checkPackable(unsigned int levels) const override;
 };
 
 // IP packets with one address, or any other four bytes, at a place of the header.
@@ -157,22 +118,15 @@ public:
     // The address as its four bytes lie on the wire, and the byte of the IP header where they are looked for.
     CIPAddrFilter(unsigned int theAddress, unsigned int thePosition, eOperation theOperation,
                   std::string const & theDescription, bool isNegated);
-    ~CIPAddrFilter() override;
-
-    eFilterId GetFilterId() const override;
-    CFilter * Clone() const override;
 
     unsigned int address;
     unsigned int position;
     eOperation operation;
 
-protected:
-    bool matches(CFilteredFrame const & frame) const override;
-    CFilterExpression expression() const override;
-    void packFields(ktools::CMemoryBuffer & buffer) const override;
-    void unpackFields(ktools::CMemoryBuffer & buffer, unsigned int levels) override;
+    KETSTATS_FIELD_FILTER(CIPAddrFilter)
 
-private:
-    CIPAddrFilter(CIPAddrFilter const &);
-    CIPAddrFilter & operator=(CIPAddrFilter const &) = delete;
+protected:
+    void checkPackable(unsigned int levels) const override;
 };
+
+#undef KETSTATS_FIELD_FILTER

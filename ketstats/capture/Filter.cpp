@@ -68,8 +68,18 @@ CFilterExpression CFilter::wholeExpression() const
 
 void CFilter::Pack(ktools::CMemoryBuffer & buffer) const
 {
+    checkPackable(deepestNesting);
+    packChecked(buffer);
+}
+
+void CFilter::checkPackable(unsigned int /*levels*/) const
+{
     if (description.size() > INT_MAX)
         ktools::raise<CException>(1, "Filter", 72);
+}
+
+void CFilter::packChecked(ktools::CMemoryBuffer & buffer) const
+{
     auto const length = static_cast<unsigned int>(description.size());
     filterstream::write(buffer, static_cast<unsigned char>(GetFilterId()));
     filterstream::write(buffer, negated ? filterstream::negatedFlag : static_cast<unsigned char>(0));
@@ -121,19 +131,36 @@ CCompoundFilter::CCompoundFilter(std::string const & theDescription, bool isNega
       mode(cmAll)
 {}
 
-// Delegates, so that what was cloned before a failed allocation is deleted.
+// Delegates, so that what was cloned before a failed allocation is deleted. Whoever clones has looked how deep
+// the other is nested.
 CCompoundFilter::CCompoundFilter(CCompoundFilter const & other)
     : CCompoundFilter(other.description, other.negated)
 {
     mode = other.mode;
-    for (CFilter const * filter : other.filters)
-        Add(filter->Clone());
+    filters.reserve(other.filters.size());
+    for (CFilter const * filter : other.filters) {
+        auto const * const compound = dynamic_cast<CCompoundFilter const *>(filter);
+        filters.push_back(compound ? new CCompoundFilter(*compound) : filter->Clone());
+    }
 }
 
+// What compounds within hold is deleted from here, one after another: its owner may have put them together to
+// any depth without Add.
 CCompoundFilter::~CCompoundFilter()
 {
-    for (CFilter * filter : filters)
-        delete filter;
+    while (!filters.empty()) {
+        std::unique_ptr<CFilter> const last(filters.back());
+        filters.pop_back();
+        auto * const inner = dynamic_cast<CCompoundFilter *>(last.get());
+        if (!inner)
+            continue;
+        try {
+            filters.insert(filters.end(), inner->filters.begin(), inner->filters.end());
+            inner->filters.clear();
+        } catch (std::bad_alloc const &) {
+            // They are deleted with the inner one.
+        }
+    }
 }
 
 eFilterId CCompoundFilter::GetFilterId() const
@@ -143,7 +170,11 @@ eFilterId CCompoundFilter::GetFilterId() const
 
 CFilter * CCompoundFilter::Clone() const
 {
-    return new CCompoundFilter(*this);
+    if (nestsDeeperThan(deepestBuilding))
+        ktools::raise<CException>(1, "Filter", 170);
+    std::unique_ptr<CCompoundFilter> copy(new CCompoundFilter(*this));
+    copy->setLevel(0);
+    return copy.release();
 }
 
 void CCompoundFilter::Add(CFilter * filter)
@@ -151,8 +182,22 @@ void CCompoundFilter::Add(CFilter * filter)
     std::unique_ptr<CFilter> owned(filter);
     if (!filter)
         return;
+    auto * const compound = dynamic_cast<CCompoundFilter *>(filter);
+    unsigned int const around = m_level + 1;
+    if (compound && (around >= deepestBuilding || compound->nestsDeeperThan(deepestBuilding - around)))
+        ktools::raise<CException>(1, "Filter", 185);
     filters.push_back(filter);
     static_cast<void>(owned.release());
+    if (compound)
+        compound->setLevel(around);
+}
+
+void CCompoundFilter::setLevel(unsigned int level)
+{
+    m_level = level;
+    for (CFilter * filter : filters)
+        if (auto * const compound = dynamic_cast<CCompoundFilter *>(filter))
+            compound->setLevel(level + 1);
 }
 
 CFilter * CCompoundFilter::GetAt(unsigned int index) const
@@ -175,11 +220,20 @@ bool CCompoundFilter::matches(CFilteredFrame const & frame) const
 CFilterExpression CCompoundFilter::expression() const
 {
     std::vector<CFilterExpression> parts;
-    parts.reserve(filters.size());
-    for (CFilter const * filter : filters)
-        parts.push_back(filter->wholeExpression());
-    return mode == cmAny ? CFilterExpression::any(std::move(parts))
-                         : CFilterExpression::all(std::move(parts));
+    gatherParts(parts);
+    return mode == cmAny ? CFilterExpression::any(parts) : CFilterExpression::all(parts);
+}
+
+// Those of compounds of the same mode belong to the same list, however deep they are nested.
+void CCompoundFilter::gatherParts(std::vector<CFilterExpression> & parts) const
+{
+    for (CFilter const * filter : filters) {
+        auto const * const compound = dynamic_cast<CCompoundFilter const *>(filter);
+        if (compound && !compound->negated && (compound->mode == cmAny) == (mode == cmAny))
+            compound->gatherParts(parts);
+        else
+            parts.push_back(filter->wholeExpression());
+    }
 }
 
 bool CCompoundFilter::nestsDeeperThan(unsigned int levels) const
@@ -190,11 +244,13 @@ bool CCompoundFilter::nestsDeeperThan(unsigned int levels) const
            });
 }
 
-void CCompoundFilter::Pack(ktools::CMemoryBuffer & buffer) const
+void CCompoundFilter::checkPackable(unsigned int levels) const
 {
-    if (nestsDeeperThan(deepestNesting))
+    if (levels == 0)
         ktools::raise<CException>(1, "Filter", 196);
-    CFilter::Pack(buffer);
+    CFilter::checkPackable(levels);
+    for (CFilter const * filter : filters)
+        filter->checkPackable(levels - 1);
 }
 
 void CCompoundFilter::packFields(ktools::CMemoryBuffer & buffer) const
@@ -202,7 +258,7 @@ void CCompoundFilter::packFields(ktools::CMemoryBuffer & buffer) const
     filterstream::write(buffer, mode == cmAny ? cmAny : cmAll);
     filterstream::write(buffer, size());
     for (CFilter const * filter : filters)
-        filter->Pack(buffer);
+        filter->packChecked(buffer);
 }
 
 void CCompoundFilter::unpackFields(ktools::CMemoryBuffer & buffer, unsigned int levels)
@@ -222,4 +278,6 @@ void CCompoundFilter::unpackFields(ktools::CMemoryBuffer & buffer, unsigned int 
         read.Add(unpackNew(buffer, levels - 1));
     filters.swap(read.filters);
     mode = static_cast<eMode>(theMode);
+    if (m_level != 0)
+        setLevel(m_level);
 }

@@ -46,10 +46,12 @@ public:
         using ktools::CException::CException;
     };
 
-    // Compounds within compounds go this deep, the outermost counted, to be packed and unpacked.
+    // Compounds within compounds go this deep, the outermost counted: to be packed and unpacked, and to be built
+    // at all.
     enum : unsigned int
     {
-        deepestNesting = 32
+        deepestNesting = 32,
+        deepestBuilding = 256,
     };
 
     virtual ~CFilter();
@@ -57,28 +59,29 @@ public:
     virtual eFilterId GetFilterId() const = 0;
 
     // A filter that is equal in everything and shares nothing with this one. The caller owns it.
-    virtual CFilter * Clone() const = 0;
+    [[nodiscard]] virtual CFilter * Clone() const = 0;
 
     // Whether the filter passes the frame. What lies beyond the captured bytes reads as zero. Null passes no
     // filter, be it negated or not.
-    virtual bool IsSatisfied(CFrame const * frame) const;
+    [[nodiscard]] virtual bool IsSatisfied(CFrame const * frame) const;
 
     // The description that the filter was given. If that is empty, an expression of libpcap's language that
     // selects the same frames, with the differences that docs/filters.md lists.
-    virtual std::string GetDescription() const;
+    [[nodiscard]] virtual std::string GetDescription() const;
 
     // Makes this filter what the next bytes of the buffer hold, which must be one of its own kind. Throws
     // CFilter::CException, code 2, if they aren't, and CMemoryBuffer's if they end too early. The filter is
     // as it was then, and the buffer's cursor stands where reading ended.
     virtual void Unpack(ktools::CMemoryBuffer & buffer);
 
-    // Appends the packed form. Throws CFilter::CException, code 1, with nothing written, for a compound that
-    // is nested too deep, and CMemoryBuffer's for a buffer that is full, behind what it could hold.
+    // Appends the packed form, which UnpackNew reads. Throws CFilter::CException, code 1, with nothing written,
+    // for what it wouldn't read: a compound that is nested too deep, a type or operation that isn't one. Throws
+    // CMemoryBuffer's for a buffer that is full, behind what it could hold.
     virtual void Pack(ktools::CMemoryBuffer & buffer) const;
 
     // Makes a filter of whatever kind the next bytes of the buffer hold. The caller owns it. Throws like
     // Unpack.
-    static CFilter * UnpackNew(ktools::CMemoryBuffer & buffer);
+    [[nodiscard]] static CFilter * UnpackNew(ktools::CMemoryBuffer & buffer);
 
     std::string description;
     bool negated; // passes what the filter otherwise wouldn't, and nothing else
@@ -92,6 +95,8 @@ protected:
     virtual bool matches(CFilteredFrame const & frame) const = 0;
     virtual CFilterExpression expression() const = 0;
     virtual void packFields(ktools::CMemoryBuffer & buffer) const = 0;
+    // Throws CException, code 1, for what no stream may hold. `levels` is how many compounds may be nested.
+    virtual void checkPackable(unsigned int levels) const;
     // The fields are as they were if it throws. `levels` is how many compounds may still be nested.
     virtual void unpackFields(ktools::CMemoryBuffer & buffer, unsigned int levels) = 0;
 
@@ -99,12 +104,14 @@ private:
     friend class CCompoundFilter; // asks the filters that it holds
 
     bool passes(CFilteredFrame const & frame) const;
+    void packChecked(ktools::CMemoryBuffer & buffer) const;
     CFilterExpression wholeExpression() const;
     void unpackBehindId(ktools::CMemoryBuffer & buffer, unsigned int levels);
     static CFilter * unpackNew(ktools::CMemoryBuffer & buffer, unsigned int levels);
 };
 
-// Filters combined. The frame is analysed once for all of them.
+// Filters combined. The frame is analysed once for all of them. How deep compounds are nested has a bound, so
+// that the stack suffices for whatever is done with them.
 class KNDISLIB_API CCompoundFilter : public CFilter
 {
 public:
@@ -119,11 +126,12 @@ public:
     ~CCompoundFilter() override; // deletes the filters
 
     eFilterId GetFilterId() const override;
-    CFilter * Clone() const override;
-    void Pack(ktools::CMemoryBuffer & buffer) const override;
+    // Throws CException, code 1, for filters that are nested deeper than Add would have let them be.
+    [[nodiscard]] CFilter * Clone() const override;
 
     // Takes the filter over and appends it. Null, which is what a failed allocation can leave, is ignored. If
-    // there is no memory for it the filter is deleted and std::bad_alloc thrown.
+    // there is no memory for it the filter is deleted and std::bad_alloc thrown, and if compounds were nested
+    // deeper than deepestBuilding then, CException, code 1.
     void Add(CFilter * filter);
 
     // The filter at an index, which stays the compound's; null at and beyond the end.
@@ -141,6 +149,7 @@ protected:
     bool matches(CFilteredFrame const & frame) const override;
     CFilterExpression expression() const override;
     void packFields(ktools::CMemoryBuffer & buffer) const override;
+    void checkPackable(unsigned int levels) const override;
     void unpackFields(ktools::CMemoryBuffer & buffer, unsigned int levels) override;
 
 private:
@@ -148,4 +157,8 @@ private:
     CCompoundFilter & operator=(CCompoundFilter const &) = delete;
 
     bool nestsDeeperThan(unsigned int levels) const;
+    void setLevel(unsigned int level);
+    void gatherParts(std::vector<CFilterExpression> & parts) const;
+
+    unsigned int m_level = 0; // compounds around this one when it was added, which Add keeps count of
 };

@@ -1,7 +1,8 @@
 #include "ketstats/capture/FilterExpression.h"
 
 #include <algorithm>
-#include <set>
+#include <functional>
+#include <unordered_set>
 #include <utility>
 
 namespace {
@@ -9,6 +10,8 @@ namespace {
 // Where the type stands behind no tag, and what a tag adds.
 constexpr unsigned int typeOffset = 12;
 constexpr unsigned int tagSize = 4;
+// From the type to the header behind it, where a SNAP header is in between.
+constexpr unsigned int snapHeader = 2 + 8;
 
 constexpr unsigned int deepest = 2; // tags that an expression looks behind
 
@@ -26,37 +29,140 @@ std::string frameBytes(unsigned int offset, unsigned int count)
     return "ether[" + std::to_string(offset) + (count > 1 ? ":" + std::to_string(count) : "") + "]";
 }
 
+// The text with each {N} replaced by `start` + N.
+std::string placed(std::string const & text, unsigned int start)
+{
+    std::string result;
+    std::size_t from = 0;
+    for (std::size_t open; (open = text.find('{', from)) != std::string::npos;) {
+        std::size_t const close = text.find('}', open);
+        result.append(text, from, open - from);
+        result += std::to_string(start + std::stoul(text.substr(open + 1, close - open - 1)));
+        from = close + 1;
+    }
+    return result.append(text, from);
+}
+
+std::size_t mixed(std::size_t hash, std::size_t next)
+{
+    return (hash ^ next) * 0x9E3779B97F4A7C15U + (hash >> 7);
+}
+
 } // namespace
 
-CFilterExpression::CFilterExpression(Kind kind, std::string text, unsigned int number)
-    : m_kind(kind),
-      m_text(std::move(text)),
-      m_number(number)
-{}
+struct CFilterExpression::CNode
+{
+    Kind kind;
+    std::string text{};      // of a protocol only a stand-in that tells it from others
+    std::string anywhere{};  // of IP
+    unsigned int number = 0; // of a protocol
+    std::vector<CFilterExpression> parts{};
+
+    // Worked out from the parts.
+    bool dependsOnTags = false;
+    bool asksForIP = false;
+    bool impliesIP = false;
+    // Whether it can only become true, never false, when primitives that depend on tags do; and whether its
+    // negation can.
+    bool isMonotone = true;
+    bool isNegationMonotone = true;
+    Truth withoutProtocols = Truth::depends;
+    std::size_t hash = 0;
+};
+
+struct CFilterExpression::CSameHash
+{
+    std::size_t operator()(CFilterExpression const & expression) const { return expression.m_node->hash; }
+};
+
+struct CFilterExpression::CSame
+{
+    bool operator()(CFilterExpression const & left, CFilterExpression const & right) const
+    {
+        CNode const & a = *left.m_node;
+        CNode const & b = *right.m_node;
+        return &a == &b ||
+               (a.hash == b.hash && a.kind == b.kind && a.text == b.text &&
+                std::equal(a.parts.begin(), a.parts.end(), b.parts.begin(), b.parts.end(), *this));
+    }
+};
+
+CFilterExpression::CFilterExpression(CNode && made)
+{
+    CNode node = std::move(made);
+    auto const decisive = node.kind == Kind::all ? Truth::never : Truth::always;
+    switch (node.kind) {
+    case Kind::never:
+    case Kind::ip:
+    case Kind::protocol:
+        node.withoutProtocols = Truth::never;
+        break;
+    case Kind::always:
+        node.withoutProtocols = Truth::always;
+        break;
+    case Kind::anyDepth:
+    case Kind::negation:
+        break;
+    case Kind::all:
+    case Kind::any:
+        node.withoutProtocols = node.kind == Kind::all ? Truth::always : Truth::never;
+        break;
+    }
+    node.dependsOnTags = node.kind == Kind::ip || node.kind == Kind::protocol;
+    node.asksForIP = node.kind == Kind::ip;
+    node.impliesIP = node.kind == Kind::ip || node.kind == Kind::any;
+    node.isNegationMonotone = !node.dependsOnTags;
+    node.hash = mixed(static_cast<std::size_t>(node.kind), std::hash<std::string>()(node.text));
+
+    for (CFilterExpression const & expression : node.parts) {
+        CNode const & part = *expression.m_node;
+        bool const isNegation = node.kind == Kind::negation;
+        node.dependsOnTags |= part.dependsOnTags;
+        node.asksForIP |= part.asksForIP;
+        if (node.kind == Kind::all)
+            node.impliesIP |= part.impliesIP;
+        else if (node.kind == Kind::any)
+            node.impliesIP &= part.impliesIP;
+        node.isMonotone &= isNegation ? part.isNegationMonotone : part.isMonotone;
+        node.isNegationMonotone &= isNegation ? part.isMonotone : part.isNegationMonotone;
+        Truth const truth = part.withoutProtocols;
+        if (isNegation)
+            node.withoutProtocols = truth == Truth::never    ? Truth::always
+                                    : truth == Truth::always ? Truth::never
+                                                             : Truth::depends;
+        else if (node.withoutProtocols != decisive && (truth == decisive || truth == Truth::depends))
+            node.withoutProtocols = truth;
+        node.hash = mixed(node.hash, part.hash);
+    }
+    m_node = std::make_shared<CNode const>(std::move(node));
+}
 
 CFilterExpression::CFilterExpression(Kind kind, std::vector<CFilterExpression> parts)
-    : m_kind(kind),
-      m_parts(std::move(parts))
+    : CFilterExpression(CNode{.kind = kind, .parts = std::move(parts)})
 {}
 
 CFilterExpression CFilterExpression::ofAnyDepth(std::string text)
 {
-    return {Kind::anyDepth, std::move(text)};
+    return CFilterExpression(CNode{.kind = Kind::anyDepth, .text = std::move(text)});
 }
 
-CFilterExpression CFilterExpression::ofIP(std::string text)
+CFilterExpression CFilterExpression::ofIP(std::string text, std::string anywhere)
 {
-    return {Kind::ip, std::move(text)};
+    return CFilterExpression(
+        CNode{.kind = Kind::ip, .text = std::move(text), .anywhere = std::move(anywhere)});
 }
 
 CFilterExpression CFilterExpression::ofProtocol(unsigned int number)
 {
-    return number == 0x0800 ? ofIP(onlyIP) : CFilterExpression(Kind::protocol, hexNumber(number, 2), number);
+    if (number == 0x0800)
+        return ofIP(onlyIP, {});
+    return CFilterExpression(CNode{.kind = Kind::protocol, .text = hexNumber(number, 2), .number = number});
 }
 
 CFilterExpression CFilterExpression::constant(bool value)
 {
-    return value ? CFilterExpression(Kind::always, "len >= 0") : CFilterExpression(Kind::never, "len < 0");
+    return CFilterExpression(value ? CNode{.kind = Kind::always, .text = "len >= 0"}
+                                   : CNode{.kind = Kind::never, .text = "len < 0"});
 }
 
 std::string CFilterExpression::hexNumber(unsigned int number, unsigned int bytes)
@@ -80,30 +186,39 @@ CFilterExpression CFilterExpression::any(std::vector<CFilterExpression> const & 
     return combined(Kind::any, parts);
 }
 
+bool CFilterExpression::isOnlyIP() const
+{
+    return m_node->kind == Kind::ip && m_node->text == onlyIP;
+}
+
 CFilterExpression CFilterExpression::combined(Kind kind, std::vector<CFilterExpression> const & parts)
 {
     Kind const neutral = kind == Kind::all ? Kind::always : Kind::never;
     Kind const decisive = kind == Kind::all ? Kind::never : Kind::always;
+    if (parts.size() == 1)
+        return parts.front();
 
     std::vector<CFilterExpression> kept;
-    std::set<std::string> said;
+    std::unordered_set<CFilterExpression, CSameHash, CSame> said;
     auto const keep = [&](CFilterExpression const & part) {
-        if (part.m_kind != neutral && said.insert(part.written()).second)
+        if (part.m_node->kind != neutral && said.insert(part).second)
             kept.push_back(part);
     };
     for (CFilterExpression const & part : parts) {
-        if (part.m_kind == kind)
-            std::for_each(part.m_parts.begin(), part.m_parts.end(), keep);
+        if (part.m_node->kind == kind)
+            std::for_each(part.m_node->parts.begin(), part.m_node->parts.end(), keep);
         else
             keep(part);
     }
 
-    auto const decides = [&](CFilterExpression const & part) { return part.m_kind == decisive; };
+    auto const decides = [&](CFilterExpression const & part) { return part.m_node->kind == decisive; };
     if (std::any_of(kept.begin(), kept.end(), decides))
         return constant(decisive == Kind::always);
 
-    auto const isOnlyIP = [](CFilterExpression const & part) { return part.m_text == onlyIP; };
-    auto const saysMore = [&](CFilterExpression const & part) { return !isOnlyIP(part) && part.impliesIP(); };
+    auto const isOnlyIP = [](CFilterExpression const & part) { return part.isOnlyIP(); };
+    auto const saysMore = [](CFilterExpression const & part) {
+        return !part.isOnlyIP() && part.m_node->impliesIP;
+    };
     if (kind == Kind::all && std::any_of(kept.begin(), kept.end(), saysMore))
         kept.erase(std::remove_if(kept.begin(), kept.end(), isOnlyIP), kept.end());
 
@@ -116,122 +231,63 @@ CFilterExpression CFilterExpression::combined(Kind kind, std::vector<CFilterExpr
 
 CFilterExpression CFilterExpression::operator!() const
 {
-    switch (m_kind) {
+    switch (m_node->kind) {
     case Kind::never:
         return constant(true);
     case Kind::always:
         return constant(false);
     case Kind::negation:
-        return m_parts.front();
+        return m_node->parts.front();
     default:
         return {Kind::negation, std::vector<CFilterExpression>{*this}};
     }
 }
 
-bool CFilterExpression::impliesIP() const
-{
-    auto const implies = [](CFilterExpression const & part) { return part.impliesIP(); };
-    switch (m_kind) {
-    case Kind::ip:
-        return true;
-    case Kind::all:
-        return std::any_of(m_parts.begin(), m_parts.end(), implies);
-    case Kind::any:
-        return std::all_of(m_parts.begin(), m_parts.end(), implies);
-    default:
-        return false;
-    }
-}
-
-bool CFilterExpression::dependsOnTags() const
-{
-    return m_kind == Kind::ip || m_kind == Kind::protocol ||
-           std::any_of(m_parts.begin(), m_parts.end(),
-                       [](CFilterExpression const & part) { return part.dependsOnTags(); });
-}
-
-// Whether it can only become true, never false, when primitives that depend on tags do.
-bool CFilterExpression::isMonotone(bool negated) const
-{
-    if (m_kind == Kind::ip || m_kind == Kind::protocol)
-        return !negated;
-    bool const inner = negated != (m_kind == Kind::negation);
-    return std::all_of(m_parts.begin(), m_parts.end(),
-                       [inner](CFilterExpression const & part) { return part.isMonotone(inner); });
-}
-
-CFilterExpression::Truth CFilterExpression::withoutProtocols() const
-{
-    switch (m_kind) {
-    case Kind::never:
-    case Kind::ip:
-    case Kind::protocol:
-        return Truth::never;
-    case Kind::always:
-        return Truth::always;
-    case Kind::anyDepth:
-        return Truth::depends;
-    case Kind::negation: {
-        Truth const inner = m_parts.front().withoutProtocols();
-        return inner == Truth::depends ? inner : inner == Truth::never ? Truth::always : Truth::never;
-    }
-    case Kind::all:
-    case Kind::any:
-        break;
-    }
-    Truth const decisive = m_kind == Kind::all ? Truth::never : Truth::always;
-    Truth result = m_kind == Kind::all ? Truth::always : Truth::never;
-    for (CFilterExpression const & part : m_parts) {
-        Truth const truth = part.withoutProtocols();
-        if (truth == decisive)
-            return decisive;
-        if (truth == Truth::depends)
-            result = truth;
-    }
-    return result;
-}
-
-// Whether it could select a frame with more tags than it was written for that it wouldn't select when written
-// for them.
+// Whether it could select a frame on which nothing of what it was written for holds, and that it wouldn't
+// select when written for that frame.
 bool CFilterExpression::needsGuard() const
 {
-    return !isMonotone(false) && withoutProtocols() != Truth::never;
+    return !m_node->isMonotone && m_node->withoutProtocols != Truth::never;
 }
 
 // The negation, with every "not" moved in to the primitives.
 CFilterExpression CFilterExpression::opposite() const
 {
-    if (m_kind != Kind::all && m_kind != Kind::any)
+    if (m_node->kind != Kind::all && m_node->kind != Kind::any)
         return !*this;
     std::vector<CFilterExpression> parts;
-    parts.reserve(m_parts.size());
-    for (CFilterExpression const & part : m_parts)
+    parts.reserve(m_node->parts.size());
+    for (CFilterExpression const & part : m_node->parts)
         parts.push_back(part.opposite());
-    return combined(m_kind == Kind::all ? Kind::any : Kind::all, parts);
+    return combined(m_node->kind == Kind::all ? Kind::any : Kind::all, parts);
 }
 
 std::string CFilterExpression::text() const
 {
-    return forAllDepths().written();
+    std::string text;
+    forAllDepths().write(text);
+    return text;
 }
 
 // What doesn't depend on tags is said once, in front. "Not" is said of the whole where that saves the guards.
 CFilterExpression CFilterExpression::forAllDepths() const
 {
-    if (!dependsOnTags())
+    Kind const kind = m_node->kind;
+    if (!m_node->dependsOnTags)
         return *this;
-    if (m_kind == Kind::negation)
-        return !m_parts.front().forAllDepths();
+    if (kind == Kind::negation)
+        return !m_node->parts.front().forAllDepths();
 
-    if (m_kind == Kind::all || m_kind == Kind::any) {
-        std::vector<CFilterExpression> parts = m_parts;
-        auto const split = std::stable_partition(
-            parts.begin(), parts.end(), [](CFilterExpression const & part) { return !part.dependsOnTags(); });
+    if (kind == Kind::all || kind == Kind::any) {
+        std::vector<CFilterExpression> parts = m_node->parts;
+        auto const split =
+            std::stable_partition(parts.begin(), parts.end(),
+                                  [](CFilterExpression const & part) { return !part.m_node->dependsOnTags; });
         if (split != parts.begin()) {
-            CFilterExpression const dependent = combined(m_kind, {split, parts.end()});
+            CFilterExpression const dependent = combined(kind, {split, parts.end()});
             parts.erase(split, parts.end());
             parts.push_back(dependent.forAllDepths());
-            return combined(m_kind, parts);
+            return combined(kind, parts);
         }
         if (needsGuard())
             if (CFilterExpression const other = opposite(); !other.needsGuard())
@@ -251,22 +307,56 @@ CFilterExpression CFilterExpression::unfolded() const
     return result;
 }
 
+// On an IP packet in a SNAP header all that is written for packets behind a type is false, like on a frame with
+// more tags; so it takes the same guard.
 CFilterExpression CFilterExpression::atDepth(unsigned int depth) const
 {
-    if (m_kind == Kind::protocol)
-        return protocolAtDepth(m_number, depth);
-    if (m_kind == Kind::negation)
-        return !m_parts.front().atDepth(depth);
-    if (m_kind != Kind::all && m_kind != Kind::any)
-        return *this;
-    std::vector<CFilterExpression> parts;
-    parts.reserve(m_parts.size());
-    for (CFilterExpression const & part : m_parts)
-        parts.push_back(part.atDepth(depth));
-    return combined(m_kind, parts);
+    CFilterExpression const plain = behindType(depth);
+    if (!m_node->asksForIP)
+        return plain;
+    CFilterExpression const isIPInSNAP = protocolAtDepth(0x0800, depth);
+    CFilterExpression const snapped = all({isIPInSNAP, inSNAP(depth)});
+    return needsGuard() ? any({all({!isIPInSNAP, plain}), snapped}) : any({plain, snapped});
 }
 
-// All framings that give this id: Ethernet II, and behind a length raw IPX, LLC and SNAP.
+// The same expression with other primitives.
+template <class Replace>
+CFilterExpression CFilterExpression::rebuilt(Replace const & replace) const
+{
+    Kind const kind = m_node->kind;
+    if (!m_node->dependsOnTags)
+        return *this;
+    if (kind == Kind::negation)
+        return !m_node->parts.front().rebuilt(replace);
+    if (kind != Kind::all && kind != Kind::any)
+        return replace(*this);
+    std::vector<CFilterExpression> parts;
+    parts.reserve(m_node->parts.size());
+    for (CFilterExpression const & part : m_node->parts)
+        parts.push_back(part.rebuilt(replace));
+    return combined(kind, parts);
+}
+
+CFilterExpression CFilterExpression::behindType(unsigned int depth) const
+{
+    return rebuilt([depth](CFilterExpression const & primitive) {
+        CNode const & node = *primitive.m_node;
+        return node.kind == Kind::protocol ? protocolAtDepth(node.number, depth) : primitive;
+    });
+}
+
+// For packets of which it is known that they are IP in a SNAP header.
+CFilterExpression CFilterExpression::inSNAP(unsigned int depth) const
+{
+    unsigned int const header = typeOffset + depth * tagSize + snapHeader;
+    return rebuilt([header](CFilterExpression const & primitive) {
+        if (primitive.m_node->kind == Kind::protocol || primitive.isOnlyIP())
+            return constant(primitive.isOnlyIP());
+        return ofAnyDepth(placed(primitive.m_node->anywhere, header));
+    });
+}
+
+// All framings that give this id: Ethernet II, and behind a length raw IPX, LLC and SNAP; of IP only the last.
 CFilterExpression CFilterExpression::protocolAtDepth(unsigned int number, unsigned int depth)
 {
     unsigned int const type = typeOffset + depth * tagSize;
@@ -288,7 +378,8 @@ CFilterExpression CFilterExpression::protocolAtDepth(unsigned int number, unsign
     behindLength.push_back(all({isSNAP, is(payload + 6, 2, number)}));
     CFilterExpression framed = all({ofAnyDepth(frameBytes(type, 2) + " < 0x600"), any(behindLength)});
 
-    if (number < 0x600 || isVlanType(number))
+    // IP behind a type is left to libpcap, which knows its fields.
+    if (number < 0x600 || isVlanType(number) || number == 0x0800)
         return framed;
     CFilterExpression const plain = number == 0x0806   ? ofAnyDepth("arp")
                                     : number == 0x86DD ? ofAnyDepth("ip6")
@@ -296,24 +387,32 @@ CFilterExpression CFilterExpression::protocolAtDepth(unsigned int number, unsign
     return any({plain, framed});
 }
 
-std::string CFilterExpression::written() const
+void CFilterExpression::write(std::string & text) const
 {
-    if (m_kind == Kind::negation)
-        return "not " + m_parts.front().writtenWithin(m_kind);
-    if (m_kind != Kind::all && m_kind != Kind::any)
-        return m_text;
-    std::string text;
-    for (CFilterExpression const & part : m_parts) {
-        if (!text.empty())
-            text += m_kind == Kind::all ? " and " : " or ";
-        text += part.writtenWithin(m_kind);
+    Kind const kind = m_node->kind;
+    if (kind == Kind::negation) {
+        text += "not ";
+        m_node->parts.front().writeWithin(kind, text);
+        return;
     }
-    return text;
+    if (kind != Kind::all && kind != Kind::any) {
+        text += m_node->text;
+        return;
+    }
+    char const * between = "";
+    for (CFilterExpression const & part : m_node->parts) {
+        text += between;
+        part.writeWithin(kind, text);
+        between = kind == Kind::all ? " and " : " or ";
+    }
 }
 
 // libpcap gives "and" and "or" the same rank, so one within the other always stands in parentheses.
-std::string CFilterExpression::writtenWithin(Kind outer) const
+void CFilterExpression::writeWithin(Kind outer, std::string & text) const
 {
-    bool const several = m_kind == Kind::all || m_kind == Kind::any;
-    return several && m_kind != outer ? "(" + written() + ")" : written();
+    bool const several = m_node->kind == Kind::all || m_node->kind == Kind::any;
+    bool const parentheses = several && m_node->kind != outer;
+    text += parentheses ? "(" : "";
+    write(text);
+    text += parentheses ? ")" : "";
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -10,15 +11,23 @@
 //     E0 or (vlan and (E1 or (vlan and E2)))       otherwise; Ek is E written for k tags
 //
 // because `vlan` shifts where libpcap looks for everything behind it in the text, except for `ether[...]`.
+// libpcap knows IP behind an Ethernet II type only, so where E asks for something of IP, Ek has one more term:
+//
+//     Pk or (IP in a SNAP header and Sk)           Sk reads the header, which lies elsewhere, by `ether[...]`
+//
 // A primitive that depends on tags must be false on frames with more tags than it was written for. A frame
 // with more than two tags is then one on which all such primitives are false.
+//
+// Expressions share what they are made of and never change, so that a copy costs nothing, and what is asked of
+// the parts is worked out once. The work for the whole grows like its text.
 class CFilterExpression
 {
 public:
     // The frames of one station, or any other primitive that is the same for any number of tags.
     static CFilterExpression ofAnyDepth(std::string text);
-    // A primitive that libpcap itself shifts behind `vlan`, and that only an IP packet satisfies.
-    static CFilterExpression ofIP(std::string text);
+    // A primitive that libpcap itself shifts behind `vlan`, and that only an IP packet satisfies; and the same
+    // of an IP header anywhere in the frame, {N} standing for the place of its byte N.
+    static CFilterExpression ofIP(std::string text, std::string anywhere);
     // A protocol id of two bytes.
     static CFilterExpression ofProtocol(unsigned int number);
     static CFilterExpression constant(bool value);
@@ -54,27 +63,28 @@ private:
         always,
         depends,
     };
+    struct CNode;
+    struct CSameHash;
+    struct CSame;
 
-    CFilterExpression(Kind kind, std::string text, unsigned int number = 0);
+    explicit CFilterExpression(CNode && node);
     CFilterExpression(Kind kind, std::vector<CFilterExpression> parts);
     static CFilterExpression combined(Kind kind, std::vector<CFilterExpression> const & parts);
 
-    bool dependsOnTags() const;
-    bool impliesIP() const;
-    bool isMonotone(bool negated) const;
-    Truth withoutProtocols() const;
+    bool isOnlyIP() const;
     bool needsGuard() const;
     CFilterExpression opposite() const;
 
     CFilterExpression forAllDepths() const;
     CFilterExpression unfolded() const;
     CFilterExpression atDepth(unsigned int depth) const;
+    CFilterExpression behindType(unsigned int depth) const;
+    CFilterExpression inSNAP(unsigned int depth) const;
+    template <class Replace>
+    CFilterExpression rebuilt(Replace const & replace) const;
     static CFilterExpression protocolAtDepth(unsigned int number, unsigned int depth);
-    std::string written() const;
-    std::string writtenWithin(Kind outer) const;
+    void write(std::string & text) const;
+    void writeWithin(Kind outer, std::string & text) const;
 
-    Kind m_kind;
-    std::string m_text;        // of a protocol only a stand-in that tells it from others
-    unsigned int m_number = 0; // of a protocol
-    std::vector<CFilterExpression> m_parts;
+    std::shared_ptr<CNode const> m_node;
 };

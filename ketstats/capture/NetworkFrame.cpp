@@ -1,5 +1,7 @@
 #include "ketstats/capture/NetworkFrame.h"
 
+#include <typeinfo>
+
 namespace {
 
 constexpr unsigned int typeOffset = 12;     // behind destination and source
@@ -55,7 +57,10 @@ CMediaInfo * CNetworkFrame::AnalyzeFrame()
 
 void CNetworkFrame::analyseEthernet()
 {
-    CBoundedBytes const bytes(m_data, m_capturedLength);
+    // A view of the host's bytes, which is what nearly all frames are, needn't ask itself for them.
+    CBoundedBytes const bytes = typeid(*this) == typeid(CNetworkFrame)
+                                    ? CBoundedBytes(m_data, m_capturedLength)
+                                    : CBoundedBytes(*this);
     bytes.copy<6>(0, m_media.destinationMAC.bytes.data());
     bytes.copy<6>(6, m_media.sourceMAC.bytes.data());
 

@@ -5,6 +5,9 @@
 
 // A captured Ethernet frame and its analysis. The object views the host's bytes, which must stay in place
 // while it is in use, and may be given one frame after another. It belongs to one thread at a time.
+//
+// A class that keeps its bytes in another way overrides GetData, GetLength and GetCapturedLength; these are what
+// is analysed and counted. It calls Assign, with whatever it likes, when it has other bytes.
 class KNDISLIB_API CNetworkFrame : public CFrame
 {
 public:

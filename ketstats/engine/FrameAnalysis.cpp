@@ -76,12 +76,13 @@ void CKetrinStatManager::measureOverhead(CMediaInfo const & media)
 }
 
 // The global counters and the classification run whatever the flags say. Only the low 16 bits of a frame's
-// length count. A broadcast isn't asked whether it is a multicast.
+// length count. A broadcast isn't asked whether it is a multicast. A frame that throws when it is asked for its
+// length has been counted as a frame.
 CFramePass CKetrinStatManager::countFrame(CNetworkFrame * frame, CMediaInfo * media)
 {
+    agentStatistic.globalStatistics.transmittedFrames.add(1);
     long long const frameSize =
         static_cast<unsigned short>(frame->GetLength()) + overhead.load(std::memory_order_relaxed);
-    agentStatistic.globalStatistics.transmittedFrames.add(1);
     agentStatistic.globalStatistics.transmittedData.add(frameSize);
 
     bool const broadcast = media->IsBroadcast();

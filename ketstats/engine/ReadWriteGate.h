@@ -11,14 +11,13 @@ namespace KetStats {
 //
 // 1. A new reader gives way to a waiting writer.
 // 2. A finishing writer gives way to the waiting readers, which wake one another in a chain, before any
-// waiting
-//    writer. So under load readers and writers take turns, and neither starves.
+//    waiting writer. So under load readers and writers take turns, and neither starves.
 // 3. `entry` is held by one thread at a time and protects the three counts. It is passed on like a baton:
 //    whoever is woken out of `writerDelay` or `readerDelay` holds it by hand-over, and the thread that woke
 //    it entered it and did not leave it.
 // 4. Nobody waits for a gate that is idle: a writer goes in and out with one atomic operation each, which
-// does
-//    in one step what entering `entry`, looking, and leaving it again would do.
+//    does in one step what entering `entry`, looking, and leaving it again would do.
+// 5. A thread that is cancelled while it waits has its turn all the same, and is cancelled behind the wait.
 //
 // All that point 4 has to know lies in one word:
 //
@@ -82,7 +81,7 @@ private:
 };
 
 // Hold one side of the gate for a scope, through exceptions too. release() ends the hold early.
-class CReadGuard
+class [[nodiscard]] CReadGuard
 {
 public:
     explicit CReadGuard(CReadWriteGate & gate) : m_gate(&gate) { m_gate->enterReader(); }
@@ -104,7 +103,7 @@ private:
     bool held = true;
 };
 
-class CWriteGuard
+class [[nodiscard]] CWriteGuard
 {
 public:
     explicit CWriteGuard(CReadWriteGate & gate) : m_gate(&gate) { m_gate->enterWriter(); }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 #include <new>
+#include <utility>
 
 namespace KetStats {
 
@@ -38,10 +39,12 @@ bool CKetrinStatManager::beginAnalyzing(CNdisHook * hook)
     if (analyzing())
         return false;
     doReset();
-    requester.reset(new (std::nothrow) CNDISRequesterProxy(hook));
-    if (!requester)
+    std::unique_ptr<CNDISRequesterProxy> asked(new (std::nothrow) CNDISRequesterProxy(hook));
+    if (!asked)
         return false;
-    linkSpeed.store(bytesPerSecond(requester->GetLinkSpeed()), std::memory_order_relaxed);
+    // The hook is the host's and may throw: the manager has no requester then, and stays idle.
+    linkSpeed.store(bytesPerSecond(asked->GetLinkSpeed()), std::memory_order_relaxed);
+    requester = std::move(asked);
     isAnalyzing.store(true, std::memory_order_relaxed);
     return true;
 }

@@ -33,9 +33,8 @@ extern std::map<COid, int, COidLess> const topLevelOids;
 // 2. The host's frame handler runs outside the gate, on the thread that called analyzeFrame, so it may call
 //    gated operations of the manager.
 // 3. Flags, ranges and handler are single words without a lock; the pass reads each at the point where it
-// needs
-//    it, so a change made during a frame can apply to a later step of that frame. The handler and its context
-//    are two stores: a host sets them before frames flow.
+//    needs it, so a change made during a frame can apply to a later step of that frame. The handler and its
+//    context are two stores: a host sets them before frames flow.
 //
 // An exception that leaves an operation releases the gate on its way.
 class KETSTATS_API CKetrinStatManager
@@ -51,7 +50,8 @@ public:
     CKetrinStatManager & operator=(CKetrinStatManager const &) = delete;
 
     // Clears the tree and starts an analysis on the adapter behind `hook`, which may be null and otherwise
-    // must live until endAnalyzing. False, with nothing changed, while an analysis runs already. Writer.
+    // must live until endAnalyzing. False, with nothing changed, while an analysis runs already. What the hook
+    // throws passes through; the tree is clear and no analysis runs then. Writer.
     bool beginAnalyzing(CNdisHook * hook);
     // Ends the analysis; the tree stays, so that clients can go on sampling it. Writer.
     void endAnalyzing();

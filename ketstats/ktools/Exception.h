@@ -3,6 +3,7 @@
 #include "ketstats/platform/Exports.h"
 
 #include <new>
+#include <string>
 
 namespace ktools {
 
@@ -24,6 +25,9 @@ public:
     char const * file; // name of the raising source, a literal
     bool flag;         // always true
 };
+
+// What an exception tells, for people: "the bytes end too early (MemoryBuffer 184, code 1)".
+[[nodiscard]] KETSTATS_API std::string describe(CException const & exception);
 
 // Throws a new E. The one way in which this library raises anything.
 template <class E>

@@ -31,8 +31,14 @@ public:
     // Empty and growable, without storage yet.
     CMemoryBuffer() : CMemoryBuffer(0, true) {}
 
-    // A copy of `count` received bytes, ready to be read; not growable.
-    CMemoryBuffer(void const * bytes, int count) : CMemoryBuffer(count, false) { Write(bytes, count); }
+    // A copy of `count` received bytes, ready to be read; not growable. Throws CException 1/34 for a negative
+    // count.
+    CMemoryBuffer(void const * bytes, int count) : CMemoryBuffer(count, false)
+    {
+        if (count < 0)
+            raise<CException>(1, "MemoryBuffer", 34);
+        Write(bytes, count);
+    }
 
     // Empty, with room for `theCapacity` bytes.
     CMemoryBuffer(int theCapacity, bool isGrowable)

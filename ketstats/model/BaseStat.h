@@ -3,6 +3,8 @@
 #include "ketstats/model/statvalues.h"
 
 #include <atomic>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 class CFilter;
@@ -20,8 +22,7 @@ class CDynamicArrayStatDescription;
 //
 // 1. Nodes are members of their parents or rows inside a table; none is allocated or deleted alone.
 // 2. A node with a plain-memory value states its size in `valueSize`, and everything that works on values
-// does
-//    so on those bytes with no virtual call. A node with `valueSize` 0 works through its do* operations.
+//    does so on those bytes with no virtual call. A node with `valueSize` 0 works through its do* operations.
 // 3. Parent, depth and description are fixed at construction. An id is never 0.
 //
 // Nodes have no lock: access to the live tree goes through the manager's gate, a snapshot belongs to one
@@ -85,6 +86,10 @@ public:
     bool isString() const;
     std::string getString() const;
 
+    // Whether a node of that class begins with its part that is a CBaseStat, as children of groups must.
+    template <class Node>
+    static constexpr bool isAtStartOf();
+
 protected:
     // A node without a place in a tree: no description, no parent, id 0. Copying a node takes nothing from
     // it, because a place in a tree isn't a value.
@@ -110,7 +115,18 @@ protected:
     CBaseStat * parent;  // not owned, null for a root
 };
 
-// A leaf whose value is `valueSize` bytes of plain memory within the same object.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored                                                                               \
+    "-Winvalid-offsetof" // known for classes without virtual bases, which nodes are
+template <class Node>
+constexpr bool CBaseStat::isAtStartOf()
+{
+    return offsetof(Node, valueSize) == offsetof(CBaseStat, valueSize);
+}
+#pragma GCC diagnostic pop
+
+// A leaf whose value is `valueSize` bytes of plain memory within the same object, at any alignment. A detached
+// leaf has no value: it takes none, none is taken from it, and it comes first in comparisons.
 class KETSTATS_API CBaseValueStat : public CBaseStat
 {
 public:
@@ -158,9 +174,16 @@ inline void copy(void * target, void const * source, unsigned int size)
         std::memcpy(target, source, 8);
         break;
     case 4: {
-        // The one kind of value that can be stored while it is copied: see CValueStat::storeShared.
-        auto & word = *static_cast<unsigned int *>(const_cast<void *>(source));
-        unsigned int const value = std::atomic_ref<unsigned int>(word).load(std::memory_order_relaxed);
+        // The one kind of value that can be stored while it is copied: see CValueStat::storeShared. What is
+        // stored so is aligned.
+        unsigned int value;
+        if (reinterpret_cast<std::uintptr_t>(source) % std::atomic_ref<unsigned int>::required_alignment ==
+            0) {
+            auto & word = *static_cast<unsigned int *>(const_cast<void *>(source));
+            value = std::atomic_ref<unsigned int>(word).load(std::memory_order_relaxed);
+        } else {
+            std::memcpy(&value, source, sizeof value);
+        }
         std::memcpy(target, &value, sizeof value);
         break;
     }
@@ -214,18 +237,23 @@ inline void CBaseValueStat::unpackValue(ktools::CMemoryBuffer & buffer)
 
 inline void CBaseValueStat::assign(CBaseStat const & other)
 {
-    plain::copy(value, static_cast<CBaseValueStat const &>(other).value, valueSize);
+    void const * const source = static_cast<CBaseValueStat const &>(other).value;
+    if (value && source)
+        plain::copy(value, source, valueSize);
 }
 
 inline int CBaseValueStat::compare(CBaseStat const & other) const
 {
-    return plain::order(value, static_cast<CBaseValueStat const &>(other).value, valueSize);
+    void const * const theirs = static_cast<CBaseValueStat const &>(other).value;
+    if (!value || !theirs)
+        return (value != nullptr) - (theirs != nullptr);
+    return plain::order(value, theirs, valueSize);
 }
 
 inline bool CBaseValueStat::compareAssignBytes(CBaseStat const & other)
 {
     void const * const source = static_cast<CBaseValueStat const &>(other).value;
-    changed = !plain::equal(value, source, valueSize);
+    changed = value && source && !plain::equal(value, source, valueSize);
     if (changed)
         plain::copy(value, source, valueSize);
     return changed;
@@ -233,7 +261,8 @@ inline bool CBaseValueStat::compareAssignBytes(CBaseStat const & other)
 
 inline void CBaseValueStat::reset()
 {
-    std::memset(value, 0, valueSize);
+    if (value)
+        std::memset(value, 0, valueSize);
 }
 
 inline void CBaseStat::packValue(ktools::CMemoryBuffer & buffer, bool onlyChanged)

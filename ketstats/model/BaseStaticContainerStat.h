@@ -8,7 +8,8 @@ namespace KetStats {
 
 // A group of statistics that are all known at compile time. The children are data members of the concrete
 // class, and one static table lists them; every value operation is a loop over that table, so that a concrete
-// class declares members, table and filter and writes no code for transfers.
+// class declares members, table and filter and writes no code for transfers. Groups aren't copied: what they are
+// is their place in a tree, and assign() takes the values.
 //
 // Packed form, repeated for groups within groups:
 //
@@ -32,14 +33,14 @@ public:
     CBaseStat * getStatPointer(COid const & oid, unsigned int position) override;
 
     // A filter that selects the traffic of this node, which the caller owns; null if there is no such filter.
-    virtual CFilter * buildFilter() const = 0;
+    [[nodiscard]] virtual CFilter * buildFilter() const = 0;
 
 protected:
     // Names one child of a concrete class, on any object of that class.
     using ChildPointer = CBaseStat CBaseStaticContainerStat::*;
 
     CBaseStaticContainerStat() = default;
-    CBaseStaticContainerStat(CBaseStaticContainerStat const &) = default;
+    CBaseStaticContainerStat(CBaseStaticContainerStat const &) = delete;
     ~CBaseStaticContainerStat() = default;
 
     virtual ChildPointer * getChildren() = 0;
@@ -59,6 +60,7 @@ protected:
     template <class Class, class Member>
     static ChildPointer childPointer(Member Class::*member)
     {
+        static_assert(CBaseStat::isAtStartOf<Member>(), "a child begins with its CBaseStat");
         return reinterpret_cast<ChildPointer>(member);
     }
 

@@ -7,6 +7,7 @@
 #include "ketstats/platform/SystemTypes.h"
 
 #include <string>
+#include <type_traits>
 
 // The small values of the statistic tree: percentages, identifiers, addresses, times. All are plain values;
 // an object belongs to one thread at a time.
@@ -39,6 +40,10 @@ struct KETSTATS_API percentVal
     // The low 32 bits of the values times 100, cut off behind the point, are the same.
     bool operator==(percentVal const & other) const { return hundredths() == other.hundredths(); }
     bool operator!=(percentVal const & other) const { return !(*this == other); }
+    // A plain number compares like a percentage.
+    template <class Number>
+    requires std::is_arithmetic_v<Number>
+    bool operator==(Number other) const { return *this == percentVal(static_cast<double>(other)); }
 
     double value;
 
@@ -61,7 +66,12 @@ public:
     COid() = default;
     COid(unsigned short const * first, unsigned short const * last) : m_components(first, last) {}
     // From an array that a zero ends; a component of value 0 can't pass through this form.
-    explicit COid(unsigned short const * const zeroTerminated) : m_components(zeroTerminated) {}
+    // Null is an empty path.
+    COid(unsigned short const * const zeroTerminated)
+    {
+        if (zeroTerminated)
+            m_components = zeroTerminated;
+    }
     // These two parse with assign.
     COid(std::string const & text) { assign(text); }
     COid(char const * const text) { assign(text); }
@@ -108,6 +118,13 @@ public:
 
     bool operator==(CIPAddress const & other) const { return m_address == other.m_address; }
     bool operator!=(CIPAddress const & other) const { return m_address != other.m_address; }
+    // A number is an address in network byte order here as well.
+    template <class Number>
+    requires(std::is_integral_v<Number> && sizeof(Number) <= sizeof(unsigned int)) bool
+    operator==(Number other) const
+    {
+        return m_address == static_cast<unsigned int>(other);
+    }
     // The order of the dotted forms, whatever the machine's byte order.
     bool operator<(CIPAddress const & other) const;
 

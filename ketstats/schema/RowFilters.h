@@ -13,6 +13,6 @@ namespace KetStats {
 // without a row. The caller owns the filter.
 //
 // The node is read without a lock, so it belongs to a tree that nobody writes, such as a client's snapshot.
-KETSTATS_API CFilter * buildFilter(CBaseStat const * stat);
+[[nodiscard]] KETSTATS_API CFilter * buildFilter(CBaseStat const * stat);
 
 } // namespace KetStats

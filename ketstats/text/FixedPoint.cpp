@@ -157,7 +157,7 @@ std::string fixedPointToString(double value, int digits)
     std::uint64_t const numerator =
         fractionBits <= mantissaBits ? mantissa & ((std::uint64_t{1} << fractionBits) - 1) : mantissa;
 
-    auto const places = static_cast<std::size_t>(std::max(digits, 0));
+    auto const places = static_cast<std::size_t>(std::clamp(digits, 0, mostFractionDigits));
     std::string all = wholeDigits(whole, std::max(exponent, 0));
     all += fractionDigits(CFraction(numerator, fractionBits), places);
     bool const up = all.back() >= '5';

@@ -1,5 +1,7 @@
 #include "ketstats/text/ModulePath.h"
 
+#include "ketstats/platform/Loader.h"
+
 #include <cstdlib>
 #include <cstring>
 

@@ -26,7 +26,7 @@ private:
 };
 
 // Records where this library lies, and has late-bound libraries looked for there. Only the first call works.
-void initModulePath(HMODULE module);
+KETSTATS_API void initModulePath(HMODULE module);
 
 // Asked by the loader before it binds a library late: loads the one that lies beside this library. Null,
 // which leaves the search to the system, for any other notification, a path that is too long, or an absent

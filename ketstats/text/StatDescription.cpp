@@ -161,6 +161,17 @@ bool CNumericStatDescriptionBase::isNumeric() const
     return true;
 }
 
+// The two lists whose formats a kind of leaf offers.
+#define FORMATS_OF_KIND(TEMPLATE, CLASS, KIND)                                                               \
+    TEMPLATE CStatFormatContainerBase const * CLASS::getFormats() const                                      \
+    {                                                                                                        \
+        return Standard##KIND##Formats;                                                                      \
+    }                                                                                                        \
+    TEMPLATE CStatFormatContainerBase const * CLASS::getCustomFormats() const                                \
+    {                                                                                                        \
+        return Custom##KIND##Formats;                                                                        \
+    }
+
 template <class T>
 CNumericStatDescription<T>::CNumericStatDescription(unsigned int theNameResourceId,
                                                     unsigned int theUnitResourceId)
@@ -188,17 +199,7 @@ std::string CNumericStatDescription<T>::formatValue(CBaseStat const * stat, unsi
     }
 }
 
-template <class T>
-CStatFormatContainerBase const * CNumericStatDescription<T>::getFormats() const
-{
-    return StandardDoubleFormats;
-}
-
-template <class T>
-CStatFormatContainerBase const * CNumericStatDescription<T>::getCustomFormats() const
-{
-    return CustomDoubleFormats;
-}
+FORMATS_OF_KIND(template <class T>, CNumericStatDescription<T>, Double)
 
 template <class T>
 CIntegerStatDescription<T>::CIntegerStatDescription(unsigned int theNameResourceId,
@@ -225,17 +226,7 @@ std::string CIntegerStatDescription<T>::formatValue(CBaseStat const * stat, unsi
     return this->getFormat(formatIndex)->formatValue(getInteger(stat), context);
 }
 
-template <class T>
-CStatFormatContainerBase const * CIntegerStatDescription<T>::getFormats() const
-{
-    return StandardIntegerFormats;
-}
-
-template <class T>
-CStatFormatContainerBase const * CIntegerStatDescription<T>::getCustomFormats() const
-{
-    return CustomIntegerFormats;
-}
+FORMATS_OF_KIND(template <class T>, CIntegerStatDescription<T>, Integer)
 
 template class CNumericStatDescription<percentVal>;
 template class CNumericStatDescription<unsigned short>;
@@ -261,15 +252,7 @@ std::string CStringStatDescription::formatValue(CBaseStat const * stat, unsigned
     return getFormat(formatIndex)->formatValue(static_cast<CStringStat const *>(stat)->get(), context);
 }
 
-CStatFormatContainerBase const * CStringStatDescription::getFormats() const
-{
-    return StandardStringFormats;
-}
-
-CStatFormatContainerBase const * CStringStatDescription::getCustomFormats() const
-{
-    return CustomStringFormats;
-}
+FORMATS_OF_KIND(, CStringStatDescription, String)
 
 std::string CMACAddressStatDescription::formatValue(CBaseStat const * stat, unsigned int formatIndex,
                                                     void * context) const
@@ -278,15 +261,7 @@ std::string CMACAddressStatDescription::formatValue(CBaseStat const * stat, unsi
     return getFormat(formatIndex)->formatValue(address, context);
 }
 
-CStatFormatContainerBase const * CMACAddressStatDescription::getFormats() const
-{
-    return StandardMACFormats;
-}
-
-CStatFormatContainerBase const * CMACAddressStatDescription::getCustomFormats() const
-{
-    return CustomMACFormats;
-}
+FORMATS_OF_KIND(, CMACAddressStatDescription, MAC)
 
 std::string CIPAddressStatDescription::formatValue(CBaseStat const * stat, unsigned int formatIndex,
                                                    void * context) const
@@ -297,15 +272,7 @@ std::string CIPAddressStatDescription::formatValue(CBaseStat const * stat, unsig
     return getFormat(formatIndex)->formatValue(static_cast<long long>(address), context);
 }
 
-CStatFormatContainerBase const * CIPAddressStatDescription::getFormats() const
-{
-    return StandardIPFormats;
-}
-
-CStatFormatContainerBase const * CIPAddressStatDescription::getCustomFormats() const
-{
-    return CustomIPFormats;
-}
+FORMATS_OF_KIND(, CIPAddressStatDescription, IP)
 
 std::string CProtocolIdStatDescription::formatValue(CBaseStat const * stat, unsigned int formatIndex,
                                                     void * context) const
@@ -314,15 +281,9 @@ std::string CProtocolIdStatDescription::formatValue(CBaseStat const * stat, unsi
     return getFormat(formatIndex)->formatValue(id, context);
 }
 
-CStatFormatContainerBase const * CProtocolIdStatDescription::getFormats() const
-{
-    return StandardProtocolIdFormats;
-}
+FORMATS_OF_KIND(, CProtocolIdStatDescription, ProtocolId)
 
-CStatFormatContainerBase const * CProtocolIdStatDescription::getCustomFormats() const
-{
-    return CustomProtocolIdFormats;
-}
+#undef FORMATS_OF_KIND
 
 CStructStatDescription::CStructStatDescription(unsigned int theNameResourceId, Children theChildren)
     : CStatDescription(theNameResourceId, stStruct, 0),

@@ -4,6 +4,7 @@
 #include "ketstats/platform/Exports.h"
 #include "ketstats/text/StatFormat.h"
 
+#include <atomic>
 #include <string>
 
 namespace KetStats {
@@ -31,14 +32,15 @@ public:
         stDynamicArray, // a table whose rows appear at run time
     };
 
-    // Descriptions aren't copied in earnest: a copy is unnamed, and assignment does nothing.
+    // Descriptions aren't copied in earnest, here and in every class below: a copy is unnamed, and assignment does
+    // nothing.
     CStatDescription() = default;
     CStatDescription(CStatDescription const &) {}
     CStatDescription & operator=(CStatDescription const &) { return *this; }
 
     // The display name; "Unknown statistic" if its resource is missing.
     std::string const & getStringDescription() const;
-    unsigned short getOid() const { return oid; }
+    unsigned short getOid() const { return oid.load(std::memory_order_relaxed); }
     unsigned int getSubStatsCount() const { return subStatsCount; }
     StatType getStatType() const { return statType; }
 
@@ -70,7 +72,8 @@ protected:
     CStatDescription(std::string const & theName, StatType theStatType, unsigned short theOid);
 
     StatType statType = stNone;
-    mutable unsigned short oid = 0;
+    // Groups that are built on several threads at once write the same number to what they share.
+    mutable std::atomic<unsigned short> oid = 0;
     unsigned int subStatsCount = 0;
     mutable unsigned int nameResourceId = 0; // 0 once the name is there
     mutable std::string name;
@@ -78,7 +81,7 @@ protected:
     friend class CStructStatDescription;
 
 private:
-    void resetID(unsigned short newOid) const { oid = newOid; }
+    void resetID(unsigned short newOid) const { oid.store(newOid, std::memory_order_relaxed); }
 
     static CStatDescription * d;
 };
@@ -90,6 +93,7 @@ class KETSTATS_API CValueStatDescription : public CStatDescription
 public:
     explicit CValueStatDescription(unsigned int theNameResourceId);
     explicit CValueStatDescription(std::string const & theName);
+    CValueStatDescription & operator=(CValueStatDescription const &) { return *this; }
 
     // Always vtNone: the format decides how a value is shown, never its description.
     CStatFormatBase::ValueType getValueType() const { return valueType; }
@@ -115,6 +119,7 @@ public:
     CNumericStatDescriptionBase(unsigned int theNameResourceId, unsigned int theUnitResourceId);
     CNumericStatDescriptionBase(std::string const & theName, std::string const & theUnit,
                                 std::string const & theUnits, std::string const & theAbbrev);
+    CNumericStatDescriptionBase & operator=(CNumericStatDescriptionBase const &) { return *this; }
 
     // A missing resource reads "Unknown format name" here, unlike a missing name. That is meant.
     std::string const & getUnit() const;
@@ -136,6 +141,17 @@ private:
     void loadUnits() const;
 };
 
+// What each kind of leaf makes of the operations of a value description. It stands at the end of the class, or
+// before what is private.
+#define KETSTATS_FORMATS_OF_KIND                                                                             \
+public:                                                                                                      \
+    std::string formatValue(CBaseStat const * stat, unsigned int formatIndex, void * context)                \
+        const override;                                                                                      \
+                                                                                                             \
+protected:                                                                                                   \
+    CStatFormatContainerBase const * getFormats() const override;                                            \
+    CStatFormatContainerBase const * getCustomFormats() const override;
+
 // Reads a CValueStat<T> as a number.
 template <class T>
 class KETSTATS_TEMPLATE CNumericStatDescription : public CNumericStatDescriptionBase
@@ -152,11 +168,7 @@ public:
     double getNumeric(CBaseStat const * stat) const override;
     // Through a format for floating-point numbers, or for integers; an integer format reads 0 unless the
     // value is described as an integer too. That is meant.
-    std::string formatValue(CBaseStat const * stat, unsigned int formatIndex, void * context) const override;
-
-protected:
-    CStatFormatContainerBase const * getFormats() const override;
-    CStatFormatContainerBase const * getCustomFormats() const override;
+    KETSTATS_FORMATS_OF_KIND
 };
 
 // Reads a CValueStat<T> as an integer too.
@@ -169,11 +181,7 @@ public:
     bool isInteger() const override;
     long long getInteger(CBaseStat const * stat) const override;
     // As an integer, whatever the kind of the format.
-    std::string formatValue(CBaseStat const * stat, unsigned int formatIndex, void * context) const override;
-
-protected:
-    CStatFormatContainerBase const * getFormats() const override;
-    CStatFormatContainerBase const * getCustomFormats() const override;
+    KETSTATS_FORMATS_OF_KIND
 
 private:
     CIntegerStatDescription() = default;
@@ -188,11 +196,7 @@ public:
 
     bool isString() const override;
     std::string getString(CBaseStat const * stat) const override;
-    std::string formatValue(CBaseStat const * stat, unsigned int formatIndex, void * context) const override;
-
-protected:
-    CStatFormatContainerBase const * getFormats() const override;
-    CStatFormatContainerBase const * getCustomFormats() const override;
+    KETSTATS_FORMATS_OF_KIND
 };
 
 class KETSTATS_API CMACAddressStatDescription : public CValueStatDescription
@@ -200,11 +204,7 @@ class KETSTATS_API CMACAddressStatDescription : public CValueStatDescription
 public:
     using CValueStatDescription::CValueStatDescription;
 
-    std::string formatValue(CBaseStat const * stat, unsigned int formatIndex, void * context) const override;
-
-protected:
-    CStatFormatContainerBase const * getFormats() const override;
-    CStatFormatContainerBase const * getCustomFormats() const override;
+    KETSTATS_FORMATS_OF_KIND
 };
 
 class KETSTATS_API CIPAddressStatDescription : public CValueStatDescription
@@ -213,11 +213,7 @@ public:
     using CValueStatDescription::CValueStatDescription;
 
     // The address 0 stands for no single address and reads "[others]" in every format.
-    std::string formatValue(CBaseStat const * stat, unsigned int formatIndex, void * context) const override;
-
-protected:
-    CStatFormatContainerBase const * getFormats() const override;
-    CStatFormatContainerBase const * getCustomFormats() const override;
+    KETSTATS_FORMATS_OF_KIND
 };
 
 class KETSTATS_API CProtocolIdStatDescription : public CValueStatDescription
@@ -226,12 +222,10 @@ public:
     using CValueStatDescription::CValueStatDescription;
 
     // The six bytes as one big-endian number.
-    std::string formatValue(CBaseStat const * stat, unsigned int formatIndex, void * context) const override;
-
-protected:
-    CStatFormatContainerBase const * getFormats() const override;
-    CStatFormatContainerBase const * getCustomFormats() const override;
+    KETSTATS_FORMATS_OF_KIND
 };
+
+#undef KETSTATS_FORMATS_OF_KIND
 
 // A group. `children` is a null-terminated array that outlives the description; building the group writes the
 // ids 1, 2, 3 ... into them.
@@ -247,6 +241,9 @@ public:
     // For a root, which has an id of its own.
     CStructStatDescription(unsigned int theNameResourceId, Children theChildren, unsigned short theOid);
 
+    CStructStatDescription(CStructStatDescription const &) : CStatDescription() {}
+    CStructStatDescription & operator=(CStructStatDescription const &) { return *this; }
+
     CStatDescription const * subStatDescription(unsigned int index) const override;
 
     // Null but for the stTable kind.
@@ -255,7 +252,7 @@ public:
 private:
     void build();
 
-    Children children;
+    Children children = nullptr;
     CStatDescription const * rowDescription = nullptr;
 };
 
@@ -264,11 +261,13 @@ class KETSTATS_API CDynamicArrayStatDescription : public CStatDescription
 {
 public:
     CDynamicArrayStatDescription(unsigned int theNameResourceId, CStatDescription const * row);
+    CDynamicArrayStatDescription(CDynamicArrayStatDescription const &) : CStatDescription() {}
+    CDynamicArrayStatDescription & operator=(CDynamicArrayStatDescription const &) { return *this; }
 
     CStatDescription const * subStatDescription(unsigned int index) const override;
 
 private:
-    CStatDescription const * rowDescription;
+    CStatDescription const * rowDescription = nullptr;
 };
 
 KETSTATS_EXTERN_TEMPLATE(CNumericStatDescription<percentVal>);

@@ -43,7 +43,8 @@ public:
     void setMultiplier(Multiplier const * newMultiplier);
     Multiplier const * getMultiplier() const { return multiplier; }
 
-    // Places behind the point, 0 or more; a negative count is ignored.
+    // Places behind the point, 0 or more; a negative count is ignored. However many there are, no more than
+    // mostFractionDigits (see FixedPoint.h) are written.
     void setFractionDigits(int digits);
     int getFractionDigits() const { return fractionDigits; }
 

@@ -1,5 +1,6 @@
 #include "ketstats/capture/FieldFilters.h"
 
+#include "tests/support/Allocations.h"
 #include "tests/support/Filters.h"
 #include "tests/support/Frames.h"
 
@@ -22,9 +23,33 @@ std::string behindTags(std::string const & none, std::string const & one, std::s
     return none + " or (vlan and (" + one + " or (vlan and " + two + ")))";
 }
 
-std::string behindTags(std::string const & expression)
+// The frames of IP in a SNAP header that lies behind a number of tags, with more that must hold of them.
+std::string inSNAP(unsigned int tags, std::string const & more = {})
 {
-    return behindTags(expression, expression, expression);
+    auto const at = [tags](unsigned int offset) { return "ether[" + std::to_string(offset + 4 * tags); };
+    return "(" + at(12) + ":2] < 0x600 and " + at(14) + ":2] = 0xaaaa and " + at(16) + "] = 0x03 and " +
+           at(20) + ":2] = 0x0800" + (more.empty() ? "" : " and " + more) + ")";
+}
+
+// What is said of packets behind a type, and of those in a SNAP header, where # stands for the place of the
+// byte of the header whose number follows it.
+std::string behindTags(std::string const & expression, std::string const & inHeader = {})
+{
+    std::string depths[3];
+    for (unsigned int tags = 0; tags < 3; ++tags) {
+        std::string placed;
+        for (std::size_t i = 0; i < inHeader.size(); ++i) {
+            if (inHeader[i] != '#') {
+                placed += inHeader[i];
+                continue;
+            }
+            std::size_t digits = 0;
+            placed += std::to_string(std::stoul(inHeader.substr(i + 1), &digits) + 22 + 4 * tags);
+            i += digits;
+        }
+        depths[tags] = expression + " or " + inSNAP(tags, placed);
+    }
+    return behindTags(depths[0], depths[1], "(" + depths[2] + ")");
 }
 
 TEST(FilterDescription, IsTheOneThatWasGiven)
@@ -48,31 +73,46 @@ TEST(FilterDescription, OfAddressesNeedsNoTags)
               "not (ether src 02:00:00:00:00:0a or ether dst 02:00:00:00:00:0a)");
 }
 
-TEST(FilterDescription, OfIPLooksBehindTwoTags)
+TEST(FilterDescription, OfIPLooksBehindTwoTagsAndIntoSNAPHeaders)
 {
-    EXPECT_EQ(text(protocol(0x0800)), "ip or (vlan and (ip or (vlan and ip)))");
-    EXPECT_EQ(text(subprotocol(1)), behindTags("ip proto 1"));
-    EXPECT_EQ(text(address("10.0.0.1", 12)), behindTags("ip src host 10.0.0.1"));
-    EXPECT_EQ(text(address("10.0.0.1", 16)), behindTags("ip dst host 10.0.0.1"));
-    EXPECT_EQ(text(address("10.0.0.1", 20)), behindTags("ip[20:4] = 0x0a000001"));
+    EXPECT_EQ(
+        text(protocol(0x0800)),
+        "ip or (ether[12:2] < 0x600 and ether[14:2] = 0xaaaa and ether[16] = 0x03 and ether[20:2] = 0x0800)"
+        " or (vlan and "
+        "(ip or (ether[16:2] < 0x600 and ether[18:2] = 0xaaaa and ether[20] = 0x03 and ether[24:2] = 0x0800)"
+        " or (vlan and "
+        "(ip or (ether[20:2] < 0x600 and ether[22:2] = 0xaaaa and ether[24] = 0x03 and ether[28:2] = 0x0800)"
+        "))))");
+    EXPECT_EQ(text(subprotocol(1)), behindTags("ip proto 1", "ether[#9] = 1"));
+    EXPECT_EQ(text(address("10.0.0.1", 12)), behindTags("ip src host 10.0.0.1", "ether[#12:4] = 0x0a000001"));
+    EXPECT_EQ(text(address("10.0.0.1", 16)), behindTags("ip dst host 10.0.0.1", "ether[#16:4] = 0x0a000001"));
+    EXPECT_EQ(text(address("10.0.0.1", 20)),
+              behindTags("ip[20:4] = 0x0a000001", "ether[#20:4] = 0x0a000001"));
 }
 
 TEST(FilterDescription, OfAPortReadsLaterFragmentsToo)
 {
     std::string const source = "ip[(ip[0] & 0xf) << 2:2] = 80";
     std::string const destination = "ip[((ip[0] & 0xf) << 2) + 2:2] = 80";
-    auto const shown = [](std::string const & expression) {
-        return behindTags("(" + expression + ")", "(" + expression + ")", expression);
+    std::string const snapSource = "ether[((ether[#0] & 0xf) << 2) + #0:2] = 80";
+    std::string const snapDestination = "ether[((ether[#0] & 0xf) << 2) + #2:2] = 80";
+    std::string const either = " and (" + source + " or " + destination + ")";
+    std::string const snapEither = " and (" + snapSource + " or " + snapDestination + ")";
+    std::string const transports = "ip proto (6 or 17)";
+    std::string const snapTransports = "(ether[#9] = 6 or ether[#9] = 17)";
+    auto const shown = [](std::string const & expression, std::string const & inHeader) {
+        return behindTags("(" + expression + ")", inHeader);
     };
 
     EXPECT_EQ(text(port(80, CIPPortFilter::ptTCP)),
-              shown("ip proto 6 and (" + source + " or " + destination + ")"));
+              shown("ip proto 6" + either, "ether[#9] = 6" + snapEither));
     EXPECT_EQ(text(port(80, CIPPortFilter::ptUDP)),
-              shown("ip proto 17 and (" + source + " or " + destination + ")"));
-    EXPECT_EQ(text(port(80, CIPPortFilter::ptAny)),
-              shown("ip proto (6 or 17) and (" + source + " or " + destination + ")"));
-    EXPECT_EQ(text(port(80, CIPPortFilter::ptSource)), shown("ip proto (6 or 17) and " + source));
-    EXPECT_EQ(text(port(80, CIPPortFilter::ptDestination)), shown("ip proto (6 or 17) and " + destination));
+              shown("ip proto 17" + either, "ether[#9] = 17" + snapEither));
+    EXPECT_EQ(text(port(80, CIPPortFilter::ptAny)), shown(transports + either, snapTransports + snapEither));
+    EXPECT_EQ(text(port(80, CIPPortFilter::ptSource)),
+              shown(transports + " and " + source, snapTransports + " and " + snapSource));
+    EXPECT_EQ(text(port(80, CIPPortFilter::ptDestination)),
+              shown(transports + " and " + destination, snapTransports + " and " + snapDestination));
 }
 
 TEST(FilterDescription, OfAProtocolNamesEveryFraming)
@@ -117,10 +157,10 @@ TEST(FilterDescription, OfAProtocolHasTheFramingsThatItCanComeFrom)
 TEST(FilterDescription, SaysOnceWhatIsTheSameAtEveryDepth)
 {
     EXPECT_EQ(text(all(subprotocol(1), any(from(macA), to(macA)))),
-              "(ether src 02:00:00:00:00:0a or ether dst 02:00:00:00:00:0a) and (" +
-                  behindTags("ip proto 1") + ")");
+              "(ether src 02:00:00:00:00:0a or ether dst 02:00:00:00:00:0a) and (" + text(subprotocol(1)) +
+                  ")");
     EXPECT_EQ(text(any(subprotocol(1), from(macA))),
-              "ether src 02:00:00:00:00:0a or " + behindTags("ip proto 1"));
+              "ether src 02:00:00:00:00:0a or " + text(subprotocol(1)));
 }
 
 TEST(FilterDescription, LeavesOutWhatIsSaidAlready)
@@ -131,27 +171,78 @@ TEST(FilterDescription, LeavesOutWhatIsSaidAlready)
     EXPECT_EQ(text(all(all(from(macA)), any(from(macA)))), text(from(macA)));
     EXPECT_EQ(text(no(no(from(macA)))), text(from(macA)));
     EXPECT_EQ(text(no(all(no(from(macA))))), text(from(macA)));
-    EXPECT_EQ(text(any(protocol(0x0800), subprotocol(6))),
-              behindTags("ip or ip proto 6", "ip or ip proto 6", "(ip or ip proto 6)"));
+    EXPECT_EQ(text(any(protocol(0x0800), subprotocol(6))), behindTags("ip or ip proto 6"));
 }
 
 TEST(FilterDescription, SaysNotOfTheWholeWhereItCan)
 {
-    EXPECT_EQ(text(no(protocol(0x0800))), "not (ip or (vlan and (ip or (vlan and ip))))");
+    EXPECT_EQ(text(no(protocol(0x0800))), "not (" + text(protocol(0x0800)) + ")");
     EXPECT_EQ(text(all(no(protocol(0x0800)), no(subprotocol(1)))),
               "not (" + text(any(protocol(0x0800), subprotocol(1))) + ")");
     EXPECT_EQ(text(all(from(macA), no(protocol(0x0800)))),
-              "ether src 02:00:00:00:00:0a and not (ip or (vlan and (ip or (vlan and ip))))");
+              "ether src 02:00:00:00:00:0a and not (" + text(protocol(0x0800)) + ")");
 }
 
-TEST(FilterDescription, GuardsWhatWouldSelectTaggedFrames)
+// Of frames with more tags, and of those in a SNAP header.
+TEST(FilterDescription, GuardsWhatWouldSelectFramesThatItIsNotWrittenFor)
 {
-    std::string const guarded = "(not ether proto (0x8100 or 0x88a8 or 0x9100) and ";
-    std::string const inner = "((ether src 02:00:00:00:00:0a and not ip proto 6) or "
-                              "(ether src 02:00:00:00:00:0b and ip proto 17))";
+    auto const one = [](std::string const & tcp, std::string const & udp) {
+        return "((ether src 02:00:00:00:00:0a and not " + tcp + ") or (ether src 02:00:00:00:00:0b and " +
+               udp + "))";
+    };
+    auto const at = [&](unsigned int tags) {
+        std::string const field = "ether[" + std::to_string(31 + 4 * tags) + "] = ";
+        return "((not " + inSNAP(tags) + " and " + one("ip proto 6", "ip proto 17") + ") or " +
+               inSNAP(tags, one(field + "6", field + "17")) + ")";
+    };
+    std::string const guard = "(not ether proto (0x8100 or 0x88a8 or 0x9100) and ";
 
     EXPECT_EQ(text(any(all(from(macA), no(subprotocol(6))), all(from(macB), subprotocol(17)))),
-              behindTags(guarded + inner + ")", guarded + inner + ")", inner));
+              behindTags(guard + at(0) + ")", guard + at(1) + ")", at(2)));
+}
+
+// Of a protocol beside IP nothing holds in a packet of IP.
+TEST(FilterDescription, OfIPInSNAPHeadersLeavesOutWhatIsOfOtherProtocols)
+{
+    std::string const both = text(any(subprotocol(1), protocol(0x0806)));
+
+    EXPECT_EQ(both.substr(0, both.find(" or (vlan")),
+              "ip proto 1 or arp or (ether[12:2] < 0x600 and ether[14:2] = 0xaaaa and ether[16] = 0x03 and "
+              "ether[20:2] = 0x0806) or " +
+                  inSNAP(0, "ether[31] = 1"));
+}
+
+// So many compounds, one within the other, that each hold so many others beside.
+Filter compounds(unsigned int wide, unsigned int deep)
+{
+    Filter filter = from(macA);
+    for (unsigned int level = 0; level < deep; ++level) {
+        Filter next = level % 2 ? all() : any();
+        for (unsigned int i = 0; i < wide; ++i) {
+            unsigned int const number = level * wide + i;
+            Filter other = all(protocol(number), address("10.0.0.1", number + 20));
+            static_cast<CCompoundFilter &>(*next).Add(other.release());
+        }
+        static_cast<CCompoundFilter &>(*next).Add(filter.release());
+        filter = std::move(next);
+    }
+    return filter;
+}
+
+// What is made on the way, for each character of the text.
+double workOf(Filter const & filter)
+{
+    Allocations const allocations;
+    std::size_t const length = text(filter).size();
+    return static_cast<double>(allocations.count()) / static_cast<double>(length);
+}
+
+TEST(FilterDescription, TakesWorkLikeItsText)
+{
+    double const small = workOf(compounds(10, 2));
+
+    EXPECT_LT(workOf(compounds(1000, 2)), 1.5 * small);
+    EXPECT_LT(workOf(compounds(10, 200)), 1.5 * small);
 }
 
 TEST(FilterDescription, OfEverythingAndNothing)

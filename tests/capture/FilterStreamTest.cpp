@@ -186,6 +186,29 @@ TEST(FilterStream, ABombOfCompoundsIsRefused)
     EXPECT_EQ(unpackRaises(bomb).code, 2);
 }
 
+// What a stream may not hold doesn't get into one, also within a compound.
+TEST(FilterStream, WhatCouldNotBeReadIsNotPacked)
+{
+    auto const strange = static_cast<eOperation>(1);
+    auto const unknown = static_cast<CIPPortFilter::ePortType>(5);
+    auto const tcp = CIPPortFilter::ptTCP;
+    std::vector<Filter> refused;
+    refused.push_back(std::make_unique<CIPPortFilter>(80, unknown, eoEqual, "", false));
+    refused.push_back(std::make_unique<CIPPortFilter>(80, tcp, strange, "", false));
+    refused.push_back(std::make_unique<CIPAddrFilter>(1U, 12U, strange, "", false));
+    for (std::size_t i = 0; i < 3; ++i)
+        refused.push_back(any(from(macA), all(to(macA), Filter(refused[i]->Clone()))));
+
+    for (Filter const & filter : refused) {
+        ktools::CMemoryBuffer buffer;
+        EXPECT_EQ(raisedBy<CFilter::CException>([&] { filter->Pack(buffer); }).code, 1);
+        EXPECT_EQ(buffer.size, 0);
+    }
+    Filter const mode = compound(static_cast<CCompoundFilter::eMode>(7), from(macA));
+    EXPECT_EQ(unpackRaises(packedFilter(*mode)), nothingRaised)
+        << "which counts as all, and is packed as that";
+}
+
 TEST(FilterStream, WhatIsNestedTooDeepIsNotPacked)
 {
     Filter const tooDeep = nested(CFilter::deepestNesting + 1, from(macA));

@@ -2,6 +2,7 @@
 
 #include "tests/support/Filters.h"
 #include "tests/support/Frames.h"
+#include "tests/support/Raised.h"
 
 #include <gtest/gtest.h>
 
@@ -353,6 +354,66 @@ TEST(Filter, CloneSharesNothing)
     filter.reset();
 
     EXPECT_EQ(packedFilter(*clone), before);
+}
+
+CCompoundFilter & asCompound(CFilter & filter)
+{
+    return dynamic_cast<CCompoundFilter &>(filter);
+}
+
+// A stack that suffices for the bound is enough for all that can be built, whatever is added to what first.
+TEST(CompoundFilter, IsBuiltToABoundOfLevels)
+{
+    Filter deepest = nested(CFilter::deepestBuilding, from(macA));
+    EXPECT_TRUE(passes(deepest, ethernet(macB, macA, 0x88B5)));
+    EXPECT_EQ(deepest->GetDescription(), from(macA)->GetDescription());
+    EXPECT_TRUE(passes(Filter(deepest->Clone()), ethernet(macB, macA, 0x88B5)));
+
+    CCompoundFilter around("", false);
+    EXPECT_EQ(raisedBy<CFilter::CException>([&] { around.Add(deepest.release()); }).code, 1);
+    EXPECT_EQ(around.size(), 0U) << "what is too deep is deleted";
+}
+
+TEST(CompoundFilter, IsBuiltFromTheOutsideToTheSameBound)
+{
+    CCompoundFilter outermost("", false);
+    CCompoundFilter * innermost = &outermost;
+    for (unsigned int levels = 1; levels < CFilter::deepestBuilding; ++levels) {
+        innermost->Add(all().release());
+        innermost = &asCompound(*innermost->GetAt(0));
+    }
+
+    EXPECT_EQ(raisedBy<CFilter::CException>([&] { innermost->Add(all().release()); }).code, 1);
+    innermost->Add(from(macA).release());
+
+    // In the middle, what is added may have as many levels as are left.
+    CFilter * middle = &outermost;
+    for (int levels = 0; levels < 200; ++levels)
+        middle = asCompound(*middle).GetAt(0);
+    asCompound(*middle).Add(nested(CFilter::deepestBuilding - 201, from(macB)).release());
+    EXPECT_EQ(raisedBy<CFilter::CException>([&] {
+                  asCompound(*middle).Add(nested(CFilter::deepestBuilding - 200, from(macB)).release());
+              }).code,
+              1);
+    // A clone has its own bound, with no levels around it.
+    Filter const clone(asCompound(*middle).GetAt(1)->Clone());
+    asCompound(*clone).Add(nested(CFilter::deepestBuilding - 1, from(macB)).release());
+}
+
+// Whoever fills the list past Add builds what can't be cloned, but goes in peace.
+TEST(CompoundFilter, BuiltWithoutABoundIsDestroyedAndNotCloned)
+{
+    Filter filter = from(macA);
+    for (int levels = 0; levels < 300000; ++levels) {
+        auto next = std::make_unique<CCompoundFilter>("", false);
+        next->filters.push_back(filter.release());
+        filter = std::move(next);
+    }
+    ktools::CMemoryBuffer buffer;
+
+    EXPECT_EQ(raisedBy<CFilter::CException>([&] { static_cast<void>(filter->Clone()); }).code, 1);
+    EXPECT_EQ(raisedBy<CFilter::CException>([&] { filter->Pack(buffer); }).code, 1);
+    EXPECT_EQ(raisedBy<CFilter::CException>([&] { all(std::move(filter)); }).code, 1);
 }
 
 } // namespace

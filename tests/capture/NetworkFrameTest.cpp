@@ -234,4 +234,37 @@ TEST(Address, ReversesAnyLength)
     EXPECT_EQ(target, bytes("02 01 00 00"));
 }
 
+// A frame that keeps its bytes in two pieces, and shows them as one.
+class PiecedFrame : public CNetworkFrame
+{
+public:
+    PiecedFrame(Bytes front, Bytes back) { show(std::move(front), std::move(back)); }
+
+    void show(Bytes front, Bytes back)
+    {
+        m_bytes = std::move(front) + std::move(back);
+        Assign(nullptr, 0, 0);
+    }
+
+    unsigned char const * GetData() const override { return m_bytes.data(); }
+    int GetLength() const override { return 1000; }
+    unsigned int GetCapturedLength() const override { return static_cast<unsigned int>(m_bytes.size()); }
+
+private:
+    Bytes m_bytes;
+};
+
+TEST(NetworkFrame, AnalysesWhatAClassOfAHostsGives)
+{
+    PiecedFrame frame(ethernet(macB, macA, 0x0800), bytes("45 00"));
+
+    EXPECT_EQ(analysisOf(frame), (Analysis{1, 14, bytes("00 00 00 00 08 00"), bytes("00 00")}));
+    EXPECT_EQ(std::string(frame.AnalyzeFrame()->sourceMAC), macA);
+
+    frame.show(ethernet(macA, macB, 0x0806), {});
+
+    EXPECT_EQ(analysisOf(frame), (Analysis{1, 14, bytes("00 00 00 00 08 06"), bytes("00 00")}));
+    EXPECT_EQ(std::string(frame.AnalyzeFrame()->sourceMAC), macB);
+}
+
 } // namespace

@@ -1,4 +1,5 @@
 #include "ketstats/engine/StatManager.h"
+#include "ketstats/snapshot/StatSnapshot.h"
 
 #include "tests/support/Allocations.h"
 #include "tests/support/Frames.h"
@@ -240,6 +241,54 @@ TEST_F(StatManager, ExceptionReleasesTheGateAndSkipsTheHandler)
     manager.analyzeFrame(&frame);
     EXPECT_EQ(frames(), 1U);
     EXPECT_EQ(calls, 1);
+}
+
+TEST_F(StatManager, HookThatThrowsLeavesItIdleWithoutARequester)
+{
+    struct Failing : CNdisHook
+    {
+        long GetLinkSpeed() override { throw std::runtime_error("no adapter"); }
+        long GetMissedFrames() override
+        {
+            ++asked;
+            return 0;
+        }
+        int asked = 0;
+    } hook;
+    Hook working(800);
+    manager.beginAnalyzing(&working);
+    count(plainFrame(macB, macA, 60));
+    manager.endAnalyzing();
+    manager.enableStatistic(COid("1.2"));
+
+    EXPECT_THROW(static_cast<void>(manager.beginAnalyzing(&hook)), std::runtime_error);
+
+    EXPECT_FALSE(manager.analyzing());
+    EXPECT_EQ(frames(), 0U) << "the tree is clear";
+    EXPECT_EQ(manager.getLinkSpeed(), 100);
+    CStatSnapshot snapshot;
+    manager.initSnapshot(&snapshot);
+    EXPECT_EQ(hook.asked, 0) << "the hook may be gone by now";
+    EXPECT_TRUE(manager.beginAnalyzing(&working));
+}
+
+// A frame that fails when it is asked for its length.
+class LengthlessFrame : public Frame
+{
+public:
+    using Frame::Frame;
+    int GetLength() const override { throw std::runtime_error("no length"); }
+};
+
+TEST_F(StatManager, FrameIsCountedBeforeItsLengthIsAskedFor)
+{
+    LengthlessFrame frame(test::ethernet(macB, macA, 0x0800));
+    manager.beginAnalyzing(nullptr);
+
+    EXPECT_THROW(manager.analyzeFrame(&frame), std::runtime_error);
+
+    EXPECT_EQ(frames(), 1U);
+    EXPECT_EQ(data(), 0);
 }
 
 TEST_F(StatManager, DestructionEndsARunningAnalysis)

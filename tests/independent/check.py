@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Holds `ketmon read --json` against the independent count of count.py, whole trees, over capture files.
+"""Holds `ketmon read` against the independent count over capture files: the whole tree, `--tree --json`, against
+count.py, and the figures with what every table gave up, `--json`, against figures.py.
 
     check.py FILE_OR_FOLDER COMMAND...      the capture named, or those in the folder
     check.py --generate COMMAND...          captures made by generate.py
@@ -31,6 +32,17 @@ VARIANTS = {
     "flood": [[], ["--enable", "1.6", "--enable", "1.8"]],
 }
 
+# How many rows the tables keep. The count has the library's limits unless it is told, ketmon those of its own.
+USUAL = ["--rows", "all=16384"]
+STANDARD = ["--rows", "standard"]
+TIGHT = ["--rows", "all=7", "--rows", "station_tcp_ports=3", "--rows", "station_udp_ports=2"]
+MIXED = ["--rows", "standard", "--rows", "stations=1", "--rows", "ip_traffic=65534", "--rows", "arp=2",
+         "--rows", "udp_ports=1", "--rows", "mac_traffic=1000"]
+LIMITS = [(STANDARD, STANDARD), ([], USUAL), (TIGHT, TIGHT), (MIXED, MIXED)]
+
+# A form of ketmon's output, and the program that counts for it.
+FORMS = [(["--tree", "--json"], "count.py"), (["--json"], "figures.py")]
+
 
 def run(command):
     result = subprocess.run(command, capture_output=True, text=True)
@@ -39,16 +51,19 @@ def run(command):
     return result.stdout
 
 
-def differences(ketmon, capture, options, folder):
+def differences(ketmon, capture, options, expected_options, folder):
     counted = folder / "counted.json"
     expected = folder / "expected.json"
-    counted.write_text(run([*ketmon, "read", "--json", "--quiet", "--rows", "standard", str(capture), *options]))
-    expected.write_text(run([sys.executable, str(HERE / "count.py"), str(capture), *options]))
-    if not json.loads(expected.read_text())["statistics"]:
-        raise RuntimeError(f"{capture}: nothing was counted")
-    result = subprocess.run([sys.executable, str(HERE / "compare.py"), str(counted), str(expected)],
-                            capture_output=True, text=True)
-    return "" if result.returncode == 0 else result.stdout + result.stderr
+    for form, program in FORMS:
+        counted.write_text(run([*ketmon, "read", "-q", "--rows", "standard", *form, str(capture), *options]))
+        expected.write_text(run([sys.executable, str(HERE / program), str(capture), *expected_options]))
+        if not json.loads(expected.read_text())["statistics" if program == "count.py" else "tables"]:
+            raise RuntimeError(f"{capture}: nothing was counted")
+        result = subprocess.run([sys.executable, str(HERE / "compare.py"), str(counted), str(expected)],
+                                capture_output=True, text=True)
+        if result.returncode != 0:
+            return f"{' '.join(form)}\n{result.stdout}{result.stderr}"
+    return ""
 
 
 def captures(path):
@@ -70,8 +85,12 @@ def main():
             run([sys.executable, str(HERE / "generate.py"), str(path)])
         compared = failed = 0
         for capture in captures(path):
-            for options in VARIANTS.get(capture.stem, [[]]):
-                found = differences(ketmon, capture, options, folder)
+            variants = VARIANTS.get(capture.stem, [[]])
+            # Other limits change nothing of what the options do, so one of these is enough.
+            runs = [(options + limits, options + expected) for options in variants[-1:] for limits, expected in LIMITS]
+            runs += [(options + STANDARD, options + STANDARD) for options in variants[:-1]]
+            for options, expected in runs:
+                found = differences(ketmon, capture, options, expected, folder)
                 compared += 1
                 if found:
                     failed += 1

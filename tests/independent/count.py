@@ -6,13 +6,15 @@ one short function a step, no shortcuts for speed, and nothing in common with
 the library but the numbers that must come out.
 
     count.py FILE [--tcp-ports LOW-HIGH] [--udp-ports LOW-HIGH] [--enable OID]...
-             [--link-speed BITS]
+             [--link-speed BITS] [--rows TABLE=N]...
 
 FILE is a classic pcap file (either byte order, microseconds or nanoseconds) or
 a pcapng file, link type Ethernet. On stdout comes one JSON object,
 {"frames": N, "statistics": {...}}, with every group of the tree as a console
 shows it after one sample that spans the capture. What only a driver or a
-filter knows is 0; what isn't finite is null.
+filter knows is 0; what isn't finite is null. --rows sets how many rows a
+table keeps: TABLE is its name as in the other form, figures.py; "all" is each
+but those of the stations' ports, and "standard" brings back the usual ones.
 
 Exit code 2, with one line on stderr, if FILE can't be read to its end.
 """
@@ -110,6 +112,25 @@ def read_ip(frame, header):
 # ---------------------------------------------------------------- the tree
 
 
+class Ledger:
+    """What the rows of a table had counted that it gave up."""
+
+    def __init__(self):
+        self.rows = 0
+        self.columns = dict.fromkeys(
+            ("Frames transmitted", "Data transmitted", "Frames received", "Data received"), 0)
+
+    def take(self, row):
+        self.rows += 1
+        for name in self.columns:
+            self.columns[name] += row.get(name, 0)
+        # What is in a row goes with it.
+        for table in row.values():
+            if isinstance(table, Table):
+                for below in table.rows.values():
+                    table.ledger.take(below)
+
+
 class Table:
     """Rows by key, held in update order from the oldest to the newest.
 
@@ -117,9 +138,10 @@ class Table:
     evicted gives its id to the row that takes its place.
     """
 
-    def __init__(self, limit, new_row):
+    def __init__(self, limit, new_row, ledger=None):
         self.limit = limit
         self.new_row = new_row  # columns of a fresh row for a key, in order
+        self.ledger = Ledger() if ledger is None else ledger  # of all tables of a kind
         self.rows = OrderedDict()
         self.free_id = None
 
@@ -146,6 +168,7 @@ class Table:
 
     def delete_oldest(self):
         _, row = self.rows.popitem(last=False)
+        self.ledger.take(row)
         self.free_id = row["id"]
 
     def is_full(self):
@@ -170,7 +193,21 @@ def id_text(number):
     return "0x%X" % number
 
 
-def station_row(address):
+STANDARD_LIMITS = {
+    "stations": 200,
+    "protocols": 200,
+    "mac_traffic": 200,
+    "ip_traffic": 1000,
+    "arp": 200,
+    "ip_protocols": 200,
+    "tcp_ports": 1000,
+    "udp_ports": 1000,
+    "station_tcp_ports": 200,
+    "station_udp_ports": 200,
+}
+
+
+def station_row(address, limits, ledgers):
     return {
         "Station": mac_text(address),
         "Data transmitted": 0,
@@ -178,8 +215,8 @@ def station_row(address):
         "Data received": 0,
         "Frames received": 0,
         "Percentage": 0.0,
-        "TCP ports": Table(200, tcp_port_row),
-        "UDP ports": Table(200, udp_port_row),
+        "TCP ports": Table(limits["station_tcp_ports"], tcp_port_row, ledgers["tcp"]),
+        "UDP ports": Table(limits["station_udp_ports"], udp_port_row, ledgers["udp"]),
         "VLAN ID": "",
     }
 
@@ -247,7 +284,7 @@ def frame_table(names):
     return {name: {"Name": name, "Frames": 0, "Data": 0, "Percentage": 0.0} for name in names}
 
 
-def new_tree():
+def new_tree(limits, station_ledgers):
     """The whole tree in the order of its ids, all counters zero."""
     return {
         "Global statistics": {
@@ -285,15 +322,16 @@ def new_tree():
             "Frame sizes": frame_table(("<= 64 B", "64 - 128 B", "128 - 256 B", "256 - 512 B",
                                         "512 - 1024 B", "> 1024 B")),
         },
-        "Network stations": Table(200, station_row),
-        "Network protocols": Table(200, protocol_row),
-        "MAC traffic": Table(200, mac_connection_row),
-        "IP traffic": Table(1000, ip_connection_row),
-        "ARP connections": Table(200, arp_row),
-        "IP subprotocols": Table(200, subprotocol_row),
+        "Network stations": Table(limits["stations"],
+                                  lambda address: station_row(address, limits, station_ledgers)),
+        "Network protocols": Table(limits["protocols"], protocol_row),
+        "MAC traffic": Table(limits["mac_traffic"], mac_connection_row),
+        "IP traffic": Table(limits["ip_traffic"], ip_connection_row),
+        "ARP connections": Table(limits["arp"], arp_row),
+        "IP subprotocols": Table(limits["ip_protocols"], subprotocol_row),
         "IP ports": {
-            "TCP ports": Table(1000, tcp_port_row),
-            "UDP ports": Table(1000, udp_port_row),
+            "TCP ports": Table(limits["tcp_ports"], tcp_port_row),
+            "UDP ports": Table(limits["udp_ports"], udp_port_row),
         },
     }
 
@@ -326,11 +364,14 @@ class Counter:
     sub-protocols and ARP keep the order of creation and lose their first row.
     """
 
-    def __init__(self, enabled, port_ranges):
+    def __init__(self, enabled, port_ranges, limits=None):
         self.enabled = enabled
         self.port_ranges = port_ranges
         self.frames = 0
-        self.tree = new_tree()
+        self.limits = STANDARD_LIMITS if limits is None else limits
+        # Of the ports of all stations, those that were given up included.
+        self.station_ledgers = {"tcp": Ledger(), "udp": Ledger()}
+        self.tree = new_tree(self.limits, self.station_ledgers)
 
     def count(self, frame):
         media = analyze_media(frame)
@@ -671,6 +712,19 @@ def port_range(text):
     return int(low), int(high)
 
 
+def rows_of(limits, text):
+    """The limits with what one --rows says; a limit is one more than the rows."""
+    if text == "standard":
+        return dict(STANDARD_LIMITS)
+    name, sign, count = text.partition("=")
+    if not (sign and count.isdigit() and 1 <= int(count) <= 65534):
+        raise argparse.ArgumentTypeError("%r isn't TABLE=N" % text)
+    if name != "all" and name not in limits:
+        raise argparse.ArgumentTypeError("there is no table %r" % name)
+    return {table: int(count) + 1 if table == name or name == "all" and not table.startswith("station_") else limit
+            for table, limit in limits.items()}
+
+
 def parse_arguments():
     parser = argparse.ArgumentParser(description="Count an Ethernet capture.")
     parser.add_argument("file", metavar="FILE")
@@ -680,7 +734,11 @@ def parse_arguments():
                         choices=["1.%d" % group for group in range(1, 10)] + ["none"],
                         help="1.1 to 1.9, may be repeated, or none; all by default")
     parser.add_argument("--link-speed", type=int, default=0, metavar="BITS")
+    parser.add_argument("--rows", action="append", default=[], metavar="TABLE=N")
     arguments = parser.parse_args()
+    arguments.limits = dict(STANDARD_LIMITS)
+    for text in arguments.rows:
+        arguments.limits = rows_of(arguments.limits, text)
     if arguments.enable is None:
         arguments.enabled = set(range(1, 10))
     else:
@@ -688,21 +746,29 @@ def parse_arguments():
     return arguments
 
 
+def count_file(arguments):
+    """The counter, and the stamps of all frames from the first to the last."""
+    counter = Counter(arguments.enabled, {TCP: arguments.tcp_ports, UDP: arguments.udp_ports},
+                      arguments.limits)
+    with open(arguments.file, "rb") as file:
+        data = file.read()
+    stamps = []
+    for frame in read_frames(data):
+        stamps.append(frame.ticks)
+        counter.count(frame)
+    return counter, stamps
+
+
 def main():
     arguments = parse_arguments()
-    counter = Counter(arguments.enabled, {TCP: arguments.tcp_ports, UDP: arguments.udp_ports})
     try:
-        with open(arguments.file, "rb") as file:
-            data = file.read()
-        start = end = 0
-        for frame in read_frames(data):
-            start, end = start if counter.frames else frame.ticks, frame.ticks
-            counter.count(frame)
+        counter, stamps = count_file(arguments)
     except (OSError, CaptureError) as error:
         print("count.py: %s: %s" % (arguments.file, error), file=sys.stderr)
         return 2
     # The link's bytes per second stand in 32 bits.
-    derive(counter.tree, min(arguments.link_speed // 8, 2**31 - 1), start, end)
+    derive(counter.tree, min(arguments.link_speed // 8, 2**31 - 1), stamps[0] if stamps else 0,
+           stamps[-1] if stamps else 0)
     json.dump({"frames": counter.frames, "statistics": plain(counter.tree)}, sys.stdout)
     print()
     return 0

@@ -162,4 +162,13 @@ TEST(MemoryBuffer, InterleavedWritesAndReadsSeeTheSameBytes)
     }
 }
 
+TEST(MemoryBuffer, RefusesANegativeCount)
+{
+    for (int const count : {-1, INT_MIN})
+        EXPECT_EQ(raisedBy<CMemoryBuffer::CException>([&] { CMemoryBuffer const buffer("abc", count); }),
+                  (Raised{1, "MemoryBuffer", 34, true}));
+    CMemoryBuffer const none(nullptr, 0);
+    EXPECT_EQ(none.size, 0);
+}
+
 } // namespace

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
 #include <limits>
 
 using namespace KetStats;
@@ -391,6 +392,56 @@ TEST_F(StringStat, AssignCopiesAndRaisesTheFlag)
     std::string & text = stat;
     text += "er";
     EXPECT_EQ(stat.get(), "newer");
+}
+
+// A leaf of the host's, with four bytes at an odd address.
+class Unaligned : public CBaseValueStat
+{
+public:
+    Unaligned() : CBaseValueStat(nullptr, 1, macDescription, 4, odd()) {}
+
+    int collate(CBaseStat const & other) const override { return CBaseStat::compare(other); }
+    unsigned char * odd() { return bytes + (reinterpret_cast<std::uintptr_t>(bytes) % 2 == 0); }
+
+    unsigned char bytes[5] = {};
+};
+
+TEST(ValueStat, FourBytesNeedNoAlignment)
+{
+    Unaligned stat;
+    Unaligned other;
+    for (unsigned char i = 0; i < 4; ++i)
+        other.odd()[i] = static_cast<unsigned char>(i + 1);
+
+    EXPECT_TRUE(node(stat).compareAssign(other));
+    EXPECT_EQ(node(stat).compare(other), 0);
+    node(stat).reset();
+    EXPECT_EQ(node(stat).compare(other), -1);
+    node(stat).assign(other);
+    EXPECT_EQ(stat.odd()[3], 4);
+}
+
+TEST(DetachedStat, HasNoValueToTakeOrToGive)
+{
+    Counter detached;
+    Counter other;
+    Counter stat(nullptr, 1, counterDescription);
+    stat = 5U;
+
+    node(stat).assign(detached);
+    EXPECT_FALSE(node(stat).compareAssign(detached));
+    EXPECT_EQ(stat.get(), 5U);
+    node(detached).assign(stat);
+    EXPECT_FALSE(node(detached).compareAssign(stat));
+    EXPECT_EQ(node(detached).compare(stat), -1);
+    EXPECT_EQ(node(stat).compare(detached), 1);
+    EXPECT_EQ(node(detached).compare(other), 0);
+    EXPECT_FALSE(node(detached).compareAssign(other));
+    node(detached).reset();
+    CMemoryBuffer buffer;
+    node(detached).packValue(buffer, false);
+    node(detached).unpackValue(buffer);
+    EXPECT_EQ(buffer.size, 0);
 }
 
 } // namespace

@@ -68,6 +68,47 @@ TEST(PercentVal, ArithmeticWorksOnTheValue)
     EXPECT_EQ(static_cast<double>(value), 1.5);
 }
 
+TEST(PercentVal, ComparesWithNumbersAsWithPercentages)
+{
+    percentVal const value(12.341);
+
+    EXPECT_TRUE(value == 12.349);
+    EXPECT_TRUE(12.349 == value);
+    EXPECT_FALSE(value != 12.349);
+    EXPECT_TRUE(value != 12.35);
+    EXPECT_TRUE(percentVal(1.0) == 1.0);
+    EXPECT_TRUE(percentVal(1.0) == 1);
+    EXPECT_TRUE(percentVal(1.0) != 2U);
+}
+
+TEST(IPAddress, ComparesWithNumbersInNetworkOrder)
+{
+    CIPAddress const address(2);
+
+    EXPECT_TRUE(address == 2U);
+    EXPECT_TRUE(2U == address);
+    EXPECT_TRUE(address == 2);
+    EXPECT_TRUE(address != 3U);
+    EXPECT_TRUE(CIPAddress(0xFFFFFFFFU) == 0xFFFFFFFFU);
+    EXPECT_TRUE(CIPAddress(0xFFFFFFFFU) != 0);
+}
+
+std::string textOf(COid const & oid)
+{
+    return oid.toString();
+}
+
+TEST(Oid, ConvertsFromAPathAsFromAText)
+{
+    unsigned short const path[] = {1, 5, 2, 0};
+    unsigned short const * const none = nullptr;
+
+    EXPECT_EQ(textOf(path), "1.5.2");
+    EXPECT_EQ(textOf("1.5.2"), "1.5.2");
+    EXPECT_EQ(textOf(path + 3), "");
+    EXPECT_EQ(textOf(none), "");
+}
+
 COid parsed(char const * text)
 {
     return {text};

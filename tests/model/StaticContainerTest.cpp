@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <type_traits>
 
 using namespace KetStats;
 using ktools::CMemoryBuffer;
@@ -304,5 +305,23 @@ TEST(StaticContainer, DeltasCarryEveryChange)
         }
     }
 }
+
+// Something with a virtual table of its own, so that a node behind it doesn't stand at the start.
+struct Other
+{
+    virtual ~Other() = default;
+    int number = 0;
+};
+struct NodeFirst : CValueStat<unsigned int>, Other
+{};
+struct NodeLast : Other, CValueStat<unsigned int>
+{};
+
+static_assert(CBaseStat::isAtStartOf<CValueStat<unsigned int>>() && CBaseStat::isAtStartOf<CStringStat>());
+static_assert(CBaseStat::isAtStartOf<Nest>() && CBaseStat::isAtStartOf<NodeFirst>());
+static_assert(!CBaseStat::isAtStartOf<NodeLast>(), "such a child is refused when its group is compiled");
+
+static_assert(!std::is_copy_constructible_v<Pair> && !std::is_copy_assignable_v<Pair>);
+static_assert(!std::is_move_constructible_v<Nest>, "a copy of a group would be an empty husk");
 
 } // namespace

@@ -446,11 +446,11 @@ TEST(BuildFilter, AFailureOnTheWayLeavesNoFilterBehind)
     Nested nested;
     nested.inner.name = "inner";
     nested.outer.fails = true;
-    EXPECT_THROW(buildFilter(&nested.inner), std::runtime_error);
+    EXPECT_THROW(static_cast<void>(buildFilter(&nested.inner)), std::runtime_error);
     EXPECT_EQ(Selecting::Counted::living, 0);
 
     nested.middle.name = "middle";
-    EXPECT_THROW(buildFilter(&nested.inner), std::runtime_error);
+    EXPECT_THROW(static_cast<void>(buildFilter(&nested.inner)), std::runtime_error);
 
     EXPECT_EQ(Selecting::Counted::living, 0);
 }

@@ -438,4 +438,9 @@ TEST(AgentStatisticTables, PackTheirRowsBehindIdAndKey)
     EXPECT_EQ(packed(root.ipSubprotocols), bytes("00 00"));
 }
 
+static_assert(!std::is_copy_constructible_v<CStationStat> && !std::is_move_constructible_v<CStationStat>);
+static_assert(!std::is_copy_constructible_v<CIPConnectionStat> && !std::is_copy_constructible_v<CARPStat>);
+static_assert(!std::is_copy_constructible_v<CProtocolStat> && !std::is_copy_constructible_v<CTcpPortStat>);
+static_assert(!std::is_copy_constructible_v<CAgentStatistic> && !std::is_copy_assignable_v<CStationStat>);
+
 } // namespace

@@ -109,4 +109,17 @@ TEST(FixedPoint, GivesATextForWhatIsNoNumber)
     EXPECT_EQ(fixedPointToString(-std::numeric_limits<double>::infinity(), 0), "-inf");
 }
 
+TEST(FixedPoint, WritesNoMorePlacesThanAValueCanHave)
+{
+    double const smallest = std::numeric_limits<double>::denorm_min();
+    std::string const whole = fixedPointToString(smallest, 1074);
+
+    EXPECT_EQ(mostFractionDigits, 1100);
+    for (int const digits : {1101, 2000000000, std::numeric_limits<int>::max()}) {
+        EXPECT_EQ(fixedPointToString(smallest, digits), whole + std::string(1100 - 1074, '0'));
+        EXPECT_EQ(fixedPointToString(1.5, digits), "1.5" + std::string(1099, '0'));
+    }
+    EXPECT_EQ(fixedPointToString(1.5, 1100), "1.5" + std::string(1099, '0'));
+}
+
 } // namespace

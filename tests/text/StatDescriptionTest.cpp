@@ -42,6 +42,84 @@ TEST(StatDescription, MissingNameReadsUnknownStatistic)
     EXPECT_EQ(fetches.count(), 0);
 }
 
+// One of every class, with what can be read of it.
+struct Descriptions
+{
+    explicit Descriptions(unsigned int name, unsigned int unit, CStatDescription const * column)
+        : integer(name, unit),
+          numeric(name, unit),
+          text(name),
+          mac(name),
+          ip(name),
+          protocol(name),
+          children{column, column, nullptr},
+          group(name, children),
+          table(name, column)
+    {}
+
+    std::string shown() const
+    {
+        std::string all = integer.getUnit() + integer.getUnits() + integer.getAbbrev() + numeric.getUnit();
+        for (CStatDescription const * const one : std::initializer_list<CStatDescription const *>{
+                 &integer, &numeric, &text, &mac, &ip, &protocol, &group, &table}) {
+            all += one->getStringDescription() + std::to_string(one->getStatType()) +
+                   std::to_string(one->getSubStatsCount());
+            if (one->getSubStatsCount() != 0)
+                all += one->subStatDescription(0)->getStringDescription();
+        }
+        return all;
+    }
+
+    CNumericStatDescription<unsigned int> integer;
+    CNumericStatDescription<percentVal> numeric;
+    CStringStatDescription text;
+    CMACAddressStatDescription mac;
+    CIPAddressStatDescription ip;
+    CProtocolIdStatDescription protocol;
+    CStatDescription const * children[3];
+    CStructStatDescription group;
+    CDynamicArrayStatDescription table;
+};
+
+TEST(StatDescription, AssigningAnyOtherChangesNothing)
+{
+    CStringStatDescription const column("column");
+    CStringStatDescription const otherColumn("other column");
+    Descriptions one(1129, 1195, &column);
+    Descriptions const other(1130, 1169, &otherColumn);
+    std::string const before = Descriptions(1129, 1195, &column).shown();
+
+    one.integer = other.integer;
+    one.numeric = other.numeric;
+    one.text = other.text;
+    one.mac = other.mac;
+    one.ip = other.ip;
+    one.protocol = other.protocol;
+    one.group = other.group;
+    one.table = other.table;
+    static_cast<CNumericStatDescriptionBase &>(one.integer) = other.numeric;
+    static_cast<CValueStatDescription &>(one.text) = other.mac;
+    static_cast<CStatDescription &>(one.group) = other.table;
+
+    EXPECT_EQ(one.shown(), before);
+}
+
+TEST(StatDescription, CopyIsUnnamedAndHasNothingBelow)
+{
+    CStringStatDescription const column("column");
+    Descriptions const one(1129, 1195, &column);
+    CStructStatDescription const group(one.group);
+    CDynamicArrayStatDescription const table(one.table);
+
+    for (CStatDescription const * const copy :
+         std::initializer_list<CStatDescription const *>{&group, &table}) {
+        EXPECT_EQ(copy->getStringDescription(), "");
+        EXPECT_EQ(copy->getStatType(), CStatDescription::stNone);
+        EXPECT_EQ(copy->getSubStatsCount(), 0U);
+        EXPECT_EQ(copy->subStatDescription(0), nullptr);
+    }
+}
+
 TEST(NumericDescription, UnitsLoadTogether)
 {
     CIntegerStatDescription<unsigned int> const description(1129, 1169);

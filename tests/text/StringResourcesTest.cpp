@@ -181,4 +181,20 @@ TEST(DelayLoad, FindsTheCaptureLibraryBesideThisOne)
     EXPECT_EQ(delayLoadHook(platform::beforeLoadLibrary, &info), nullptr);
 }
 
+// Everything that the header declares can be called from outside of the library.
+TEST(ModulePath, IsThatOfTheLibrary)
+{
+    CModulePath path;
+
+    EXPECT_TRUE(path.init(CStringResources::instance().module));
+    std::string const directory = path.directory();
+
+    EXPECT_EQ(directory.back(), platform::pathSeparator);
+    char file[platform::maximumPath];
+    EXPECT_TRUE(path.locate(KNDISLIB_FILE, file));
+    EXPECT_EQ(file, directory + KNDISLIB_FILE);
+    initModulePath(nullptr); // only the first call, which the library makes, works
+    EXPECT_EQ(delayLoadHook(0, nullptr), nullptr);
+}
+
 } // namespace

@@ -25,7 +25,7 @@ def ketmon(*arguments):
 
 
 def statistics(*arguments):
-    run = ketmon(*arguments, "--json")
+    run = ketmon(*arguments, "--tree", "--json")
     assert run.returncode == 0, run.stderr
     return json.loads(run.stdout)["statistics"]
 
@@ -57,7 +57,7 @@ class Host(unittest.TestCase):
     def test_every_bundled_capture_is_read(self):
         for capture in sorted(CAPTURES.glob("*.pcap*")):
             with self.subTest(capture.name):
-                run = ketmon("read", str(capture), "--json")
+                run = ketmon("read", str(capture), "--tree", "--json")
                 self.assertEqual(run.returncode, 0, run.stderr)
                 self.assertIn("statistics", json.loads(run.stdout))
 

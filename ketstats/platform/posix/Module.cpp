@@ -1,4 +1,4 @@
-#include "ketstats/platform/Module.h"
+#include "ketstats/platform/Loader.h"
 
 #include <dlfcn.h>
 

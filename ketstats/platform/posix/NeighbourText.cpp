@@ -2,7 +2,9 @@
 
 #include <arpa/inet.h>
 
+#include <charconv>
 #include <cstdio>
+#include <cstring>
 #include <string>
 
 namespace KetStats::platform {
@@ -12,24 +14,42 @@ namespace {
 constexpr unsigned int completeFlag = 0x2;
 constexpr unsigned int dynamicEntry = 3;
 
+// The first six bytes, with zeros behind fewer. An interface without hardware addresses has none at all, and
+// the mask that follows them, which is always "*", is what is met then.
+bool parseHardwareAddress(char const * text, std::array<unsigned char, 6> & bytes)
+{
+    bytes = {};
+    if (std::strcmp(text, "*") == 0)
+        return true;
+    char const * const end = text + std::strlen(text);
+    for (unsigned char & byte : bytes) {
+        unsigned int octet = 0;
+        auto const read = std::from_chars(text, end, octet, 16);
+        if (read.ec != std::errc() || octet > 0xFF)
+            return false;
+        byte = static_cast<unsigned char>(octet);
+        if (read.ptr == end)
+            return true;
+        if (*read.ptr != ':')
+            return false;
+        text = read.ptr + 1;
+    }
+    return true;
+}
+
 bool parseLine(std::string const & line, CNeighbour & row)
 {
     char address[64] = "";
     unsigned int type = 0;
     unsigned int flags = 0;
-    unsigned int octets[6] = {};
-    if (std::sscanf(line.c_str(), "%63s %x %x %x:%x:%x:%x:%x:%x", address, &type, &flags, &octets[0],
-                    &octets[1], &octets[2], &octets[3], &octets[4], &octets[5]) != 9)
+    char hardwareAddress[64] = "";
+    if (std::sscanf(line.c_str(), "%63s %x %x %63s", address, &type, &flags, hardwareAddress) != 4 ||
+        !parseHardwareAddress(hardwareAddress, row.hardwareAddress))
         return false;
     in_addr parsed{};
     if (inet_pton(AF_INET, address, &parsed) != 1)
         return false;
     row.address = parsed.s_addr;
-    for (std::size_t i = 0; i < 6; ++i) {
-        if (octets[i] > 0xFF)
-            return false;
-        row.hardwareAddress[i] = static_cast<unsigned char>(octets[i]);
-    }
     row.type = (flags & completeFlag) != 0 ? dynamicEntry : CNeighbour::invalid;
     return true;
 }

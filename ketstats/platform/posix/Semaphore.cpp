@@ -1,5 +1,6 @@
 #include "ketstats/platform/Semaphore.h"
 
+#include <pthread.h>
 #include <semaphore.h>
 
 #include <cerrno>
@@ -18,11 +19,16 @@ CSemaphore::~CSemaphore()
     delete semaphore;
 }
 
+// Waiting is where the system would end a thread that was cancelled. What it waits for would then be handed to
+// nobody, and whoever counts on it would wait for good.
 void CSemaphore::wait()
 {
+    int state = PTHREAD_CANCEL_ENABLE;
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &state);
     // A signal handler that ran in between is no wake-up.
     while (sem_wait(static_cast<sem_t *>(m_handle)) != 0 && errno == EINTR) {
     }
+    pthread_setcancelstate(state, nullptr);
 }
 
 void CSemaphore::post()

@@ -38,7 +38,8 @@ std::vector<std::string> replay(std::string const & name, std::vector<std::strin
 
 ordered_json readStatistics(std::string const & name)
 {
-    return test::ketmon({"read", "--json", "--rows", "standard", capture(name)}).json()["statistics"];
+    return test::ketmon({"read", "--tree", "--json", "--rows", "standard", capture(name)})
+        .json()["statistics"];
 }
 
 // Takes out what depends on when samples were taken, and percentages to the hundredth within which they stay

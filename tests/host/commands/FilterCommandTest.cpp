@@ -35,7 +35,7 @@ CPrinted filter(std::string const & name, std::string const & oid, std::vector<s
 
 ordered_json statistics(std::string const & path, std::vector<std::string> const & more = {})
 {
-    std::vector<std::string> arguments{"read", "--json", path};
+    std::vector<std::string> arguments{"read", "--tree", "--json", path};
     arguments.insert(arguments.end(), more.begin(), more.end());
     return ketmon(arguments).json()["statistics"];
 }

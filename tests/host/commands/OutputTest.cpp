@@ -57,7 +57,7 @@ TEST(Output, OfAClosedStreamGoesIntoNoFile)
     for (char const * const where : {">&-", "2>&-", "<&- >&- 2>&-"}) {
         redirected(where,
                    {"filter", "--frames", capture("internet-mixed.pcap"), "1.8.101", "-w", file.path()});
-        Outcome const copy = test::ketmon({"read", "-q", "--json", file.path()});
+        Outcome const copy = test::ketmon({"read", "-q", "--tree", "--json", file.path()});
         if (copy.exitCode == 0)
             EXPECT_EQ(copy.json()["frames"], 383) << where;
         else

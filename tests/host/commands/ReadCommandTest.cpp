@@ -20,7 +20,7 @@ namespace {
 
 ordered_json read(std::string const & name, std::vector<std::string> const & more = {})
 {
-    std::vector<std::string> arguments = {"read", "--json", "--quiet", capture(name)};
+    std::vector<std::string> arguments = {"read", "--tree", "--json", "--quiet", capture(name)};
     arguments.insert(arguments.end(), more.begin(), more.end());
     Outcome const outcome = ketmon(arguments);
     EXPECT_EQ(outcome.exitCode, 0) << outcome.errors;
@@ -108,7 +108,7 @@ TEST(ReadCommand, CountsOnlyTheGroupsThatAreEnabled)
 
 TEST(ReadCommand, TextNamesValuesAndUnits)
 {
-    Outcome const outcome = ketmon({"read", capture("file-service-fragments.pcap")});
+    Outcome const outcome = ketmon({"read", "--tree", capture("file-service-fragments.pcap")});
 
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_THAT(outcome.output, HasSubstr("601 frames\n"));
@@ -123,7 +123,8 @@ TEST(ReadCommand, TextNamesValuesAndUnits)
 TEST(ReadCommand, TextHasTheMultiplierAndThePlacesAskedFor)
 {
     auto const line = [](std::vector<std::string> const & options) {
-        std::vector<std::string> arguments{"read", capture("internet-mixed.pcap"), "--enable", "none"};
+        std::vector<std::string> arguments{"read", "--tree", capture("internet-mixed.pcap"), "--enable",
+                                           "none"};
         arguments.insert(arguments.end(), options.begin(), options.end());
         std::string const output = ketmon(arguments).output;
         std::size_t const start = output.find("Global transmitted data");
@@ -158,7 +159,7 @@ TEST(ReadCommand, MultiplierAndPlacesMakeTextsOfJsonNumbers)
 
 TEST(ReadCommand, TextNamesSubProtocolsAndCountsPortsInDecimal)
 {
-    Outcome const outcome = ketmon({"read", capture("internet-mixed.pcap")});
+    Outcome const outcome = ketmon({"read", "--tree", capture("internet-mixed.pcap")});
 
     EXPECT_THAT(outcome.output, testing::ContainsRegex("\n   2  TCP  "));
     EXPECT_THAT(outcome.output, testing::ContainsRegex("\n   2  443  "));
@@ -214,8 +215,8 @@ TEST(ReadCommand, PortRangesDecideWhichPortsGetRows)
 TEST(ReadCommand, TextShowsTheBusiestRowsFirst)
 {
     std::string const file = capture("internet-mixed.pcap");
-    Outcome const few = ketmon({"read", file, "--top", "2"});
-    Outcome const all = ketmon({"read", file, "--top", "0"});
+    Outcome const few = ketmon({"read", "--tree", file, "--top", "2"});
+    Outcome const all = ketmon({"read", "--tree", file, "--top", "0"});
 
     EXPECT_THAT(few.output, HasSubstr("\n1.8 IP traffic (the busiest 2 of 121)\n"));
     EXPECT_THAT(few.output, HasSubstr("\n  101  54.192.94.30 "));
@@ -227,7 +228,9 @@ TEST(ReadCommand, TextShowsTheBusiestRowsFirst)
 
 TEST(ReadCommand, TakesTheFileAsAnOptionToo)
 {
-    EXPECT_EQ(ketmon({"read", "-r", capture("nanosecond-big-endian.pcap"), "--json"}).json()["frames"], 10);
+    EXPECT_EQ(
+        ketmon({"read", "-r", capture("nanosecond-big-endian.pcap"), "--json"}).json()["totals"]["frames"],
+        10);
 }
 
 TEST(ReadCommand, RefusesWhatIsNoCapture)
@@ -258,7 +261,7 @@ TEST(ReadCommand, CountsAFileThatIsCutShortUpToThere)
          {std::pair(whole.size() - 1, 9U), std::pair(std::size_t{24 + 16 + 3}, 0U),
           std::pair(std::size_t{24 + 7}, 0U)}) {
         TemporaryFile const cut(whole.substr(0, length));
-        expectDamage(ketmon({"read", "--json", "-q", cut.path()}),
+        expectDamage(ketmon({"read", "--tree", "--json", "-q", cut.path()}),
                      cut.path() + ": damaged behind frame " + std::to_string(frames) +
                          ": the file ends within",
                      frames);
@@ -273,7 +276,7 @@ TEST(ReadCommand, CountsAFileUpToADamagedRecord)
     damaged.replace(24 + 16 + captured + 8, 4, "\xFF\xFF\xFF\x7F");
     TemporaryFile const file(damaged);
 
-    expectDamage(ketmon({"read", "--json", "-q", file.path()}),
+    expectDamage(ketmon({"read", "--tree", "--json", "-q", file.path()}),
                  file.path() + ": damaged behind frame 1: ", 1);
 }
 
@@ -282,8 +285,8 @@ TEST(ReadCommand, CountsSeveralFilesAsOne)
     ordered_json const one = read("internet-mixed.pcap");
     ordered_json const other = read("many-stations-arp.pcap");
     Outcome const both =
-        ketmon({"read", "--json", "-q", capture("internet-mixed.pcap"), capture("many-stations-arp.pcap")});
-    Outcome const swapped = ketmon({"read", "--json", "-q", "-r", capture("many-stations-arp.pcap"), "-r",
+        ketmon({"read", "--tree", "--json", "-q", capture("internet-mixed.pcap"), capture("many-stations-arp.pcap")});
+    Outcome const swapped = ketmon({"read", "--tree", "--json", "-q", "-r", capture("many-stations-arp.pcap"), "-r",
                                     capture("internet-mixed.pcap")});
 
     EXPECT_EQ(both.exitCode, 0) << both.errors;
@@ -295,7 +298,7 @@ TEST(ReadCommand, ReadsTheOtherFilesBesideADamagedOne)
 {
     TemporaryFile const cut(fileContents(capture("nanosecond-big-endian.pcap")).substr(0, 24 + 7));
     Outcome const outcome =
-        ketmon({"read", "--json", "-q", "/no/such/file", capture("internet-mixed.pcap"), cut.path()});
+        ketmon({"read", "--tree", "--json", "-q", "/no/such/file", capture("internet-mixed.pcap"), cut.path()});
 
     EXPECT_EQ(outcome.exitCode, 2);
     EXPECT_EQ(outcome.json()["frames"], 4709);
@@ -313,9 +316,9 @@ TEST(ReadCommand, ReadsTheStandardInput)
     };
     std::string const file = "'" + capture("internet-mixed.pcap") + "'";
 
-    EXPECT_EQ(count("cat " + file + " | '" + program + "' read -q --json -"), 4709);
-    EXPECT_EQ(count("'" + program + "' read -q --json - < " + file), 4709);
-    EXPECT_EQ(count("gzip -c " + file + " | '" + program + "' read -q --json -r -"), 4709);
+    EXPECT_EQ(count("cat " + file + " | '" + program + "' read -q --tree --json -"), 4709);
+    EXPECT_EQ(count("'" + program + "' read -q --tree --json - < " + file), 4709);
+    EXPECT_EQ(count("gzip -c " + file + " | '" + program + "' read -q --tree --json -r -"), 4709);
     expectRefused(ketmon({"read", "-", "-"}), "-: the standard input can be read only once");
     expectRefused(ketmon({"read", "-"}), "-: the file is too short for a capture");
 }
@@ -337,7 +340,7 @@ TEST(ReadCommand, TellsFramesThatItLeftOut)
     test::BlockBuilder const in;
     TemporaryFile const file(in.section() + in.interface("", 65535, 113) + in.interface() +
                              in.enhanced(1, "cooked", 0) + in.enhanced(2, std::string(60, 'x'), 1));
-    Outcome const outcome = ketmon({"read", "-q", "--json", file.path()});
+    Outcome const outcome = ketmon({"read", "-q", "--tree", "--json", file.path()});
 
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_EQ(outcome.json()["frames"], 1);
@@ -385,7 +388,12 @@ TEST(ReadCommand, RefusesBadArguments)
     std::string const file = capture("empty.pcap");
 
     expectRefused(ketmon({"read"}), "FILE");
-    expectRefused(ketmon({"read", file, "--enable", "1.10"}), "1.10 can't be enabled");
+    expectRefused(ketmon({"read", file, "--enable", "1.10"}), "1.10 can't be enabled; it follows 1.8");
+    expectRefused(ketmon({"read", file, "--enable", "1.11.1"}), "1.11.1 can't be enabled; it follows 1.8");
+    expectRefused(ketmon({"read", file, "--enable", "1.5.2"}), "1.5.2 can't be enabled; it follows 1.5");
+    for (char const * const none : {"1", "1.0", "1.12", "2.5"})
+        expectRefused(ketmon({"read", file, "--enable", none}),
+                      "can't be enabled; the groups are 1.1 to 1.9");
     expectRefused(ketmon({"read", file, "--enable", "1.x"}), "'1.x'");
     expectRefused(ketmon({"read", file, "--enable", ""}), "''");
     expectRefused(ketmon({"read", file, "--link-speed", "-5"}), "link-speed");
@@ -403,6 +411,76 @@ TEST(ReadCommand, RefusesBadArguments)
     expectRefused(ketmon({"read", file, "--no-such-option"}), "no-such-option");
     expectRefused(ketmon({"nonsense"}), "nonsense");
     expectRefused(ketmon({}), "--help");
+}
+
+TEST(ReadCommand, FiguresComeInTheFormThatIsTold)
+{
+    ordered_json const document =
+        ketmon({"read", "--json", capture("internet-mixed.pcap"), "--filter", "tcp"}).json();
+
+    EXPECT_EQ(document["format"], "ketmon/2");
+    EXPECT_EQ(document["source"]["kind"], "file");
+    EXPECT_EQ(document["source"]["name"], capture("internet-mixed.pcap"));
+    EXPECT_EQ(document["totals"]["frames"], 4709);
+    EXPECT_EQ(document["filter"]["accepted"], 4321);
+    EXPECT_EQ(document["errors"]["crc_errors"], nullptr) << "a file has no adapter";
+    EXPECT_EQ(document["tables"].size(), 10U);
+    EXPECT_EQ(document["tables"]["ip_traffic"]["rows"].size(), 121U) << "all of them";
+}
+
+TEST(ReadCommand, FiguresOfGroupsThatAreOffAreNull)
+{
+    ordered_json const tables =
+        ketmon({"read", "--json", capture("internet-mixed.pcap"), "--enable", "1.5"}).json()["tables"];
+
+    EXPECT_EQ(tables["ip_traffic"]["rows"], nullptr);
+    EXPECT_EQ(tables["frame_types"]["rows"], nullptr);
+    EXPECT_EQ(tables["stations"]["rows"][0]["tcp_ports"], nullptr);
+    EXPECT_TRUE(tables["mac_traffic"]["rows"].is_array());
+}
+
+TEST(ReadCommand, ChoosesSortsAndCutsTablesInEveryForm)
+{
+    std::vector<std::string> const choice{"--select", "ip_traffic", "--sort", "bytes", "--top", "1"};
+    auto const read = [&](std::vector<std::string> form) {
+        form.insert(form.begin(), {"read", capture("internet-mixed.pcap")});
+        form.insert(form.end(), choice.begin(), choice.end());
+        return ketmon(form);
+    };
+
+    ordered_json const figures = read({"--json"}).json()["tables"];
+    ASSERT_EQ(figures.size(), 1U);
+    ASSERT_EQ(figures["ip_traffic"]["rows"].size(), 1U);
+    EXPECT_EQ(figures["ip_traffic"]["rows"][0]["bytes"], 519578);
+
+    ordered_json const tree = read({"--tree", "--json"}).json()["statistics"];
+    EXPECT_EQ(tree.size(), 2U) << "the totals come along";
+    ASSERT_EQ(tree["IP traffic"].size(), 1U);
+    EXPECT_EQ(tree["IP traffic"][0]["Data transmitted"], 519578);
+
+    std::string const text = read({"--tree", "--exact"}).output;
+    EXPECT_THAT(text, HasSubstr("\n1.8 IP traffic (the first 1 of 121 by bytes)\n"));
+    EXPECT_THAT(text, HasSubstr(" 519578 "));
+    EXPECT_THAT(text, Not(HasSubstr("1.5 Network stations")));
+}
+
+TEST(ReadCommand, RefusesTablesAndColumnsThatAreNone)
+{
+    std::string const file = capture("empty.pcap");
+
+    expectRefused(ketmon({"read", file, "--select", "trafic"}), "--select: 'trafic' is no table; there are ");
+    expectRefused(ketmon({"read", file, "--select", "1.8.1"}), "--select: '1.8.1' leads to no statistic");
+    expectRefused(ketmon({"read", file, "--select", ""}), "--select");
+    expectRefused(ketmon({"read", file, "--sort", "size"}), "--sort: 'size' is no column of any table");
+    expectRefused(ketmon({"read", file, "--select", "arp", "--sort", "bytes"}),
+                  "there are address, mac_address");
+    expectRefused(ketmon({"read", file, "--json", "--precision", "2"}), "--precision");
+}
+
+TEST(Program, ShowsNamesThatATerminalWouldObeyWithEscapes)
+{
+    expectRefused(ketmon({"read", "/no/such/\033[31mfile"}), "/no/such/\\x1b[31mfile");
+    expectRefused(ketmon({"\033[2J"}), "there is no command '\\x1b[2J'");
 }
 
 TEST(Program, HelpsAndTellsItsVersion)

@@ -21,8 +21,8 @@ class SavedSnapshots
 public:
     explicit SavedSnapshots(std::string const & name, std::string const & interval)
         : m_base(""),
-          m_read(ketmon(
-              {"read", "--json", capture(name), "--interval", interval, "--save-snapshot", m_base.path()}))
+          m_read(ketmon({"read", "--tree", "--json", capture(name), "--interval", interval, "--save-snapshot",
+                         m_base.path()}))
     {
         for (unsigned int i = 0; std::filesystem::exists(path(i)); ++i)
             m_paths.push_back(path(i));
@@ -55,8 +55,9 @@ TEST(ShowCommand, ShowsASavedSnapshotAsReadDoes)
     for (std::string const & name : test::captures()) {
         TemporaryFile const saved("");
         for (std::string const format : {"--json", "--top=0"}) {
-            Outcome const read = ketmon({"read", format, capture(name), "--save-snapshot", saved.path()});
-            Outcome const show = ketmon({"show", format, saved.path()});
+            Outcome const read =
+                ketmon({"read", "--tree", format, capture(name), "--save-snapshot", saved.path()});
+            Outcome const show = ketmon({"show", "--tree", format, saved.path()});
 
             EXPECT_EQ(show.exitCode, 0) << show.errors;
             EXPECT_EQ(show.output, read.output) << name;
@@ -69,14 +70,14 @@ TEST(ShowCommand, FollowsDeltas)
     SavedSnapshots const saved("many-connections.pcap", "0.5");
     ASSERT_EQ(saved.read().exitCode, 0) << saved.read().errors;
     ASSERT_GT(saved.paths().size(), 2U);
-    std::vector<std::string> arguments = {"show", "--json"};
+    std::vector<std::string> arguments = {"show", "--tree", "--json"};
     arguments.insert(arguments.end(), saved.paths().begin(), saved.paths().end());
 
     Outcome const show = ketmon(arguments);
 
     EXPECT_EQ(show.output, saved.read().output) << show.errors;
     // One sample or many come to the same but for the number of them.
-    ordered_json whole = ketmon({"read", "--json", capture("many-connections.pcap")}).json();
+    ordered_json whole = ketmon({"read", "--tree", "--json", capture("many-connections.pcap")}).json();
     whole["statistics"]["Global statistics"]["Sample number"] = saved.paths().size();
     EXPECT_EQ(show.json(), whole);
 }
@@ -85,7 +86,7 @@ TEST(ShowCommand, KnowsTheOrderOfItsFiles)
 {
     SavedSnapshots const saved("many-connections.pcap", "0.5");
     ASSERT_GT(saved.paths().size(), 3U);
-    std::vector<std::string> arguments = {"show", "--json"};
+    std::vector<std::string> arguments = {"show", "--tree", "--json"};
     arguments.insert(arguments.end(), saved.paths().rbegin(), saved.paths().rend());
     std::swap(arguments[3], arguments.back());
 
@@ -206,7 +207,7 @@ TEST(ReadCommand, DerivesUtilisationFromTheLinkSpeed)
 {
     std::string const file = capture("internet-mixed.pcap");
     auto const group = [&](std::string const & speed) {
-        return ketmon({"read", "--json", file, "--link-speed", speed})
+        return ketmon({"read", "--tree", "--json", file, "--link-speed", speed})
             .json()["statistics"]["Global statistics"];
     };
 

@@ -93,16 +93,28 @@ TEST(NeighbourText, PassesOverWhatItCannotRead)
     for (std::string const & damaged :
          {std::string("\n"), std::string("nonsense\n"), std::string(300, 'x') + "\n", line("192.0.2"),
           line("192.0.2.256"), line("192.0.2.1.1"), line("fe80::1"), line("::ffff:192.0.2.1"), line("*"),
-          line("192.0.2.1", "*"), line("192.0.2.1", "0x2", "*"), line("192.0.2.1", "0x2", "00:11:22:33:44"),
+          line("192.0.2.1", "*"), line("192.0.2.1", "0x2", "00:"), line("192.0.2.1", "0x2", ":00"),
           line("192.0.2.1", "0x2", "00-11-22-33-44-55"), line("192.0.2.1", "0x2", "00:11:22:33:44:gg"),
-          line("192.0.2.1", "0x2", "00:11:22:33:44:155"), line("192.0.2.1", "0x2", ""),
-          std::string("192.0.2.1         0x1         0x2\n")}) {
+          line("192.0.2.1", "0x2", "00:11:22:33:44:155"), line("192.0.2.1", "0x2", "0x11"),
+          line("192.0.2.1", "0x2", "-1"), std::string("192.0.2.1         0x1         0x2\n")}) {
         Parsed const table = parsed(heading + line("192.0.2.7") + damaged + line("192.0.2.9"));
         EXPECT_TRUE(table.complete) << damaged;
         ASSERT_EQ(table.rows.size(), 2U) << damaged;
         EXPECT_EQ(dotted(table.rows[0]), "192.0.2.7") << damaged;
         EXPECT_EQ(dotted(table.rows[1]), "192.0.2.9") << damaged;
     }
+}
+
+TEST(NeighbourText, TakesAShorterHardwareAddressWithZerosBehindIt)
+{
+    Parsed const table = parsed(heading + line("192.0.2.1", "0x2", "00:11:22:33:44") +
+                                line("192.0.2.2", "0x2", "fe") + line("192.0.2.3", "0x2", ""));
+
+    ASSERT_EQ(table.rows.size(), 3U);
+    EXPECT_EQ(table.rows[0].hardwareAddress, (std::array<unsigned char, 6>{0, 0x11, 0x22, 0x33, 0x44, 0}));
+    EXPECT_EQ(table.rows[1].hardwareAddress, (std::array<unsigned char, 6>{0xFE, 0, 0, 0, 0, 0}));
+    EXPECT_EQ(table.rows[2].hardwareAddress, (std::array<unsigned char, 6>{}));
+    EXPECT_NE(table.rows[0].type, CNeighbour::invalid);
 }
 
 TEST(NeighbourText, TakesSixBytesOfALongerHardwareAddress)
