@@ -23,6 +23,7 @@ void addReadCommand(CLI::App & app)
         ->allow_extra_args(false)
         ->type_name("FILE");
     addReportOptions(*command, options->report);
+    addHostNameOption(*command, options->report);
     addAnalysisOptions(*command, options->analysis);
     CLI::Option * const save = command
                                    ->add_option("--save-snapshot", options->recording.path,

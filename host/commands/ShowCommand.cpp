@@ -60,6 +60,7 @@ void addShowCommand(CLI::App & app)
     command->add_option("FILE", options->files, "A full snapshot and the deltas behind it, in any order")
         ->required();
     addReportOptions(*command, options->report);
+    addHostNameOption(*command, options->report);
     command->callback([options] { showSnapshots(*options); });
 }
 

@@ -45,6 +45,7 @@ void CFileCount::run(std::vector<std::string> const & files, bool quiet, CCaptur
             m_recording->advance(captured.ticks);
             frame.Assign(captured.data, captured.capturedLength, captured.length);
             m_manager.analyzeFrame(&frame);
+            m_oddities.count(frame);
             if (filter && filter->passes(captured))
                 m_recording->passed(frame);
             m_summary.add(captured);
@@ -65,6 +66,7 @@ CSampleFacts CFileCount::facts() const
     facts.time = m_summary.last;
     facts.counted = countedGroups(m_manager);
     facts.filterGiven = m_filtering;
+    facts.odd = m_oddities.figures();
     facts.givenUp = m_recording->snapshot().getGivenUp();
     if (m_recordingOptions.linkBits > 0)
         facts.source.linkBitsPerSecond = m_recordingOptions.linkBits;

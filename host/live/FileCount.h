@@ -3,6 +3,7 @@
 #include "host/capture/CaptureExpression.h"
 #include "host/capture/CaptureSummary.h"
 #include "host/live/AnalysisOptions.h"
+#include "host/live/FrameOddities.h"
 #include "host/live/Recording.h"
 #include "host/render/SampleFacts.h"
 
@@ -45,6 +46,7 @@ private:
     CRecordingOptions m_recordingOptions;
     CCaptureSummary m_summary;
     std::unique_ptr<CRecording> m_recording;
+    CFrameOddities m_oddities;
     bool m_filtering = false;
 };
 

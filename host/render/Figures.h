@@ -45,6 +45,16 @@ struct CErrorFigure
     CCount count;     // absent where no adapter tells
 };
 
+// Frames that something may be wrong with. Lengths are those on the wire, with the frame check sequence.
+struct COddFigures
+{
+    CCount cut;       // captured in part
+    CCount fragments; // of IPv4 packets
+    CCount overlong;  // than Ethernet has without agreement: 1,518 bytes, 1,526 with VLAN tags
+    CCount headless;  // without a whole Ethernet header
+    CCount longest;   // bytes of the longest frame
+};
+
 // A row of any table. Which fields a row has follows from its table.
 struct CRowFigures
 {
@@ -118,6 +128,7 @@ struct CFigures
     CRateFigures rates;
 
     CCount received, droppedByKernel, droppedByInterface;
+    COddFigures odd;
     std::vector<CErrorFigure> errors;
     CRatio accuracy; // frames counted, of these and the ones that are known as lost
 

@@ -1,7 +1,9 @@
 #include "host/render/Report.h"
 
 #include "host/render/FiguresJson.h"
+#include "host/render/HostNames.h"
 #include "host/render/JsonTree.h"
+#include "host/render/PrintedReport.h"
 #include "host/render/TableChoice.h"
 #include "host/render/TextTree.h"
 #include "host/support/Escaped.h"
@@ -33,15 +35,23 @@ void addReportOptions(CLI::App & command, CReportOptions & options)
         ->check(notEmpty())
         ->type_name("COLUMN");
     command
-        .add_option("--top", options.top,
-                    "How many rows of a table to print, the busiest first; 0 for all. JSON has all unless "
-                    "given")
+        .add_option(
+            "--top", options.top,
+            fmt::format("How many rows of a table to print, the busiest first; 0 for all. {} in a report "
+                        "and {} in a tree unless given; JSON has all",
+                        CReportOptions::reportTop, CReportOptions::usualTop))
         ->check(notEmpty())
-        ->default_str(fmt::format("{}", CReportOptions::usualTop))
         ->type_name("N");
     command.add_flag("-n,--numeric", options.numeric, "Only numbers, without the names that they stand for");
     command.add_flag("--exact", options.exact, "Write all digits of large numbers");
     addValueTextOptions(command, options.values);
+}
+
+void addHostNameOption(CLI::App & command, CReportOptions & options)
+{
+    options.hasReport = true;
+    command.add_flag("--dns", options.dns,
+                     "Ask the DNS for the names of the hosts that the report shows, for 5 seconds at most");
 }
 
 void check(CReportOptions const & options)
@@ -51,6 +61,14 @@ void check(CReportOptions const & options)
     if (options.json && !options.tree && options.values.given())
         throw CFailure(exitBadInput, "--multiplier and --precision write texts; --json has numbers, and only "
                                      "that of --tree takes them");
+    if (options.hasReport && !options.json && !options.tree && options.values.given())
+        throw CFailure(exitBadInput, "--multiplier and --precision are for --tree; the report has --exact");
+    if (options.dns && options.numeric)
+        throw CFailure(exitBadInput, "--dns asks for names, and --numeric leaves them out");
+    if (options.dns && (options.json || options.tree))
+        throw CFailure(exitBadInput, "--dns names hosts in the report, which --json and --tree don't print");
+    if (options.dns && hostNameResolver().empty())
+        throw CFailure(exitBadInput, "--dns: this ketmon was built without c-ares, which asks the DNS");
 }
 
 CReport::CReport(CReportOptions const & options)
@@ -115,6 +133,8 @@ std::string output(CReportOptions const & options, CFigures const & figures,
 {
     if (options.json && !options.tree)
         return documentText(figuresJson(figures, options));
+    if (!options.tree)
+        return printedReport(options, figures);
     return CReport(options).whole(figures.source.name, frames, tree);
 }
 

@@ -19,6 +19,7 @@ namespace ketmon {
 struct CReportOptions
 {
     static constexpr unsigned int usualTop = 20;
+    static constexpr unsigned int reportTop = 10; // the report has more tables than any screen
 
     bool json = false;
     bool tree = false;               // the whole tree by its descriptions
@@ -26,6 +27,8 @@ struct CReportOptions
     std::string sort;                // a column; the busiest rows come first if it is empty
     std::optional<unsigned int> top; // rows of a table, 0 for all
     bool numeric = false;            // no names beside numbers
+    bool dns = false;                // names of hosts, too, for which the DNS is asked
+    bool hasReport = false;          // the command prints a report unless JSON or the tree is asked for
     bool exact = false;              // all digits
     CValueTextOptions values;
 
@@ -35,6 +38,9 @@ struct CReportOptions
 
 // The options --json, --tree, --select, --sort, --top, --numeric, --exact, --multiplier and --precision.
 void addReportOptions(CLI::App & command, CReportOptions & options);
+
+// The option --dns, for the commands that print a report; the others above must be there, too.
+void addHostNameOption(CLI::App & command, CReportOptions & options);
 
 // Throws CFailure, exit code 2, for options that don't go together or name what isn't there.
 void check(CReportOptions const & options);

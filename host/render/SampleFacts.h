@@ -26,6 +26,7 @@ struct CSampleFacts
     CCount sample;                         // what the tree says unless given
 
     CCount received, droppedByKernel, droppedByInterface;
+    COddFigures odd;
 
     CGroupSet counted;                         // groups that are on, and selected where there is a selection
     CErrorSet told;                            // error counters that the adapter has figures for

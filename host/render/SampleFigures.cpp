@@ -92,6 +92,7 @@ CFigures CFiguresMaker::made()
     m_figures.received = m_facts.received;
     m_figures.droppedByKernel = m_facts.droppedByKernel;
     m_figures.droppedByInterface = m_facts.droppedByInterface;
+    m_figures.odd = m_facts.odd;
     addGlobal();
     addErrors();
     addFilter();

@@ -15,4 +15,7 @@ bool isTerminal(std::FILE * stream);
 
 CTerminalSize terminalSize(std::FILE * stream);
 
+// Whether text may have more than ASCII: in the user's locale, or on the console.
+bool showsUtf8();
+
 } // namespace ketmon

@@ -1,5 +1,9 @@
 #include "host/support/Terminal.h"
 
+#include <cstring>
+
+#include <langinfo.h>
+#include <locale.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -16,6 +20,17 @@ CTerminalSize terminalSize(std::FILE * stream)
     if (ioctl(fileno(stream), TIOCGWINSZ, &size) != 0)
         return {};
     return {size.ws_row, size.ws_col};
+}
+
+// The program itself stays in the C locale, where numbers are written as programs expect them.
+bool showsUtf8()
+{
+    locale_t const locale = newlocale(LC_CTYPE_MASK, "", nullptr);
+    if (!locale)
+        return false;
+    bool const utf8 = std::strcmp(nl_langinfo_l(CODESET, locale), "UTF-8") == 0;
+    freelocale(locale);
+    return utf8;
 }
 
 } // namespace ketmon

@@ -32,4 +32,9 @@ CTerminalSize terminalSize(std::FILE * stream)
             static_cast<unsigned int>(info.srWindow.Right - info.srWindow.Left + 1)};
 }
 
+bool showsUtf8()
+{
+    return GetConsoleOutputCP() == CP_UTF8;
+}
+
 } // namespace ketmon

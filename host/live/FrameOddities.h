@@ -1,0 +1,34 @@
+#pragma once
+
+#include "host/render/Figures.h"
+
+#include "ketstats/ketstats.h"
+
+#include <cstdint>
+
+namespace ketmon {
+
+// Counts frames that something may be wrong with, which the tree doesn't tell apart. Costs a few nanoseconds a
+// frame that is analysed already.
+class CFrameOddities
+{
+public:
+    CFrameOddities();
+
+    void count(CNetworkFrame & frame);
+
+    COddFigures figures() const;
+
+private:
+    bool isFragment(CNetworkFrame & frame) const;
+
+    CProtocolId m_ipv4;
+    std::uint64_t m_frames = 0;
+    std::uint64_t m_cut = 0;
+    std::uint64_t m_fragments = 0;
+    std::uint64_t m_overlong = 0;
+    std::uint64_t m_headless = 0;
+    std::uint64_t m_longest = 0;
+};
+
+} // namespace ketmon

@@ -1,0 +1,175 @@
+#include "host/render/ReportText.h"
+
+#include "host/render/Picture.h"
+#include "host/support/Escaped.h"
+
+#include <fmt/core.h>
+
+#include <map>
+
+namespace ketmon {
+
+namespace {
+
+std::string sourceName(CSourceFigures const & source)
+{
+    std::string name = escaped(source.name);
+    if (source.agent && *source.agent != source.name)
+        name = escaped(*source.agent) + (name.empty() ? "" : " (" + name + ")");
+    if (source.linkType != "ethernet")
+        name += ", " + escaped(source.linkType);
+    return name;
+}
+
+std::string fact(std::string const & name, std::string const & text)
+{
+    std::string line = fmt::format("  {:<9} {}", name, text);
+    line.erase(line.find_last_not_of(' ') + 1);
+    return line + '\n';
+}
+
+// What the capture itself lost, as far as it tells.
+std::string captureFacts(CPicture const & picture)
+{
+    CFigures const & figures = picture.figures;
+    if (!figures.received && !figures.droppedByKernel && !figures.droppedByInterface)
+        return {};
+    auto const count = [&](CCount const & frames) { return picture.quantity(frames); };
+    return fact("Captured", fmt::format("{} received, {} dropped by the kernel, {} by the interface",
+                                        count(figures.received), count(figures.droppedByKernel),
+                                        count(figures.droppedByInterface)));
+}
+
+std::string filterFacts(CPicture const & picture)
+{
+    CFigures const & figures = picture.figures;
+    if (!figures.filterGiven)
+        return {};
+    return fact("Filter",
+                fmt::format("{} accepted, {} rejected, of {}", picture.quantity(figures.accepted),
+                            picture.quantity(figures.rejected), picture.quantity(figures.filtered)));
+}
+
+std::string linkFacts(CFigures const & figures)
+{
+    if (!figures.source.linkBitsPerSecond)
+        return {};
+    std::string text = bitRateText(static_cast<double>(*figures.source.linkBitsPerSecond));
+    if (figures.utilisationAverage)
+        text += fmt::format(", used to {} on average", percentText(figures.utilisationAverage));
+    if (figures.utilisationPeak)
+        text += fmt::format(", {} at most", percentText(figures.utilisationPeak));
+    return fact("Link", text);
+}
+
+// Tables in one sentence each, by what they are called.
+std::string listed(std::vector<std::string> const & names)
+{
+    std::string text;
+    for (std::string const & name : names)
+        text += (text.empty() ? "" : ", ") + name;
+    return text;
+}
+
+// As the report calls it.
+std::string titleOf(CTableFigures const & table)
+{
+    static std::map<std::string, std::string> const titles = {{"frame_types", "frame types"},
+                                                              {"frame_sizes", "frame sizes"},
+                                                              {"stations", "stations"},
+                                                              {"protocols", "protocols"},
+                                                              {"mac_traffic", "MAC conversations"},
+                                                              {"ip_traffic", "IP conversations"},
+                                                              {"arp", "ARP bindings"},
+                                                              {"ip_protocols", "IP protocols"},
+                                                              {"tcp_ports", "TCP ports"},
+                                                              {"udp_ports", "UDP ports"}};
+    auto const found = titles.find(table.key);
+    return found == titles.end() ? escaped(table.name) : found->second;
+}
+
+// Only some ports have rows, so that traffic of others can be all there is.
+std::string rangeOf(CTableFigures const & table)
+{
+    return table.key == "tcp_ports"   ? " within --tcp-ports"
+           : table.key == "udp_ports" ? " within --udp-ports"
+                                      : "";
+}
+
+std::string absenceText(CPicture const & picture)
+{
+    std::vector<std::string> off;
+    std::vector<std::string> empty;
+    for (CTableFigures const & table : picture.figures.tables)
+        if (!table.counted)
+            off.push_back(fmt::format("{} ({})", titleOf(table), escaped(table.oid)));
+        else if (!picture.filled(table.key) && picture.figures.frames.value_or(0) > 0)
+            empty.push_back(titleOf(table) + rangeOf(table));
+    std::string text;
+    if (!empty.empty())
+        text += wrapped("Nothing was seen of: ", listed(empty), picture.style.width);
+    if (!off.empty())
+        text += wrapped("Not counted: ", listed(off), picture.style.width);
+    return text;
+}
+
+} // namespace
+
+std::string headingText(CPicture const & picture)
+{
+    CFigures const & figures = picture.figures;
+    CRateFigures const average = figures.averages();
+    std::optional<double> const seconds = figures.durationSeconds();
+    std::string text = sourceName(figures.source) + '\n';
+    if (figures.zero || figures.time) {
+        text += fact("From", momentText(figures.zero));
+        text +=
+            fact("To", momentText(figures.time) + (seconds ? ", " + durationText(*seconds) + " later" : ""));
+    }
+    auto const onAverage = [](std::string const & rate) {
+        return rate == "-" ? "" : "   " + rate + " on average";
+    };
+    text += fact("Frames", fmt::format("{:<9}", picture.quantity(figures.frames)) +
+                               onAverage(frameRateText(average.framesPerSecond)));
+    text += fact("Bytes", fmt::format("{:<9}", picture.quantity(figures.bytes)) +
+                              onAverage(bitRateText(average.bitsPerSecond)));
+    return text + linkFacts(figures) + captureFacts(picture) + filterFacts(picture);
+}
+
+std::string errorsText(CPicture const & picture)
+{
+    std::string text;
+    for (CErrorFigure const & error : picture.figures.errors)
+        if (error.count.value_or(0) > 0)
+            text += fmt::format("  {:<22} {:>8}\n", escaped(error.name), picture.quantity(error.count));
+    return text.empty() ? "" : "Errors\n" + text;
+}
+
+std::string reportText(CFigures const & figures, CReportStyle const & style, CNames const & names)
+{
+    CPicture const picture(figures, style, names);
+    std::string text = headingText(picture);
+    auto const add = [&](std::string const & part) {
+        if (!part.empty())
+            text += '\n' + part;
+    };
+    if (figures.frames == 0U) {
+        add("No frame was counted.\n");
+    } else {
+        if (!style.selected)
+            add(notableText(picture));
+        add(protocolsText(picture));
+        add(conversationsText(picture, "ip_traffic", "IP conversations"));
+        add(stationsText(picture));
+        add(conversationsText(picture, "mac_traffic", "MAC conversations"));
+        add(portsText(picture));
+        add(bindingsText(picture));
+        add(frameTableText(picture, "frame_sizes", "Frame sizes"));
+        add(frameTableText(picture, "frame_types", "Frame types"));
+    }
+    add(errorsText(picture));
+    add(absenceText(picture));
+    return text;
+}
+
+} // namespace ketmon

@@ -1,0 +1,94 @@
+#include "host/live/FrameOddities.h"
+
+#include "tests/support/Frames.h"
+
+#include <gtest/gtest.h>
+
+using namespace test;
+using ketmon::CFrameOddities;
+
+namespace {
+
+constexpr std::size_t flags = 14 + 6; // of the IPv4 header behind an Ethernet one
+
+Bytes fragment(unsigned char high, unsigned char low)
+{
+    Bytes frame = ipFrame(hostA, hostB, 17, Bytes(8));
+    frame[flags] = high;
+    frame[flags + 1] = low;
+    return frame;
+}
+
+ketmon::COddFigures oddities(CNetworkFrame & frame)
+{
+    CFrameOddities all;
+    all.count(frame);
+    return all.figures();
+}
+
+ketmon::COddFigures oddities(Bytes const & bytes)
+{
+    Frame frame(bytes);
+    return oddities(frame);
+}
+
+TEST(FrameOddities, AFragmentHasAnOffsetOrMoreBehindIt)
+{
+    EXPECT_EQ(oddities(fragment(0x00, 0x00)).fragments, 0U);
+    EXPECT_EQ(oddities(fragment(0x40, 0x00)).fragments, 0U) << "must not be fragmented";
+    EXPECT_EQ(oddities(fragment(0x80, 0x00)).fragments, 0U) << "reserved";
+    EXPECT_EQ(oddities(fragment(0x20, 0x00)).fragments, 1U) << "the first one";
+    EXPECT_EQ(oddities(fragment(0x20, 0xB9)).fragments, 1U);
+    EXPECT_EQ(oddities(fragment(0x01, 0x00)).fragments, 1U) << "the last one";
+    EXPECT_EQ(oddities(fragment(0x00, 0x01)).fragments, 1U);
+}
+
+TEST(FrameOddities, OnlyIPv4HasFragmentsAndOnlyItsHeaderTells)
+{
+    Bytes other = fragment(0x20, 0x00);
+    other[13] = 0x06;
+    EXPECT_EQ(oddities(other).fragments, 0U);
+
+    Bytes cut = fragment(0x20, 0x00);
+    cut.resize(flags + 1);
+    EXPECT_EQ(oddities(cut).fragments, 0U);
+}
+
+TEST(FrameOddities, AFrameIsCutThatWasLongerOnTheWire)
+{
+    Frame whole(Bytes(60), 60);
+    Frame cut(Bytes(60), 61);
+    Frame more(Bytes(60), 50);
+
+    EXPECT_EQ(oddities(whole).cut, 0U);
+    EXPECT_EQ(oddities(cut).cut, 1U);
+    EXPECT_EQ(oddities(more).cut, 0U);
+}
+
+TEST(FrameOddities, TaggedFramesMayBeLonger)
+{
+    auto const overlong = [](unsigned int length, unsigned int type) {
+        Frame frame = plainFrame(macA, macB, length, type);
+        return oddities(frame).overlong;
+    };
+
+    EXPECT_EQ(overlong(1514, 0x0800), 0U);
+    EXPECT_EQ(overlong(1515, 0x0800), 1U);
+    EXPECT_EQ(overlong(1522, 0x8100), 0U);
+    EXPECT_EQ(overlong(1523, 0x8100), 1U);
+}
+
+TEST(FrameOddities, TellsFramesWithoutAHeaderAndTheLongest)
+{
+    CFrameOddities all;
+    for (unsigned int const length : {13U, 14U, 2000U, 60U}) {
+        Frame frame(Bytes(std::min(length, 100U)), length);
+        all.count(frame);
+    }
+
+    EXPECT_EQ(all.figures().headless, 1U);
+    EXPECT_EQ(all.figures().longest, 2004U) << "with the check sequence";
+    EXPECT_EQ(CFrameOddities().figures().longest, std::nullopt) << "of no frame";
+}
+
+} // namespace
