@@ -12,7 +12,7 @@ namespace ketmon {
 // How many rows a table keeps unless it is said. Rows take memory only as they come; README and manual tell how
 // much.
 inline constexpr unsigned int rowsOfFiles = 16384;
-inline constexpr unsigned int rowsOfAgents = 0;
+inline constexpr unsigned int rowsOfAgents = 4096;
 
 // The option --rows.
 struct CRowOptions

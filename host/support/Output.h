@@ -27,4 +27,7 @@ void tell(std::string_view line) noexcept;
 // such an output, fails; what goes to such an error output is lost.
 void holdStandardStreams();
 
+// Has a write to a pipe that nobody reads fail, where otherwise it would end the program without a word.
+void letBrokenPipesFail();
+
 } // namespace ketmon

@@ -1,3 +1,4 @@
+#include "ketstats/engine/EngineTables.h"
 #include "ketstats/model/RowCounts.h"
 #include "ketstats/snapshot/StatSnapshot.h"
 

@@ -95,6 +95,13 @@ void CStatSnapshot::initSnapshot(CAgentStatistic const & live)
     m_passedFrames = 0;
 }
 
+void CStatSnapshot::tellRowsApart(bool on)
+{
+    m_tellRowsApart = on;
+    m_sample.stations.tellRowsApart(on);
+    m_visible.stations.tellRowsApart(on);
+}
+
 CLedgers CStatSnapshot::getGivenUp() const
 {
     CLedgers result = m_ledgers;
