@@ -40,9 +40,10 @@ std::vector<std::string> replay(std::string const & name, std::vector<std::strin
     return arguments;
 }
 
+// With the limits that an agent has unless told.
 ordered_json readStatistics(std::string const & name)
 {
-    return test::ketmon({"read", "--tree", "--json", "--rows", "standard", capture(name)})
+    return test::ketmon({"read", "--tree", "--json", "--rows", "all=4096", capture(name)})
         .json()["statistics"];
 }
 

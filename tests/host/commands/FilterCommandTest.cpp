@@ -87,7 +87,8 @@ TEST(FilterCommand, TellsOnHowManyFramesTheExpressionDecidesOtherwise)
     Outcome const printed = ketmon({"filter", "-q", file.path(), "1.8.1"});
     Outcome const agreed = ketmon({"filter", "-q", capture(mixed), "1.8.101"});
 
-    std::string const told = "ketmon: " + file.path() + ": on 1 frame the expression decides otherwise";
+    std::string const told = "ketmon: " + file.path() +
+                             ": the expression decides otherwise than the row's own filter on 1 frame, ";
     EXPECT_EQ(counted.exitCode, 0);
     EXPECT_THAT(counted.output, HasSubstr("\n4\n"));
     EXPECT_THAT(counted.errors, StartsWith(told));

@@ -143,7 +143,7 @@ private:
             m_item = nullptr;
         } else if (m_item) {
             m_item->text += line + '\n';
-        } else if (std::regex_match(line, match, std::regex("\\.Sx (.*)"))) {
+        } else if (std::regex_match(line, match, std::regex("\\.Sx (.*?)(?: ,)?"))) {
             m_sections[m_title].references.insert(match[1]);
         }
     }
