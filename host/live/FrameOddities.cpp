@@ -26,7 +26,7 @@ CFrameOddities::CFrameOddities()
 
 void CFrameOddities::count(CNetworkFrame & frame)
 {
-    unsigned int const length = frame.GetLength();
+    unsigned int const length = static_cast<unsigned int>(frame.GetLength());
     ++m_frames;
     m_longest = std::max<std::uint64_t>(m_longest, length);
     if (frame.GetCapturedLength() < length)
