@@ -60,6 +60,10 @@ _ketmon_offer_values() {
         _ketmon_offer ${word//,/ }
         ;;
     --enable:*) _ketmon_offer none 1.{1..9} ;;
+    --rows:*)
+        _ketmon_offer standard {all,stations,protocols,{mac,ip}_traffic,arp,ip_protocols,{,station_}{tcp,udp}_ports}=
+        compopt -o nospace 2>/dev/null
+        ;;
     --select:*)
         _ketmon_offer frame_types frame_sizes stations protocols mac_traffic ip_traffic arp ip_protocols tcp_ports \
             udp_ports totals errors filter frame_tables ports

@@ -25,13 +25,6 @@ constexpr milliseconds beforeLastSample(20);
 constexpr milliseconds shortestHeartbeat(1000);
 constexpr milliseconds longestHeartbeat(5000);
 
-long long now()
-{
-    KetStats::CSystemTime time;
-    time.getSystemTime();
-    return ticksOf(time);
-}
-
 CWelcome welcomeOf(KetStats::CKetrinStatManager & manager, CServerOptions const & options,
                    CServed const & served)
 {
@@ -41,7 +34,7 @@ CWelcome welcomeOf(KetStats::CKetrinStatManager & manager, CServerOptions const 
     welcome.heartbeat =
         static_cast<std::uint32_t>(std::clamp(options.interval, shortestHeartbeat, longestHeartbeat).count());
     welcome.identity = served.identity;
-    welcome.epoch = now();
+    welcome.epoch = statisticsTime();
     welcome.groups = countedGroups(manager).to_ulong();
     welcome.errors = served.errors;
     welcome.kind = served.kind;

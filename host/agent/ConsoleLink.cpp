@@ -13,6 +13,8 @@ namespace {
 
 constexpr std::chrono::seconds timeToGreet(10);
 constexpr std::chrono::seconds timeToEnd(5);
+// A sample needs more than a millisecond since the one before to count anything.
+constexpr long long leastInterval = 2 * ticksPerSecond / 1000;
 
 std::optional<std::uint64_t> since(std::optional<std::uint64_t> now, std::optional<std::uint64_t> base)
 {
@@ -63,7 +65,8 @@ void CConsoleLink::greet(CMessage const & message)
         throw CProtocolError(error.what());
     }
     m_counterBase = m_context.counters();
-    m_snapshot->initSnapshot(m_context.manager);
+    m_snapshot->tellRowsApart(true);
+    m_snapshot->startSampling(m_context.manager);
     m_last.zero = m_last.moment = ticksOf(m_snapshot->getSampleStart());
     m_deadline.cancel();
     m_greeted = true;
@@ -71,7 +74,7 @@ void CConsoleLink::greet(CMessage const & message)
 
     deliver(encoded(MessageType::welcome, m_context.welcome.body()));
     keepAlive(std::chrono::milliseconds(m_context.welcome.heartbeat));
-    sample();
+    sendSample();
     if (serving())
         m_context.joined();
 }
@@ -80,7 +83,16 @@ void CConsoleLink::sample()
 {
     if (!serving())
         return;
+    // Right behind the one before, tables would go on and the global counters would not.
+    long long const age = statisticsTime() - m_last.moment;
+    if (age >= 0 && age < leastInterval)
+        return;
     m_snapshot->nextSample(m_context.manager);
+    sendSample();
+}
+
+void CConsoleLink::sendSample()
+{
     bool const first = m_last.sequence == 0;
     CSampleHead head = m_last;
     ++head.sequence;

@@ -47,7 +47,7 @@ public:
     ~CConsoleLink() override;
 
     void start();
-    // Samples and sends: all that is selected the first time, then what changed.
+    // Samples and sends what changed, unless the last sample is too young.
     void sample();
     // Sends the end and closes.
     void end(CEnd const & end);
@@ -62,6 +62,7 @@ private:
     void wasClosed() override;
 
     void greet(CMessage const & message);
+    void sendSample();
     void deliver(std::string message);
     void leave();
     void closeAfter(std::chrono::seconds time, std::string const & complaint);

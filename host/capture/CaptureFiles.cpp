@@ -3,8 +3,8 @@
 #include "host/capture/CaptureFile.h"
 #include "host/support/ByteSource.h"
 #include "host/support/Failure.h"
-#include "host/support/Output.h"
 
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -62,7 +62,7 @@ CCaptureFiles::CCaptureFiles(std::vector<std::string> const & paths)
             file.source.reset();
     }
     if (!some)
-        failWith(exitBadInput, m_faults.damage);
+        throw CFailure(exitBadInput, fmt::format("{}", fmt::join(m_faults.damage, "; ")));
 }
 
 CCaptureFiles::~CCaptureFiles() = default;

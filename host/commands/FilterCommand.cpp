@@ -99,9 +99,10 @@ void passFrames(CFilterOptions const & options, CFilter const & filter)
     if (options.frames)
         writeOutput(fmt::format("{}\n", result.passed));
     if (result.disagreed != 0)
-        tell(fmt::format("{}: the expression decides otherwise than the row's own filter on {} frame{}, which are "
-                         "cut, too short, or behind more than two VLAN tags",
-                         nameOf(options.files), result.disagreed, result.disagreed == 1 ? "" : "s"));
+        tell(fmt::format(
+            "{}: the expression decides otherwise than the row's own filter on {} frame{}, which are "
+            "cut, too short, or behind more than two VLAN tags",
+            nameOf(options.files), result.disagreed, result.disagreed == 1 ? "" : "s"));
 }
 
 } // namespace

@@ -91,16 +91,17 @@ void apply(std::string const & text, CTableLimits & limits)
 void addRowsOption(CLI::App & command, CRowOptions & options)
 {
     command
-        .add_option("--rows", options.given,
-                    fmt::format("Rows that a table keeps, 1 to {}, such as ip_traffic=20000, or all=N for "
-                                "every table; 'standard' for the library's own limits. May be given again. "
-                                "{} unless given",
-                                mostRows,
-                                options.usual == 0 ? std::string(libraryLimits)
-                                                   : fmt::format("{} rows a table", options.usual)))
+        .add_option(
+            "--rows", options.given,
+            fmt::format("Rows that a table keeps, 1 to {}: TABLE=N such as ip_traffic=20000, or all=N "
+                        "for every table; 'standard' for the library's own limits. May be given again. "
+                        "{} unless given",
+                        mostRows,
+                        options.usual == 0 ? std::string(libraryLimits)
+                                           : fmt::format("{} rows a table", options.usual)))
         ->allow_extra_args(false)
         ->check(notEmpty())
-        ->type_name("TABLE=N");
+        ->type_name("ROWS");
 }
 
 CTableLimits tableLimits(CRowOptions const & options)

@@ -2,6 +2,7 @@
 
 #include "host/capture/CaptureTime.h"
 
+#include "ketstats/model/statvalues.h"
 #include "ketstats/platform/SystemTypes.h"
 
 #include <chrono>
@@ -15,6 +16,14 @@ inline long long ticksOf(_SYSTEMTIME const & time)
     auto const date = year(time.wYear) / month(time.wMonth) / day(time.wDay);
     auto const moment = sys_days(date) + hours(time.wHour) + minutes(time.wMinute) + seconds(time.wSecond);
     return ticksOfStamp(moment.time_since_epoch().count(), time.wMilliseconds * 1000000LL);
+}
+
+// The moment by the clock of the statistics.
+inline long long statisticsTime()
+{
+    KetStats::CSystemTime time;
+    time.getSystemTime();
+    return ticksOf(time);
 }
 
 } // namespace ketmon

@@ -64,6 +64,9 @@ public:
     // yield true. Reader.
     bool initSnapshot(CStatSnapshot * snapshot);
     bool nextSample(CStatSnapshot * snapshot);
+    // Both at once, with no frame in between: what has a zero point shows nothing, and the tables that have none
+    // show what they had at that very moment.
+    bool startSampling(CStatSnapshot * snapshot);
 
     // Turn a group on or off, and tell whether it is on. All groups are off at first. False for an identifier
     // other than "1.1" to "1.9". The global counters and the ARP table are kept whatever the flags say.

@@ -4,88 +4,56 @@
 
 namespace KetStats {
 
-CMACConnectionStat::CMACConnectionStat(CBaseStat * theParent, unsigned short theId)
+template <class Traffic>
+CGenConnectionStat<Traffic>::CGenConnectionStat(CBaseStat * theParent, unsigned short theId)
     : CBaseStaticContainerStat(theParent, theId, groupDescription())
 {}
 
-CMACConnectionStat::CMACConnectionStat(CBaseStat * theParent, unsigned short theId, CKey const & theKey)
-    : CMACConnectionStat(theParent, theId)
+template <class Traffic>
+CGenConnectionStat<Traffic>::CGenConnectionStat(CBaseStat * theParent, unsigned short theId,
+                                                CKey const & theKey)
+    : CGenConnectionStat(theParent, theId)
 {
     takeKey(theKey);
 }
 
-void CMACConnectionStat::takeKey(CKey const & theKey)
+template <class Traffic>
+void CGenConnectionStat<Traffic>::takeKey(CKey const & theKey)
 {
     key = theKey;
     fromKey();
 }
 
-CStructStatDescription const & CMACConnectionStat::groupDescription()
+template <class Traffic>
+CStructStatDescription const & CGenConnectionStat<Traffic>::groupDescription()
 {
-    static CStructStatDescription const description(1146, columnDescriptions());
+    static CStructStatDescription const description(Traffic::name, columnDescriptions());
     return description;
 }
 
-void CMACConnectionStat::updateKey()
+template <class Traffic>
+void CGenConnectionStat<Traffic>::updateKey()
 {
     key.first = source.get();
     key.second = destination.get();
 }
 
-void CMACConnectionStat::fromKey()
+template <class Traffic>
+void CGenConnectionStat<Traffic>::fromKey()
 {
     source = key.first;
     destination = key.second;
 }
 
-void CMACConnectionStat::doUnpackValue(ktools::CMemoryBuffer & buffer)
+template <class Traffic>
+void CGenConnectionStat<Traffic>::doUnpackValue(ktools::CMemoryBuffer & buffer)
 {
     CBaseStaticContainerStat::doUnpackValue(buffer);
     updateKey();
 }
 
-void CMACConnectionStat::doAssign(CBaseStat const & other)
-{
-    CBaseStaticContainerStat::doAssign(other);
-    updateKey();
-}
-
-CIPConnectionStat::CIPConnectionStat(CBaseStat * theParent, unsigned short theId)
-    : CBaseStaticContainerStat(theParent, theId, groupDescription())
-{}
-
-CIPConnectionStat::CIPConnectionStat(CBaseStat * theParent, unsigned short theId, CKey const & theKey)
-    : CIPConnectionStat(theParent, theId)
-{
-    takeKey(theKey);
-}
-
-void CIPConnectionStat::takeKey(CKey const & theKey)
-{
-    key = theKey;
-    source = key.first;
-    destination = key.second;
-}
-
-CStructStatDescription const & CIPConnectionStat::groupDescription()
-{
-    static CStructStatDescription const description(1147, columnDescriptions());
-    return description;
-}
-
-void CIPConnectionStat::updateKey()
-{
-    key.first = source.get();
-    key.second = destination.get();
-}
-
-void CIPConnectionStat::doUnpackValue(ktools::CMemoryBuffer & buffer)
-{
-    CBaseStaticContainerStat::doUnpackValue(buffer);
-    updateKey();
-}
-
-void CIPConnectionStat::doAssign(CBaseStat const & other)
+template <class Traffic>
+void CGenConnectionStat<Traffic>::doAssign(CBaseStat const & other)
 {
     CBaseStaticContainerStat::doAssign(other);
     updateKey();
@@ -114,6 +82,8 @@ CStructStatDescription const & CARPStat::groupDescription()
     return description;
 }
 
+template class CGenConnectionStat<schema::CMACTraffic>;
+template class CGenConnectionStat<schema::CIPTraffic>;
 template class CHashedContainerStat<CMACConnectionStat, CMACConnectionStat::CKey,
                                     CMACConnectionStat::CHasher>;
 template class CHashedContainerStat<CIPConnectionStat, CIPConnectionStat::CKey, CIPConnectionStat::CHasher>;

@@ -85,6 +85,18 @@ Filter ofPort(CProtocolIdPacked const & key, CIPPortFilter::ePortType type)
     return std::make_unique<CIPPortFilter>(port, type, eoEqual, noDescription, negated);
 }
 
+Filter between(CMACConnectionStat const & row)
+{
+    return combined(CCompoundFilter::cmAll, fromStation(row.source.get()), toStation(row.destination.get()));
+}
+
+Filter between(CIPConnectionStat const & row)
+{
+    return combined(CCompoundFilter::cmAll, ofProtocol(ipProtocol),
+                    ofAddress(row.source.get(), CIPAddrFilter::apSource),
+                    ofAddress(row.destination.get(), CIPAddrFilter::apDestination));
+}
+
 } // namespace
 
 CFilter * schema::CUnfilteredContainerStat::buildFilter() const
@@ -102,18 +114,10 @@ CFilter * CProtocolStat::buildFilter() const
     return ofProtocol(protocolId.get()).release();
 }
 
-CFilter * CMACConnectionStat::buildFilter() const
+template <class Traffic>
+CFilter * CGenConnectionStat<Traffic>::buildFilter() const
 {
-    return combined(CCompoundFilter::cmAll, fromStation(source.get()), toStation(destination.get()))
-        .release();
-}
-
-CFilter * CIPConnectionStat::buildFilter() const
-{
-    return combined(CCompoundFilter::cmAll, ofProtocol(ipProtocol),
-                    ofAddress(source.get(), CIPAddrFilter::apSource),
-                    ofAddress(destination.get(), CIPAddrFilter::apDestination))
-        .release();
+    return between(*this).release();
 }
 
 CFilter * CARPStat::buildFilter() const
@@ -137,6 +141,8 @@ CFilter * CGenPortStat<N>::buildFilter() const
         .release();
 }
 
+template CFilter * CGenConnectionStat<schema::CMACTraffic>::buildFilter() const;
+template CFilter * CGenConnectionStat<schema::CIPTraffic>::buildFilter() const;
 template CFilter * CGenProtoStat<0>::buildFilter() const;
 template CFilter * CGenPortStat<0>::buildFilter() const;
 template CFilter * CGenPortStat<1>::buildFilter() const;

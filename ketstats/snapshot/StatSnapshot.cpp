@@ -127,6 +127,12 @@ void CStatSnapshot::nextSample(CKetrinStatManager & manager)
     manager.nextSample(this);
 }
 
+void CStatSnapshot::startSampling(CKetrinStatManager & manager)
+{
+    m_linkSpeed = manager.getLinkSpeed();
+    manager.startSampling(this);
+}
+
 void CStatSnapshot::reset()
 {
     m_visible.reset();
@@ -158,6 +164,15 @@ bool CKetrinStatManager::initSnapshot(CStatSnapshot * snapshot)
 bool CKetrinStatManager::nextSample(CStatSnapshot * snapshot)
 {
     CReadGuard const guard(gate);
+    snapshot->nextSample(agentStatistic);
+    return true;
+}
+
+bool CKetrinStatManager::startSampling(CStatSnapshot * snapshot)
+{
+    CReadGuard const guard(gate);
+    UpdateHardwareStats();
+    snapshot->initSnapshot(agentStatistic);
     snapshot->nextSample(agentStatistic);
     return true;
 }

@@ -69,6 +69,8 @@ public:
 
     // Takes a sample. The second form is for whoever holds the tree still.
     void nextSample(CKetrinStatManager & manager);
+    // Sets the zero point and takes a sample with no frame in between.
+    void startSampling(CKetrinStatManager & manager);
     void nextSample(CAgentStatistic const & live);
 
     // Brings what the client sees up to date with the last sample, for the selected statistics, and appends

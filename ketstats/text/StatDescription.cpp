@@ -90,7 +90,7 @@ std::string CStatDescription::getString(CBaseStat const * /*stat*/) const
 std::string CStatDescription::formatValue(CBaseStat const * /*stat*/, unsigned int /*formatIndex*/,
                                           void * /*context*/) const
 {
-    return CStringResources::instance().getString(StringIds::cannotFormat);
+    return textOf(StringIds::cannotFormat);
 }
 
 CValueStatDescription::CValueStatDescription(unsigned int theNameResourceId)
@@ -130,12 +130,7 @@ CNumericStatDescriptionBase::CNumericStatDescriptionBase(std::string const & the
 
 void CNumericStatDescriptionBase::loadUnits() const
 {
-    if (unitResourceId == 0)
-        return;
-    loadText(unit, unitResourceId, StringIds::unknownFormatName);
-    loadText(units, unitResourceId + 1, StringIds::unknownFormatName);
-    loadText(abbrev, unitResourceId + 2, StringIds::unknownFormatName);
-    unitResourceId = 0;
+    loadTexts({&unit, &units, &abbrev}, unitResourceId, StringIds::unknownFormatName);
 }
 
 std::string const & CNumericStatDescriptionBase::getUnit() const
@@ -195,7 +190,7 @@ std::string CNumericStatDescription<T>::formatValue(CBaseStat const * stat, unsi
     case CStatFormatBase::vtDouble:
         return format.formatValue(getNumeric(stat), context);
     default:
-        return CStringResources::instance().getString(StringIds::invalidFormat);
+        return textOf(StringIds::invalidFormat);
     }
 }
 
@@ -268,7 +263,7 @@ std::string CIPAddressStatDescription::formatValue(CBaseStat const * stat, unsig
 {
     unsigned int const address = valueOf<CIPAddress>(stat);
     if (address == 0)
-        return CStringResources::instance().getString(StringIds::otherAddresses);
+        return textOf(StringIds::otherAddresses);
     return getFormat(formatIndex)->formatValue(static_cast<long long>(address), context);
 }
 

@@ -19,7 +19,7 @@ class CStatFormatContainerBase;
 // 2. Under a group, the sub-description at index i has the id i + 1, and so has the child at index i. The
 //    group writes these ids when it is built.
 // 3. Names and units come from string resources and are fetched when they are first asked for, so that
-//    whoever never asks pays nothing. That first request writes to the object and isn't locked.
+//    whoever never asks pays nothing. Threads that ask at once wait for one another then.
 class KETSTATS_API CStatDescription
 {
 public:

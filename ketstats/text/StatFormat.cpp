@@ -18,7 +18,7 @@ constexpr int precisionWithoutLocale = 2;
 
 std::string invalidFormat()
 {
-    return CStringResources::instance().getString(StringIds::invalidFormat);
+    return textOf(StringIds::invalidFormat);
 }
 
 std::string multiplied(double value, Multiplier const & multiplier, int digits)

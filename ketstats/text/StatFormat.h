@@ -14,8 +14,8 @@ namespace KetStats {
 // A host may derive formats of its own from the classes below and put them into the custom lists. `context`
 // is whatever the caller of formatValue gave, passed on unchanged; the formats of this library ignore it.
 //
-// Formatting is safe on any thread, but not what fetches from the string table, which isn't locked: the first
-// call of getName, and an error text. The setters belong to the owner of the format, before it is shared.
+// Formatting is safe on any thread, and so is asking for the name. The setters, assignment and copying belong to
+// the owner of the format, before it is shared.
 class KETSTATS_API CStatFormatBase
 {
 public:

@@ -1,6 +1,9 @@
 #include "ketstats/text/StringResources.h"
 
 #include "ketstats/platform/StringTable.h"
+#include "ketstats/text/LazyText.h"
+
+#include <mutex>
 
 namespace KetStats {
 
@@ -15,8 +18,22 @@ CStringResources & CStringResources::instance()
     return resources;
 }
 
+namespace {
+
+// Held while a slot is filled, and until whoever wants a text of its own has copied it.
+std::recursive_mutex filling;
+
+} // namespace
+
+std::string textOf(unsigned int id)
+{
+    std::lock_guard const lock(filling);
+    return CStringResources::instance().getString(id);
+}
+
 std::string const & CStringResources::getString(unsigned int id)
 {
+    std::lock_guard const lock(filling);
     if (id == lastId)
         return ring[static_cast<std::size_t>(current)];
     current = (current + 1) % static_cast<int>(ring.size());

@@ -15,7 +15,7 @@ KETSTATS_API bool loadStringResource(unsigned int id, std::string & text, HMODUL
 // The one place that reads the library's string table: a supply of short-lived return values. Nothing is
 // looked up among the strings held; callers keep what they fetched, so that each text is fetched once.
 //
-// Not locked: two threads that fetch at once can be given the same slot.
+// Any thread may fetch; the ten fetches after which a reference goes stale are those of all threads.
 class KETSTATS_API CStringResources
 {
 public:

@@ -55,7 +55,7 @@ def differences(ketmon, capture, options, expected_options, folder):
     counted = folder / "counted.json"
     expected = folder / "expected.json"
     for form, program in FORMS:
-        counted.write_text(run([*ketmon, "read", "-q", *form, str(capture), *options]))
+        counted.write_text(run([*ketmon, "read", "-q", "--rows", "standard", *form, str(capture), *options]))
         expected.write_text(run([sys.executable, str(HERE / program), str(capture), *expected_options]))
         if not json.loads(expected.read_text())["statistics" if program == "count.py" else "tables"]:
             raise RuntimeError(f"{capture}: nothing was counted")

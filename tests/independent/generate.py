@@ -114,6 +114,14 @@ def flood(capture):
         capture.add(frame, 42 + i * 37 % 1473)
 
 
+def one_busy_pair(capture):
+    """5000 frames of one pair, and then 1200 pairs of one frame each, which push it out of a table of 999 rows."""
+    for _ in range(5000):
+        capture.add(ethernet(mac(1), mac(2), IP, packet(ip(10, 1), ip(10, 2), TCP, 80, 1024)), 1514)
+    for i in range(1200):
+        capture.add(ethernet(mac(3), mac(4), IP, packet(ip(10, 3), ip(172, i), UDP, 53, 53)), 60)
+
+
 def revisits(capture):
     """300 stations and 3000 pairs, a few of them busy: who stays is decided by the last visit."""
     rng = capture.random
@@ -438,6 +446,7 @@ def random_bytes(capture):
 
 CAPTURES = (
     ("flood", flood),
+    ("one-busy-pair", one_busy_pair),
     ("revisits", revisits),
     ("ip-protocols", ip_protocols),
     ("protocol-flood", protocol_flood),

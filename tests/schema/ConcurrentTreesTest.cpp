@@ -1,9 +1,11 @@
 #include "ketstats/schema/AgentStatistic.h"
 #include "ketstats/text/StatDescription.h"
+#include "ketstats/text/StatFormat.h"
 
 #include <gtest/gtest.h>
 
 #include <latch>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -22,6 +24,18 @@ void expectIdsOfPositions(CStatDescription const & group)
     }
 }
 
+// Names, units and error texts of all of it.
+std::string textsOf(CStatDescription const & description)
+{
+    std::string text = description.getStringDescription();
+    if (auto const * const numeric = dynamic_cast<CNumericStatDescriptionBase const *>(&description))
+        text += numeric->getUnits() + numeric->getFormat(0)->getName() +
+                numeric->getFormat(0)->formatValue(CMACAddr(), nullptr);
+    for (unsigned int i = 0; i < description.getSubStatsCount(); ++i)
+        text += textsOf(*description.subStatDescription(i));
+    return text;
+}
+
 // The descriptions are made for the first tree of a process, so this is worth something in a process of its own,
 // and most under the thread sanitizer.
 TEST(ConcurrentTrees, AreBuiltForTheFirstTimeOnSeveralThreads)
@@ -29,8 +43,9 @@ TEST(ConcurrentTrees, AreBuiltForTheFirstTimeOnSeveralThreads)
     constexpr int count = 8;
     std::latch start(count);
     std::vector<std::thread> threads;
+    std::vector<std::string> texts(count);
     for (int i = 0; i < count; ++i)
-        threads.emplace_back([&start, i] {
+        threads.emplace_back([&start, &texts, i] {
             start.arrive_and_wait();
             // Groups share descriptions of columns, and some are asked for without the tree.
             if (i % 4 == 1)
@@ -41,9 +56,14 @@ TEST(ConcurrentTrees, AreBuiltForTheFirstTimeOnSeveralThreads)
                 expectIdsOfPositions(CUdpPortStat::groupDescription());
             CAgentStatistic const tree;
             expectIdsOfPositions(*tree.getDescription());
+            texts[static_cast<std::size_t>(i)] = textsOf(*tree.getDescription());
         });
     for (std::thread & thread : threads)
         thread.join();
+
+    EXPECT_GT(texts.front().size(), 1000U);
+    for (std::string const & text : texts)
+        EXPECT_EQ(text, texts.front());
 }
 
 } // namespace

@@ -186,6 +186,29 @@ TEST_F(Sampling, SampleStartIsTheZeroPointThenTheLastSample)
     EXPECT_EQ(snapshot.getSampleStart().wSecond, start.wSecond + 2);
 }
 
+TEST_F(Sampling, CanStartWithASampleOfTheZeroPointItself)
+{
+    transmit(500);
+    put(live.stations, mac(macA), 3, 300);
+    put(live.ipPorts.tcpPorts, id(80), 3, 300);
+    CStatSnapshot client;
+    client.addOid("1");
+
+    client.startSampling(manager);
+    packedFull(client);
+
+    CAgentStatistic const & shown = visible(client);
+    EXPECT_EQ(shown.globalStatistics.sampleNumber, 1U);
+    EXPECT_EQ(shown.globalStatistics.transmittedData, 0);
+    EXPECT_EQ(shown.stations.getOldest()->framesTransmitted, 0U);
+    EXPECT_EQ(shown.ipPorts.tcpPorts.getOldest()->framesTransmitted, 3U) << "it has no zero point";
+    clock.advance(Clock::second);
+    transmit(250);
+    client.nextSample(manager);
+    packedFull(client);
+    EXPECT_DOUBLE_EQ(shown.globalStatistics.currentUtilisation.get().value, 0.25);
+}
+
 TEST_F(Sampling, WithoutALinkSpeedUtilisationIsInfiniteOrNoNumber)
 {
     CStatSnapshot alone;

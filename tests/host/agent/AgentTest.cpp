@@ -379,7 +379,19 @@ TEST(Agent, SaysWhoItIsAndWhatItCounts)
     EXPECT_EQ(welcome.heartbeat, 2500U);
     EXPECT_EQ(welcome.groups.to_ulong(), 0b1010101010U);
     EXPECT_TRUE(welcome.errors.none());
+    EXPECT_EQ(welcome.limits.stations, 4097U);
+    EXPECT_EQ(welcome.limits.stationTcpPorts, KetStats::CTableLimits().stationTcpPorts);
     EXPECT_EQ(test::ketmon({"agent", "-r", file, "--identity", "123"}).exitCode, 2);
+}
+
+TEST(Agent, TellsTheLimitsThatItWasGiven)
+{
+    Agent const agent(
+        replay("empty.pcap", {"--consoles", "2", "--rows", "standard", "--rows", "stations=7"}));
+
+    KetStats::CTableLimits expected;
+    expected.stations = 8;
+    EXPECT_EQ(welcomeOf(agent).limits, expected);
 }
 
 TEST(Agent, KeepsItsIdentityInTheFolderOfItsService)

@@ -129,6 +129,18 @@ TEST(Completion, OffersTheStatisticsThatCanBeSelected)
     EXPECT_EQ(ketmon(command).exitCode, 1) << "nobody listens there, and all else is well";
 }
 
+TEST(Completion, OffersTheTablesWhoseRowsCanBeSet)
+{
+    Words const tables = offered({"read", "--rows", ""});
+
+    EXPECT_EQ(tables.size(), 12U);
+    Words command{"read", "-q", capture("empty.pcap")};
+    for (std::string const & table : tables)
+        command.insert(command.end(), {"--rows", table == "standard" ? table : table + "5"});
+    EXPECT_EQ(ketmon(command).exitCode, 0);
+    EXPECT_THAT(offered({"agent", "--rows", "station_t"}), ElementsAre("station_tcp_ports="));
+}
+
 TEST(Completion, OffersTheInterfacesOfTheSystem)
 {
     EXPECT_THAT(offered({"agent", "-i", ""}), Contains("lo"));
@@ -154,7 +166,6 @@ TEST(Completion, OffersNoFilesElsewhere)
 {
     Folder const folder;
 
-    EXPECT_THAT(offered({"filter", "a", folder / "f"}), IsEmpty());
     EXPECT_THAT(offered({"agent", folder / "f"}), IsEmpty());
     EXPECT_THAT(offered({"console", folder / "f"}), IsEmpty());
     EXPECT_THAT(offered({"read", "--filter", folder / "f"}), IsEmpty());
