@@ -5,6 +5,7 @@
 #include "host/support/Output.h"
 #include "host/support/Terminal.h"
 #include "host/support/TimeText.h"
+#include "host/support/Utf8.h"
 #include "host/wire/SnapshotBytes.h"
 
 #include <fmt/core.h>
@@ -80,10 +81,9 @@ std::string drawn(std::string_view text)
     std::string result = "\033[H";
     while (!text.empty() && --lines > 0) {
         std::size_t const end = text.find('\n');
-        std::string_view line = text.substr(0, end);
-        if (size.columns > 0)
-            line = line.substr(0, size.columns);
-        result.append(line).append("\033[K\n");
+        std::string_view const line = text.substr(0, end);
+        result += size.columns > 0 ? firstColumns(line, size.columns) : std::string(line);
+        result += "\033[K\n";
         text.remove_prefix(end == text.npos ? text.size() : end + 1);
     }
     return result + "\033[J";
@@ -114,9 +114,13 @@ void CConsoleView::show(CReceivedTree const & received, CEnd const * end) const
         writeOutput(lineText(document(m_options, received, end)));
         return;
     }
-    std::string const whole = stateText(received, end) + "\n" +
-                              output(m_options, received.figures(), received.tree(),
-                                     received.tree().globalStatistics.transmittedFrames.get());
+    std::string whole = stateText(received, end) + "\n";
+    // The tree is shown as it came, and what has no zero point in it is marked.
+    if (m_options.tree)
+        whole += fmt::format("IP subprotocols, IP ports and ARP connections count since {}\n",
+                             timeOf(received.welcome().epoch));
+    whole += output(m_options, received.figures(), received.tree(),
+                    received.tree().globalStatistics.transmittedFrames.get());
     // The last state stays on the screen as a whole.
     if (m_terminal)
         writeOutput(end ? "\033[H\033[J" + whole : drawn(whole));

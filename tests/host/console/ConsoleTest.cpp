@@ -17,6 +17,7 @@ using test::capture;
 using test::Process;
 using test::RawAgent;
 using testing::HasSubstr;
+using testing::Not;
 
 namespace {
 
@@ -136,6 +137,17 @@ TEST(Console, PrintsTablesToo)
     EXPECT_THAT(outcome.output, HasSubstr("Z: live, sample 1\n"));
     EXPECT_THAT(outcome.output, HasSubstr("Z: the agent ended after 4709 frames\n"));
     EXPECT_THAT(outcome.output, HasSubstr("MAC conversations"));
+    EXPECT_THAT(outcome.output, Not(HasSubstr("count since")));
+}
+
+TEST(Console, MarksWhatCountsSinceTheAgentBegan)
+{
+    Agent agent(replay("internet-mixed.pcap", {"--pace", "0", "--consoles", "1"}));
+
+    test::Outcome const outcome = test::ketmon({"console", agent.address(), "--tree"});
+
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.output, HasSubstr("\nIP subprotocols, IP ports and ARP connections count since 20"));
 }
 
 TEST(Console, EverySampleHasItsNumberItsTimeAndItsInterval)
