@@ -219,7 +219,7 @@ TEST(Console, HasOneZeroPoint)
 // that was.
 TEST(Console, TablesAndWhatTheyGaveUpComeToTheWhole)
 {
-    Agent agent(replay("many-connections.pcap", {"--pace", "1", "--rows", "all=20", "--consoles", "1"}));
+    Agent agent(replay("many-connections.pcap", {"--pace", "0.25", "--rows", "all=20", "--consoles", "1"}));
     Process early({"console", agent.address(), "--json", "--select", "totals", "--select", "protocols",
                    "--select", "ip_traffic", "--select", "ip_protocols"});
     EXPECT_GT(framesWhenCounting(early), 0U);
