@@ -25,6 +25,21 @@ long residentKiB()
     return resident * sysconf(_SC_PAGESIZE) / 1024;
 }
 
+// Rows in the tables of stations, protocols, MAC and IP traffic, and two ports each way for each station.
+void fillLargeTables(CAgentStatistic & tree, unsigned int rows, bool ports)
+{
+    for (unsigned int i = 0; i < rows; ++i) {
+        CStationStat & station = *tree.stations[keyOf<CMACAddrPacked>(i)];
+        station.framesTransmitted.add(1);
+        for (unsigned int port = 0; ports && port < 2; ++port) {
+            station.tcpPorts[portOf(port)]->framesTransmitted.add(1);
+            station.udpPorts[portOf(port)]->framesTransmitted.add(1);
+        }
+        tree.macConnections[keyOf<CMACConnectionStat::CKey>(i)]->framesTransmitted.add(1);
+        tree.ipConnections[keyOf<CIPConnectionStat::CKey>(i)]->framesTransmitted.add(1);
+    }
+}
+
 void fillTables(CAgentStatistic & tree)
 {
     for (unsigned int i = 0; i < 199; ++i) {
@@ -72,5 +87,14 @@ int main()
     line("all tables full, stations without ports");
     fillStationPorts(*tree, 20);
     line("199 stations with 20 TCP and 20 UDP ports each");
+
+    CTableLimits limits;
+    limits.stations = limits.macConnections = limits.ipConnections = 16385;
+    auto const large = std::make_unique<CAgentStatistic>(limits);
+    line("beside it, an empty tree of up to 16,384 rows a table");
+    fillLargeTables(*large, 16384, false);
+    line("the same with 16,384 stations, MAC pairs and IP pairs");
+    fillLargeTables(*large, 16384, true);
+    line("the same with 2 TCP and 2 UDP ports a station");
     return 0;
 }

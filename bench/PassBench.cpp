@@ -7,6 +7,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -61,6 +62,31 @@ BENCHMARK_CAPTURE(AnalyzeFrame, internet_all, &internetMixed, all);
 BENCHMARK_CAPTURE(AnalyzeFrame, mix_all, &bench::mixedTraffic, all);
 BENCHMARK_CAPTURE(AnalyzeFrame, few_connections_all, &bench::fewConnections, all);
 BENCHMARK_CAPTURE(AnalyzeFrame, flood_all, &bench::flood, all);
+
+// So many rows in each of the large tables, all of which are there: what a frame costs beside the caches.
+void AnalyzeFrameOfConversations(benchmark::State & state, std::vector<std::string> const & groups)
+{
+    auto const rows = static_cast<unsigned int>(state.range(0));
+    auto const & capture = bench::conversations(rows);
+    KetStats::CTableLimits limits;
+    limits.ipConnections = limits.macConnections = rows + 1;
+    limits.stations = std::min(2 * rows + 1, KetStats::largestTableLimit);
+    CKetrinStatManager manager(limits);
+    for (std::string const & group : groups)
+        manager.enableStatistic(COid(group));
+    manager.beginAnalyzing(nullptr);
+    manager.setTCPPortRange(1, 0); // the ports of stations have figures of their own
+    capture.overFrames([&](CNetworkFrame & frame) { manager.analyzeFrame(&frame); });
+    for (auto _ : state)
+        capture.overFrames([&](CNetworkFrame & frame) { manager.analyzeFrame(&frame); });
+    countFrames(state, capture.frames().size());
+}
+BENCHMARK_CAPTURE(AnalyzeFrameOfConversations, ip_traffic, {"1.8"})->Arg(1000)->Arg(10000)->Arg(65534);
+BENCHMARK_CAPTURE(AnalyzeFrameOfConversations, ip_and_mac_traffic, {"1.7", "1.8"})
+    ->Arg(1000)
+    ->Arg(10000)
+    ->Arg(65534);
+BENCHMARK_CAPTURE(AnalyzeFrameOfConversations, all, all)->Arg(1000)->Arg(10000)->Arg(32767);
 
 void GateWriter(benchmark::State & state)
 {

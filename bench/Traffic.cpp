@@ -94,6 +94,22 @@ ketmon::CLoadedCapture const & fewConnections()
     return capture;
 }
 
+ketmon::CLoadedCapture const & conversations(unsigned int count)
+{
+    static std::map<unsigned int, ketmon::CLoadedCapture> made;
+    auto const [entry, fresh] = made.try_emplace(count);
+    if (fresh) {
+        std::mt19937 random(1);
+        for (unsigned int i = 0; i < 1000000; ++i) {
+            // Each of them once, so that all rows are there, and then any.
+            unsigned int const number = i < count ? i : static_cast<unsigned int>(random()) % count;
+            unsigned int const address = 0x0A000000 + number;
+            addFrame(entry->second, 2 * number, 2 * number + 1, address, ~address, true, 40000, 443, 60);
+        }
+    }
+    return entry->second;
+}
+
 ketmon::CLoadedCapture const & flood()
 {
     static ketmon::CLoadedCapture const capture = [] {

@@ -3,7 +3,7 @@
 // string: the module whose table is read isn't known before the entry function ran. That is why names load
 // lazily.
 
-#include "ketstats/engine/StatManager.h"
+#include "ketstats/engine/EngineTables.h"
 #include "ketstats/platform/Loader.h"
 #include "ketstats/text/ModulePath.h"
 #include "ketstats/text/Multiplier.h"

@@ -1,214 +1,199 @@
 #include "host/agent/AgentServer.h"
 
-#include "host/agent/ConsoleLink.h"
-#include "host/support/Failure.h"
+#include "host/agent/ConsoleLinks.h"
+#include "host/agent/Listener.h"
+#include "host/live/Groups.h"
+#include "host/support/Output.h"
 #include "host/wire/Fingerprint.h"
+#include "host/wire/SampleTime.h"
 
-#include <boost/asio/executor_work_guard.hpp>
-#include <boost/asio/io_context.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/signal_set.hpp>
 #include <fmt/core.h>
 
 #include <algorithm>
 #include <csignal>
-#include <vector>
 
 namespace ketmon {
 
-using boost::asio::ip::tcp;
+using std::chrono::milliseconds;
 
 namespace {
 
-// Each costs the memory of three trees.
-constexpr std::size_t mostConsoles = 100;
 // A sample needs more than a millisecond since the one before to count anything.
-constexpr std::chrono::milliseconds beforeLastSample(20);
-constexpr std::chrono::milliseconds beforeNextAccept(100);
+constexpr milliseconds beforeLastSample(20);
+constexpr milliseconds shortestHeartbeat(1000);
+constexpr milliseconds longestHeartbeat(5000);
+
+long long now()
+{
+    KetStats::CSystemTime time;
+    time.getSystemTime();
+    return ticksOf(time);
+}
+
+CWelcome welcomeOf(KetStats::CKetrinStatManager & manager, CServerOptions const & options,
+                   CServed const & served)
+{
+    CWelcome welcome;
+    welcome.fingerprint = schemaFingerprint();
+    welcome.interval = static_cast<std::uint32_t>(options.interval.count());
+    welcome.heartbeat =
+        static_cast<std::uint32_t>(std::clamp(options.interval, shortestHeartbeat, longestHeartbeat).count());
+    welcome.identity = served.identity;
+    welcome.epoch = now();
+    welcome.groups = countedGroups(manager).to_ulong();
+    welcome.errors = served.errors;
+    welcome.kind = served.kind;
+    welcome.linkSpeed = served.linkSpeed;
+    welcome.limits = manager.limits();
+    welcome.source = served.source;
+    welcome.agent = served.agent;
+    return welcome;
+}
 
 } // namespace
 
 class CAgentServer::CServer
 {
 public:
-    CServer(KetStats::CKetrinStatManager & manager, CServerOptions const & options,
+    CServer(KetStats::CKetrinStatManager & manager, CServerOptions const & options, CServed const & served,
             std::function<void()> startCapture, std::function<void()> stopCapture)
         : m_manager(manager),
           m_options(options),
           m_startCapture(std::move(startCapture)),
           m_stopCapture(std::move(stopCapture)),
+          m_adapter(manager.limits()),
           m_context{manager,
                     m_shape,
-                    static_cast<std::uint32_t>(options.interval.count()),
+                    welcomeOf(manager, options, served),
                     options.backlog,
+                    served.counters,
                     [this] { joined(); },
                     [this] { gone(); },
-                    [this](std::string const & line, bool always) { log(line, always); }}
+                    [this](std::string const & line, bool always) { log(line, always); }},
+          m_listener(
+              m_io, options.listen, [this](auto socket) { m_links.add(std::move(socket)); },
+              [this](std::string const & why) { log("can't accept a console: " + why, true); })
     {
-        static_cast<void>(schemaFingerprint());
-        listen();
         m_signals.add(SIGINT);
         m_signals.add(SIGTERM);
         awaitSignal();
-        accept();
     }
 
-    CEndpoint endpoint() const
-    {
-        auto const local = m_acceptor.local_endpoint();
-        return {local.address().to_string(), local.port()};
-    }
+    CEndpoint endpoint() const { return m_listener.endpoint(); }
 
     void run()
     {
         startIfEnough();
         m_io.run();
-        for (auto const & link : m_links)
-            link->close();
+        m_links.closeAll();
     }
 
-    void captureEnded(unsigned long long frames)
+    void captureEnded(CEnd const & end)
     {
-        asio::post(m_io, [this, frames] {
-            m_frames = frames;
-            m_ended = true;
-            m_tick.cancel();
-            m_endTimer.expires_after(beforeLastSample);
-            m_endTimer.async_wait([this](auto error) {
-                if (!error)
-                    endConsoles();
-            });
-        });
+        asio::post(m_io, [this, end] { ending(end); });
     }
 
 private:
-    void listen()
+    enum Phase
     {
-        try {
-            tcp::resolver resolver(m_io);
-            auto const found =
-                resolver.resolve(m_options.listen.address, std::to_string(m_options.listen.port),
-                                 tcp::resolver::passive | tcp::resolver::numeric_service);
-            m_acceptor = tcp::acceptor(m_io, found.begin()->endpoint());
-        } catch (boost::system::system_error const & error) {
-            throw CFailure(exitFailure, fmt::format("can't listen on {}: {}", m_options.listen.toString(),
-                                                    error.code().message()));
-        }
-    }
-
-    void accept()
-    {
-        m_acceptor.async_accept([this](auto error, tcp::socket socket) {
-            if (error == asio::error::operation_aborted)
-                return;
-            if (error) {
-                // As with no descriptors left: what ends next may help, but trying at once won't.
-                log("can't accept a console: " + error.message(), true);
-                m_acceptTimer.expires_after(beforeNextAccept);
-                m_acceptTimer.async_wait([this](auto cancelled) {
-                    if (!cancelled)
-                        accept();
-                });
-                return;
-            }
-            if (m_links.size() < mostConsoles) {
-                m_links.push_back(std::make_shared<CConsoleLink>(std::move(socket), m_context));
-                m_links.back()->start();
-            } else {
-                log(fmt::format("a console was turned away: there are {} already", mostConsoles), true);
-            }
-            accept();
-        });
-    }
+        waiting,
+        counting,
+        isEnding,
+        lingering,
+        over,
+    };
 
     void awaitSignal()
     {
         m_signals.async_wait([this](auto error, int) {
             if (error)
                 return;
-            if (m_interrupted || m_over) {
+            if (m_interrupted || m_phase >= lingering) {
                 m_io.stop();
                 return;
             }
             m_interrupted = true;
             awaitSignal();
-            if (m_started)
-                m_stopCapture();
+            if (m_phase == waiting)
+                ending({});
             else
-                captureEnded(0);
+                m_stopCapture();
         });
     }
 
     void startIfEnough()
     {
-        auto const serving =
-            std::count_if(m_links.begin(), m_links.end(), [](auto const & link) { return link->serving(); });
-        if (m_started || m_interrupted || serving < static_cast<std::ptrdiff_t>(m_options.consoles))
+        if (m_phase != waiting || m_links.serving() < m_options.consoles)
             return;
-        m_started = true;
+        m_phase = counting;
         tick();
         m_startCapture();
     }
 
     void tick()
     {
-        m_tick.expires_after(m_options.interval);
-        m_tick.async_wait([this](auto error) {
+        m_timer.expires_after(m_options.interval);
+        m_timer.async_wait([this](auto error) {
             // One that is due already when it is cancelled comes here without an error.
-            if (error || m_ended)
+            if (error || m_phase != counting)
                 return;
             sampleAll();
             tick();
         });
     }
 
-    // A link that is dropped meanwhile stays in its place until the round is over.
     void sampleAll()
     {
         m_adapter.initSnapshot(m_manager);
-        for (auto const & link : std::vector(m_links))
-            link->sample();
+        m_links.sample();
     }
 
-    void endConsoles()
+    void ending(CEnd const & end)
     {
-        m_over = true;
+        m_end = end;
+        if (m_interrupted && m_end.reason == EndReason::ended)
+            m_end.reason = EndReason::interrupted;
+        m_phase = isEnding;
+        m_timer.expires_after(beforeLastSample);
+        m_timer.async_wait([this](auto error) {
+            if (!error)
+                linger();
+        });
+    }
+
+    void linger()
+    {
+        m_phase = lingering;
         sampleAll();
-        for (auto const & link : std::vector(m_links))
-            link->end(m_frames);
-        m_endTimer.expires_after(m_interrupted ? std::chrono::milliseconds(0) : m_options.linger);
-        m_endTimer.async_wait([this](auto error) {
+        m_links.end(m_end);
+        m_timer.expires_after(m_interrupted ? milliseconds(0) : m_options.linger);
+        m_timer.async_wait([this](auto error) {
             if (error)
                 return;
-            m_lingered = true;
-            CErrorCode ignored;
-            m_acceptor.close(ignored);
-            m_acceptTimer.cancel();
-            // Links that never said hello have nothing to wait for.
-            for (auto const & link : std::vector(m_links))
-                if (!link->leaving())
-                    link->close();
+            m_phase = over;
+            m_listener.close();
+            // Those that never said hello have nothing to wait for.
+            m_links.closeIdle();
             gone();
         });
     }
 
     void joined()
     {
-        if (m_over) {
-            // It has had its full sample.
-            for (auto const & link : std::vector(m_links))
-                link->end(m_frames);
-            return;
-        }
         startIfEnough();
+        // It has had its full sample.
+        if (m_phase >= lingering)
+            m_links.end(m_end);
     }
 
     void gone()
     {
         // Called from within the links themselves.
         asio::post(m_io, [this] {
-            std::erase_if(m_links, [](auto const & link) { return link->closed(); });
-            if (m_lingered && m_links.empty())
+            m_links.sweep();
+            if (m_phase == over && m_links.empty())
                 m_io.stop();
         });
     }
@@ -216,7 +201,7 @@ private:
     void log(std::string const & line, bool always) const
     {
         if (always || !m_options.quiet)
-            fmt::print(stderr, "ketmon: {}\n", line);
+            tell(line);
     }
 
     asio::io_context m_io;
@@ -227,23 +212,20 @@ private:
     KetStats::CAgentStatistic m_shape;
     KetStats::CStatSnapshot m_adapter; // asks the adapter for its counters whenever it is initialised
     CLinkContext m_context;
-    std::vector<std::shared_ptr<CConsoleLink>> m_links;
-    tcp::acceptor m_acceptor{m_io};
-    asio::steady_timer m_acceptTimer{m_io};
-    asio::steady_timer m_tick{m_io};
-    asio::steady_timer m_endTimer{m_io};
+    CConsoleLinks m_links{m_context};
+    CListener m_listener;
+    asio::steady_timer m_timer{m_io}; // of the phase
     asio::signal_set m_signals{m_io};
-    unsigned long long m_frames = 0;
-    bool m_started = false;     // the capture was
+    Phase m_phase = waiting;
     bool m_interrupted = false; // by a signal
-    bool m_ended = false;       // the capture has
-    bool m_over = false;        // the consoles were told
-    bool m_lingered = false;    // nobody is waited for any more
+    CEnd m_end;                 // once it is ending
 };
 
 CAgentServer::CAgentServer(KetStats::CKetrinStatManager & manager, CServerOptions const & options,
-                           std::function<void()> startCapture, std::function<void()> stopCapture)
-    : m_server(std::make_unique<CServer>(manager, options, std::move(startCapture), std::move(stopCapture)))
+                           CServed const & served, std::function<void()> startCapture,
+                           std::function<void()> stopCapture)
+    : m_server(std::make_unique<CServer>(manager, options, served, std::move(startCapture),
+                                         std::move(stopCapture)))
 {}
 
 CAgentServer::~CAgentServer() = default;
@@ -258,9 +240,9 @@ void CAgentServer::run()
     m_server->run();
 }
 
-void CAgentServer::captureEnded(unsigned long long frames)
+void CAgentServer::captureEnded(CEnd const & end)
 {
-    m_server->captureEnded(frames);
+    m_server->captureEnded(end);
 }
 
 } // namespace ketmon

@@ -1,13 +1,17 @@
 #pragma once
 
+#include "host/agent/Identity.h"
 #include "host/wire/Endpoint.h"
+#include "host/wire/SampleMessage.h"
 
 #include "ketstats/ketstats.h"
 
+#include <bitset>
 #include <chrono>
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <string>
 
 namespace ketmon {
 
@@ -21,7 +25,24 @@ struct CServerOptions
     bool quiet = false;                         // says nothing of consoles that come and go
 };
 
+// Who the agent is and what it counts, for the consoles.
+struct CServed
+{
+    std::string agent;
+    CIdentity identity{};
+    SourceKind kind = SourceKind::file;
+    std::string source;          // path or interface
+    std::uint64_t linkSpeed = 0; // bits per second
+    std::bitset<32> errors;      // counters of "1.2" that the adapter has figures for
+    std::function<CCaptureCounters()> counters = [] { return CCaptureCounters{}; }; // any thread
+};
+
 // Serves consoles over TCP: each has a snapshot of its own, with its own selection and zero point.
+//
+//     waiting ---enough consoles---> counting ---captureEnded---> ending ---> lingering ---> over
+//        |                              ^ |                         ^  last      until the time is up and all
+//        |                              +-+ sample, each interval   |  sample    consoles have hung up
+//        +---signal-------------------------------------------------+
 //
 // 1. All of it runs on the thread that calls `run`; samples go through the manager's gate beside the thread
 //    that analyses frames. Only `captureEnded` may be called from another thread.
@@ -30,15 +51,16 @@ struct CServerOptions
 // 3. A console that doesn't keep up, or sends what makes no sense, is dropped with a line on stderr. It never
 //    holds up the capture or another console.
 // 4. After the capture every console gets a last sample and the end. A console that comes later gets a full
-// one
-//    and the end, for as long as the server lingers.
+//    one and the end, for as long as the server lingers.
 class CAgentServer
 {
 public:
     // `startCapture` is called once, on the thread of `run`, when enough consoles are there. `stopCapture` is
-    // called on a signal to end; either way `captureEnded` must follow. Throws CFailure if it can't listen.
+    // called on a signal to end; either way `captureEnded` must follow. The manager must be analysing. Throws
+    // CFailure if it can't listen.
     CAgentServer(KetStats::CKetrinStatManager & manager, CServerOptions const & options,
-                 std::function<void()> startCapture, std::function<void()> stopCapture);
+                 CServed const & served, std::function<void()> startCapture,
+                 std::function<void()> stopCapture);
     ~CAgentServer();
 
     CAgentServer(CAgentServer const &) = delete;
@@ -50,8 +72,8 @@ public:
     // Returns when the capture has ended and all consoles are served, or at a second signal.
     void run();
 
-    // The capture is over, with so many frames counted. Any thread.
-    void captureEnded(unsigned long long frames);
+    // The capture is over. That it was a signal which ended it is known here. Any thread.
+    void captureEnded(CEnd const & end);
 
 private:
     class CServer;

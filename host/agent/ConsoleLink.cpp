@@ -1,14 +1,11 @@
 #include "host/agent/ConsoleLink.h"
 
-#include "host/wire/Endpoint.h"
 #include "host/wire/Fingerprint.h"
+#include "host/wire/SampleTime.h"
+#include "host/wire/Selection.h"
 #include "host/wire/SnapshotBytes.h"
 
-#include <boost/asio/buffer.hpp>
-#include <boost/asio/write.hpp>
 #include <fmt/core.h>
-
-#include <algorithm>
 
 namespace ketmon {
 
@@ -16,92 +13,64 @@ namespace {
 
 constexpr std::chrono::seconds timeToGreet(10);
 constexpr std::chrono::seconds timeToEnd(5);
-// What the system holds for a console besides the queue, at most.
-constexpr std::size_t sendBuffer = std::size_t{256} << 10;
 
-std::string nameOf(asio::ip::tcp::socket const & socket)
+std::optional<std::uint64_t> since(std::optional<std::uint64_t> now, std::optional<std::uint64_t> base)
 {
-    CErrorCode error;
-    auto const peer = socket.remote_endpoint(error);
-    return error ? "?" : CEndpoint{peer.address().to_string(), peer.port()}.toString();
+    return now && base ? std::optional(*now - *base) : std::nullopt;
+}
+
+CCaptureCounters since(CCaptureCounters const & now, CCaptureCounters const & base)
+{
+    return {since(now.received, base.received), since(now.droppedByKernel, base.droppedByKernel),
+            since(now.droppedByInterface, base.droppedByInterface)};
 }
 
 } // namespace
 
-CConsoleLink::CConsoleLink(asio::ip::tcp::socket socket, CLinkContext const & context)
-    : m_socket(std::move(socket)),
-      m_timer(m_socket.get_executor()),
+CConsoleLink::CConsoleLink(CSocket socket, std::string peer, CLinkContext const & context)
+    : CMessageStream(std::move(socket), largestToAgent, context.backlog),
       m_context(context),
-      m_peer(nameOf(m_socket)),
-      m_queue(context.backlog)
-{
-    CErrorCode ignored;
-    m_socket.set_option(
-        asio::socket_base::send_buffer_size(static_cast<int>(std::min(sendBuffer, context.backlog))),
-        ignored);
-    m_socket.set_option(asio::ip::tcp::no_delay(true), ignored);
-}
+      m_peer(std::move(peer)),
+      m_deadline(executor())
+{}
+
+CConsoleLink::~CConsoleLink() = default;
 
 void CConsoleLink::start()
 {
-    wait(timeToGreet, "said nothing that makes sense in time");
-    receive();
+    closeAfter(timeToGreet, "said nothing that makes sense in time");
+    startReading();
 }
 
-void CConsoleLink::receive()
+// A console has nothing to say but hello, and that it is there.
+void CConsoleLink::received(CMessage const & message)
 {
-    m_socket.async_read_some(asio::buffer(m_block), [self = shared_from_this()](auto error, auto count) {
-        if (self->closed())
-            return;
-        if (error == asio::error::eof && self->m_state != greeting) {
-            self->m_context.log(self->m_peer + ": left", false);
-            self->close();
-        } else if (error) {
-            self->drop("lost: " + error.message());
-        } else {
-            self->received({self->m_block.data(), count});
-            if (!self->closed())
-                self->receive();
-        }
-    });
+    if (!m_greeted && message.type == MessageType::hello)
+        greet(message);
+    else if (!m_greeted || message.type != MessageType::heartbeat)
+        throw CProtocolError(
+            fmt::format("a message of type {} doesn't belong here", static_cast<int>(message.type)));
 }
 
-void CConsoleLink::received(std::string_view bytes)
+void CConsoleLink::greet(CMessage const & message)
 {
-    // Nothing matters any more to one that is on its way out, and a console has nothing to say but hello.
-    if (m_state == ending)
-        return;
+    CHello const hello = CHello::parsed(message.body, schemaFingerprint());
     try {
-        m_reader.feed(bytes);
-        CMessage message;
-        while (m_state != ending && m_state != isClosed && m_reader.next(message)) {
-            if (m_state != greeting || message.type != MessageType::hello)
-                throw CProtocolError(
-                    fmt::format("a message of type {} doesn't belong here", static_cast<int>(message.type)));
-            greeted(message);
-        }
-    } catch (CProtocolError const & error) {
-        refuse(error.what());
+        CSelection const selection(hello.selection, m_context.shape);
+        m_snapshot = std::make_unique<KetStats::CStatSnapshot>(m_context.manager.limits());
+        selection.select(*m_snapshot);
     } catch (CBadSelection const & error) {
-        refuse(error.what());
+        throw CProtocolError(error.what());
     }
-}
-
-void CConsoleLink::greeted(CMessage const & message)
-{
-    CGreeting const hello = CGreeting::parsedHello(message.body, schemaFingerprint());
-    CSelection const selection(hello.selection, m_context.shape);
-    m_timer.cancel();
-    m_snapshot = std::make_unique<KetStats::CStatSnapshot>();
-    selection.select(*m_snapshot);
+    m_counterBase = m_context.counters();
     m_snapshot->initSnapshot(m_context.manager);
-    m_state = serves;
-    m_context.log(m_peer + ": joined", false);
+    m_last.zero = m_last.moment = ticksOf(m_snapshot->getSampleStart());
+    m_deadline.cancel();
+    m_greeted = true;
+    log("joined", false);
 
-    CGreeting welcome;
-    welcome.fingerprint = schemaFingerprint();
-    welcome.interval = m_context.interval;
-    send(encoded(MessageType::welcome, welcome.welcome()));
+    deliver(encoded(MessageType::welcome, m_context.welcome.body()));
+    keepAlive(std::chrono::milliseconds(m_context.welcome.heartbeat));
     sample();
     if (serving())
         m_context.joined();
@@ -112,103 +81,77 @@ void CConsoleLink::sample()
     if (!serving())
         return;
     m_snapshot->nextSample(m_context.manager);
-    MessageType const type = m_sampled ? MessageType::delta : MessageType::full;
-    std::string message = encoded(type, packed(*m_snapshot, m_sampled));
-    m_sampled = true;
-    send(std::move(message));
+    bool const first = m_last.sequence == 0;
+    CSampleHead head = m_last;
+    ++head.sequence;
+    head.moment = ticksOf(m_snapshot->getSampleStart());
+    head.interval = head.moment - m_last.moment;
+    head.counters = since(m_context.counters(), m_counterBase);
+    head.ledgers = m_snapshot->getLedgers();
+    std::string const body = head.body(m_last.ledgers, packed(*m_snapshot, !first));
+    m_last = head;
+    deliver(encoded(first ? MessageType::full : MessageType::delta, body));
 }
 
-void CConsoleLink::end(unsigned long long frames)
+void CConsoleLink::end(CEnd const & end)
 {
     if (!serving())
         return;
-    send(encoded(MessageType::end, encodedEnd(frames)));
-    finish();
+    deliver(encoded(MessageType::end, end.body()));
+    leave();
 }
 
-void CConsoleLink::refuse(std::string const & reason)
+void CConsoleLink::misunderstood(std::string const & why)
 {
-    m_context.log(fmt::format("{}: refused: {}", m_peer, reason), true);
-    send(encoded(MessageType::refusal, reason));
-    finish();
+    log("refused: " + shownText(why), true);
+    deliver(encoded(MessageType::refusal, why.substr(0, longestText)));
+    leave();
 }
 
-void CConsoleLink::send(std::string message)
+void CConsoleLink::deliver(std::string message)
 {
-    if (closed())
+    m_answered = true;
+    if (closed() || send(std::move(message)))
         return;
-    if (!m_queue.push(std::move(message))) {
-        drop(fmt::format("dropped: it doesn't keep up, {} bytes wait for it", m_queue.bytes()));
-        return;
-    }
-    if (!m_writing)
-        write();
-}
-
-void CConsoleLink::write()
-{
-    m_writing = true;
-    asio::async_write(m_socket, asio::buffer(m_queue.front()), [self = shared_from_this()](auto error, auto) {
-        self->m_writing = false;
-        if (self->closed())
-            return;
-        if (error) {
-            self->drop("lost: " + error.message());
-            return;
-        }
-        self->m_queue.pop();
-        if (!self->m_queue.empty())
-            self->write();
-        else if (self->m_state == ending)
-            self->finish();
-    });
-}
-
-// Says that no more will come once everything went out. Closing at once could throw away, at the other end,
-// what it hasn't read yet.
-void CConsoleLink::finish()
-{
-    if (closed())
-        return;
-    if (m_state != ending) {
-        m_state = ending;
-        m_context.log(m_peer + ": done", false);
-        wait(timeToEnd, "");
-    }
-    if (m_writing)
-        return;
-    CErrorCode ignored;
-    m_socket.shutdown(asio::ip::tcp::socket::shutdown_send, ignored);
-}
-
-void CConsoleLink::wait(std::chrono::seconds time, std::string const & complaint)
-{
-    m_timer.expires_after(time);
-    m_timer.async_wait([self = shared_from_this(), complaint](auto error) {
-        bool const tooLate = !complaint.empty() && self->m_state != greeting;
-        if (error || self->closed() || tooLate)
-            return;
-        if (complaint.empty())
-            self->close();
-        else
-            self->drop(complaint);
-    });
-}
-
-void CConsoleLink::drop(std::string const & reason)
-{
-    m_context.log(m_peer + ": " + reason, true);
+    log(fmt::format("dropped: it doesn't keep up, {} bytes wait for it", waiting()), true);
     close();
 }
 
-void CConsoleLink::close()
+void CConsoleLink::leave()
 {
     if (closed())
         return;
-    m_state = isClosed;
-    m_timer.cancel();
-    CErrorCode ignored;
-    m_socket.close(ignored);
+    log("done", false);
+    finish();
+    closeAfter(timeToEnd, "");
+}
+
+void CConsoleLink::closeAfter(std::chrono::seconds time, std::string const & complaint)
+{
+    m_deadline.expires_after(time);
+    m_deadline.async_wait(
+        [self = std::static_pointer_cast<CConsoleLink>(shared_from_this()), complaint](auto error) {
+            // One that is due already when it is put off comes here without an error.
+            bool const putOff = self->m_deadline.expiry() > Clock::now();
+            if (error || putOff || self->closed() || self->serving())
+                return;
+            if (!complaint.empty())
+                self->log(complaint, true);
+            self->close();
+        });
+}
+
+void CConsoleLink::lost(bool hungUp, std::string const & why)
+{
+    if (hungUp && m_answered)
+        log("left", false);
+    else
+        log("lost: " + why, true);
+}
+
+void CConsoleLink::wasClosed()
+{
+    m_deadline.cancel();
     m_context.gone();
 }
 

@@ -1,14 +1,14 @@
 #pragma once
 
-#include "host/wire/Asio.h"
-#include "host/wire/Protocol.h"
-#include "host/wire/Selection.h"
-#include "host/wire/SendQueue.h"
+#include "host/wire/Greeting.h"
+#include "host/wire/MessageStream.h"
+#include "host/wire/SampleMessage.h"
 
-#include <boost/asio/ip/tcp.hpp>
+#include "ketstats/ketstats.h"
+
 #include <boost/asio/steady_timer.hpp>
 
-#include <array>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
@@ -20,66 +20,63 @@ struct CLinkContext
 {
     KetStats::CKetrinStatManager & manager;
     KetStats::CAgentStatistic & shape; // any tree
-    std::uint32_t interval;            // milliseconds
+    CWelcome welcome;
     std::size_t backlog;
-    // Told of a console that said hello, of one that is gone, and what is worth a line on stderr.
+    std::function<CCaptureCounters()> counters;
+    // Told of a console that said hello, of one that is gone, and what is worth a line in the log.
     std::function<void()> joined;
     std::function<void()> gone;
     std::function<void(std::string const & line, bool always)> log;
 };
 
-// The agent's end of one connection, on the thread of its io_context.
+// The agent's end of one connection.
+//
+//     greeting ---hello---> serving ---end()---> ending ---> closed
+//        |                     |                   ^            ^
+//        |                     |                   |            |
+//        +---no good hello, or more than that------+            |
+//        +---too late, lost----+---lost, doesn't keep up--------+
 //
 //     greeting    waits for hello, and not for ever
-//     serving     samples go out as they come
+//     serving     samples go out as they come, and a heartbeat where nothing did for long
 //     ending      what is queued goes out, then waits for the console to hang up, and not for ever
-//     closed      for good
-class CConsoleLink : public std::enable_shared_from_this<CConsoleLink>
+class CConsoleLink : public CMessageStream
 {
 public:
-    CConsoleLink(asio::ip::tcp::socket socket, CLinkContext const & context);
+    CConsoleLink(CSocket socket, std::string peer, CLinkContext const & context);
+    ~CConsoleLink() override;
 
     void start();
     // Samples and sends: all that is selected the first time, then what changed.
     void sample();
     // Sends the end and closes.
-    void end(unsigned long long frames);
-    void close();
+    void end(CEnd const & end);
 
-    bool serving() const { return m_state == serves; }
-    bool leaving() const { return m_state == ending; }
-    bool closed() const { return m_state == isClosed; }
+    bool serving() const { return m_greeted && !finishing() && !closed(); }
+    bool leaving() const { return finishing(); }
 
 private:
-    enum State
-    {
-        greeting,
-        serves,
-        ending,
-        isClosed,
-    };
+    void received(CMessage const & message) override;
+    void misunderstood(std::string const & why) override;
+    void lost(bool hungUp, std::string const & why) override;
+    void wasClosed() override;
 
-    void receive();
-    void received(std::string_view bytes);
-    void greeted(CMessage const & message);
-    void refuse(std::string const & reason);
-    void send(std::string message);
-    void write();
-    void finish();
-    void wait(std::chrono::seconds time, std::string const & complaint);
-    void drop(std::string const & reason);
+    void greet(CMessage const & message);
+    void deliver(std::string message);
+    void leave();
+    void closeAfter(std::chrono::seconds time, std::string const & complaint);
+    void log(std::string const & line, bool always) const { m_context.log(m_peer + ": " + line, always); }
 
-    asio::ip::tcp::socket m_socket;
-    asio::steady_timer m_timer;
     CLinkContext const & m_context;
     std::string m_peer;
-    State m_state = greeting;
-    CMessageReader m_reader{largestToAgent};
-    CSendQueue m_queue;
-    bool m_writing = false;
-    bool m_sampled = false;
-    std::unique_ptr<KetStats::CStatSnapshot> m_snapshot; // once greeted
-    std::array<char, 4096> m_block{};
+    asio::steady_timer m_deadline;
+    bool m_greeted = false;
+    bool m_answered = false; // with a welcome or a refusal
+
+    // Once greeted.
+    std::unique_ptr<KetStats::CStatSnapshot> m_snapshot;
+    CSampleHead m_last;             // of the message sent last
+    CCaptureCounters m_counterBase; // what the capture had counted at the zero point
 };
 
 } // namespace ketmon

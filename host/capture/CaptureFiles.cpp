@@ -3,8 +3,7 @@
 #include "host/capture/CaptureFile.h"
 #include "host/support/ByteSource.h"
 #include "host/support/Failure.h"
-
-#include <fmt/format.h>
+#include "host/support/Output.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -62,7 +61,7 @@ CCaptureFiles::CCaptureFiles(std::vector<std::string> const & paths)
             file.source.reset();
     }
     if (!some)
-        throw CFailure(exitBadInput, fmt::format("{}", fmt::join(m_faults.damage, "; ")));
+        failWith(exitBadInput, m_faults.damage);
 }
 
 CCaptureFiles::~CCaptureFiles() = default;

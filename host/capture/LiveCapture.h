@@ -1,9 +1,12 @@
 #pragma once
 
+#include "host/capture/CaptureCounters.h"
 #include "host/capture/CaptureSource.h"
 
 #include "ketstats/capture/Requester.h"
 
+#include <bitset>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -14,6 +17,10 @@ struct CInput
 {
     std::unique_ptr<CNdisHook> hook;
     std::unique_ptr<CCaptureSource> source; // may tell the hook of losses
+    // Counters of "Global errors" for which the hook has figures, by their ids.
+    std::bitset<32> errors{};
+    // What the capture knows by now; any thread may ask.
+    std::function<CCaptureCounters()> counters = [] { return CCaptureCounters(); };
 };
 
 // The frames that pass a network interface and that `filter` lets through, all if it is empty. `linkSpeed` in

@@ -1,9 +1,10 @@
 #include "host/commands/AgentCommand.h"
 
+#include "host/agent/CaptureThread.h"
 #include "host/capture/CaptureFiles.h"
-#include "host/capture/FrameFeed.h"
 #include "host/capture/LiveCapture.h"
 #include "host/live/EndLine.h"
+#include "host/live/FileCount.h"
 #include "host/support/Failure.h"
 #include "host/support/OptionChecks.h"
 #include "host/support/Output.h"
@@ -13,10 +14,9 @@
 #include <fmt/core.h>
 
 #include <algorithm>
-#include <exception>
+#include <cstdlib>
 #include <memory>
 #include <optional>
-#include <thread>
 
 namespace ketmon {
 
@@ -29,69 +29,43 @@ std::chrono::milliseconds milliseconds(double seconds)
     return std::chrono::milliseconds(static_cast<long long>(seconds * 1000.0));
 }
 
-// The thread on which frames are read and analysed.
-class CCaptureThread
-{
-public:
-    CCaptureThread(CKetrinStatManager & manager, CCaptureSource & source, CFeedOptions const & options)
-        : m_manager(manager),
-          m_source(source),
-          m_options(options)
-    {}
-
-    // `ended` is called on the thread, as its last deed.
-    void start(std::function<void(unsigned long long frames)> ended)
-    {
-        m_thread = std::jthread([this, ended = std::move(ended)](std::stop_token const & stop) {
-            try {
-                feedFrames(m_manager, m_source, m_options, stop, m_summary);
-            } catch (...) {
-                m_failure = std::current_exception();
-            }
-            ended(m_summary.frames);
-        });
-    }
-
-    void stop()
-    {
-        m_thread.request_stop();
-        m_source.stop();
-    }
-
-    // Ends the thread, and gives what it counted. Throws what it failed with.
-    CCaptureSummary const & join()
-    {
-        if (!m_thread.joinable())
-            return m_summary;
-        stop();
-        m_thread.join();
-        if (m_failure)
-            std::rethrow_exception(m_failure);
-        m_summary.faults = m_source.faults();
-        return m_summary;
-    }
-
-private:
-    CKetrinStatManager & m_manager;
-    CCaptureSource & m_source;
-    CFeedOptions m_options;
-    CCaptureSummary m_summary; // this and the next are written by the thread, and read behind its end
-    std::exception_ptr m_failure;
-    std::jthread m_thread;
-};
-
 CInput inputOf(CAgentOptions const & options)
 {
     if (!options.interface.empty())
         return openLiveCapture(options.interface, options.filter, options.analysis.linkSpeed);
-    return {std::make_unique<CFileHook>(options.analysis.linkSpeed),
-            std::make_unique<CCaptureFiles>(options.files)};
+    CInput input;
+    input.hook = std::make_unique<CFileHook>(options.analysis.linkSpeed);
+    input.source = std::make_unique<CCaptureFiles>(options.files);
+    return input;
 }
 
-CDrops dropsOf(CNdisHook & hook)
+std::string environment(char const * name)
 {
-    auto const count = [](long lost) { return static_cast<unsigned long long>(std::max(lost, 0L)); };
-    return {count(hook.GetSoftMissedFrames()), count(hook.GetMissedFrames())};
+    char const * const value = std::getenv(name);
+    return value ? value : "";
+}
+
+CServed servedBy(CAgentOptions const & options, CInput const & input)
+{
+    CServed served;
+    served.agent = options.name.empty() ? hostName() : options.name;
+    // Where a service manager gives its services a folder of their own, it is named there.
+    served.identity = options.identity.empty() ? keptIdentity(environment("STATE_DIRECTORY"))
+                                               : parsedIdentity(options.identity);
+    served.kind = options.files.empty() ? SourceKind::interface : SourceKind::file;
+    served.source = options.files.empty() ? options.interface : nameOf(options.files);
+    served.linkSpeed = static_cast<std::uint64_t>(std::max(0L, input.hook->GetLinkSpeed()));
+    served.errors = input.errors;
+    served.counters = input.counters;
+    return served;
+}
+
+std::optional<CDrops> dropsOf(CInput const & input)
+{
+    CCaptureCounters const known = input.counters();
+    if (!known.droppedByKernel && !known.droppedByInterface)
+        return {};
+    return CDrops{known.droppedByKernel.value_or(0), known.droppedByInterface.value_or(0)};
 }
 
 } // namespace
@@ -99,7 +73,7 @@ CDrops dropsOf(CNdisHook & hook)
 void addAgentCommand(CLI::App & app)
 {
     auto const options = std::make_shared<CAgentOptions>();
-    options->analysis.rows.usual = rowsOfAgents;
+    options->analysis.rows = {{}, rowsOfAgents, costOfAgents};
     CLI::App * const command =
         app.add_subcommand("agent", "Count frames and serve the statistics to consoles over TCP");
     command->footer("The address that it listens on is printed as the first line. Whoever reaches that\n"
@@ -153,6 +127,17 @@ void addAgentCommand(CLI::App & app)
         ->check(notEmpty())
         ->capture_default_str()
         ->type_name("BYTES");
+    command
+        ->add_option("--name", options->name,
+                     "What consoles call the agent; the name of this machine unless given")
+        ->check(notEmpty())
+        ->type_name("NAME");
+    command
+        ->add_option("--identity", options->identity,
+                     "32 hexadecimal digits by which the agent is known however it is called; kept in the "
+                     "folder that STATE_DIRECTORY names, or made anew at each start, unless given")
+        ->check(notEmpty())
+        ->type_name("DIGITS");
     command->add_option("-c,--count", options->count, "End after so many frames")
         ->check(notEmpty())
         ->type_name("COUNT");
@@ -173,6 +158,7 @@ void runAgent(CAgentOptions const & options)
     serverOptions.linger = milliseconds(options.linger);
 
     CInput const input = inputOf(options);
+    CServed const served = servedBy(options, input);
     CKetrinStatManager manager(tableLimits(options.analysis.rows));
     configure(manager, options.analysis);
     manager.beginAnalyzing(input.hook.get());
@@ -180,17 +166,14 @@ void runAgent(CAgentOptions const & options)
     double const pace = options.files.empty() ? 0.0 : options.pace;
     CCaptureThread capture(manager, *input.source, {pace, options.longestGap, options.count});
     CAgentServer server(
-        manager, serverOptions,
-        [&] { capture.start([&server](unsigned long long frames) { server.captureEnded(frames); }); },
+        manager, serverOptions, served,
+        [&] { capture.start([&server](CEnd const & end) { server.captureEnded(end); }); },
         [&] { capture.stop(); });
     writeOutput(fmt::format("listening on {}\n", server.endpoint().toString()));
     server.run();
     CCaptureSummary const & summary = capture.join();
     manager.endAnalyzing();
-    std::optional<CDrops> drops;
-    if (options.files.empty())
-        drops = dropsOf(*input.hook);
-    tellEnd(summary, manager.getAgentStatistic().ledgers(), drops, options.server.quiet);
+    tellEnd(summary, manager.getAgentStatistic().ledgers(), dropsOf(input), options.server.quiet);
 }
 
 } // namespace ketmon

@@ -17,6 +17,8 @@ struct CAgentOptions
     std::string interface;
     std::string filter;
     std::string listen = usualEndpoint;
+    std::string name;
+    std::string identity;
     double pace = 1.0;
     double longestGap = 10.0; // seconds, as are the next two
     double interval = 1.0;

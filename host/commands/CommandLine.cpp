@@ -13,7 +13,7 @@
 #include <fmt/core.h>
 
 #include <algorithm>
-#include <cstdio>
+#include <exception>
 
 namespace ketmon {
 
@@ -65,6 +65,7 @@ int runCommands(int argc, char const * const * argv)
 
 int run(int argc, char const * const * argv)
 {
+    letBrokenPipesFail();
     try {
         holdStandardStreams();
         int const exitCode = runCommands(argc, argv);

@@ -62,14 +62,14 @@ std::unique_ptr<CCaptureExpression> triedExpression(std::string const & text)
     }
 }
 
-// Frames of the files.
+// Frames of a file.
 struct CVerdicts
 {
     unsigned long long passed = 0;    // by the filter
     unsigned long long disagreed = 0; // the filter and its expression
 };
 
-// What becomes of the frames of the files. Those that pass the filter are written, if there is a writer.
+// What becomes of the frames of the file. Those that pass the filter are written, if there is a writer.
 CVerdicts verdicts(CFilterOptions const & options, CFilter const & filter, CCaptureWriter * writer)
 {
     CVerdicts result;
@@ -99,10 +99,10 @@ void passFrames(CFilterOptions const & options, CFilter const & filter)
     if (options.frames)
         writeOutput(fmt::format("{}\n", result.passed));
     if (result.disagreed != 0)
-        tell(
-            fmt::format("{}: the expression decides otherwise than the row's own filter on {} frame{}, which "
-                        "are cut, too short, or behind more than two VLAN tags",
-                        nameOf(options.files), result.disagreed, result.disagreed == 1 ? "" : "s"));
+        tell(fmt::format(
+            "{}: the expression decides otherwise than the row's own filter on {} frame{}, which are "
+            "cut, too short, or behind more than two VLAN tags",
+            nameOf(options.files), result.disagreed, result.disagreed == 1 ? "" : "s"));
 }
 
 } // namespace
@@ -139,18 +139,17 @@ void addFilterCommand(CLI::App & app)
 void printFilter(CFilterOptions const & options)
 {
     bool const withFrames = options.frames || !options.output.empty();
-    auto const pipe = std::find_if(options.files.begin(), options.files.end(), isReadOnce);
-    bool const once = pipe != options.files.end();
-    if (withFrames && once)
-        throw CFailure(exitBadInput,
-                       fmt::format("{}: is read twice for --frames and --write, so it can't be a "
-                                   "pipe or a device",
-                                   *pipe));
+    for (std::string const & file : options.files)
+        if (withFrames && isReadOnce(file))
+            throw CFailure(exitBadInput,
+                           fmt::format("{}: is read twice for --frames and --write, so it can't "
+                                       "be a pipe or a device",
+                                       file));
     CFileCount count(options.analysis, {});
     count.run(options.files, options.quiet);
     std::unique_ptr<CFilter> const filter = filterOf(options, count);
     writeOutput(filter->GetDescription() + '\n');
-    if (!once)
+    if (std::none_of(options.files.begin(), options.files.end(), isReadOnce))
         passFrames(options, *filter);
     tellEnd(count.summary(), {}, {}, true);
 }

@@ -56,11 +56,8 @@ void readCapture(CReadOptions const & options)
     check(options.report);
     CFileCount count(options.analysis, options.recording);
     count.run(options.files, options.quiet, filter.get());
-
-    CSampleFacts facts = count.facts();
-    facts.source.kind = CSourceFigures::Kind::file;
-    facts.source.name = nameOf(options.files);
-    writeOutput(output(options.report, figuresOf(count.result(), facts), count.result(), count.frames()));
+    writeOutput(
+        output(options.report, figuresOf(count.result(), count.facts()), count.result(), count.frames()));
     tellEnd(count.summary(), count.recording().snapshot().getLedgers(), {}, options.quiet);
 }
 

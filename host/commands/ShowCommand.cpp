@@ -1,5 +1,6 @@
 #include "host/commands/ShowCommand.h"
 
+#include "host/capture/CaptureTime.h"
 #include "host/render/SampleFacts.h"
 #include "host/support/Failure.h"
 #include "host/support/Output.h"
@@ -9,6 +10,7 @@
 #include <fmt/core.h>
 
 #include <memory>
+#include <optional>
 
 namespace ketmon {
 
@@ -26,15 +28,22 @@ void unpackFrom(std::string const & file, KetStats::CStatSnapshot & snapshot, CS
     snapshot.setLedgers(saved.ledgers);
 }
 
-CSampleFacts factsOf(CSavedSnapshot const & saved, KetStats::CStatSnapshot const & snapshot)
+KetStats::CAgentStatistic const & treeOf(KetStats::CStatSnapshot const & snapshot)
+{
+    return dynamic_cast<KetStats::CAgentStatistic const &>(*snapshot.getStat("1"));
+}
+
+CSampleFacts factsOf(KetStats::CStatSnapshot const & snapshot, CSavedSnapshot const & saved)
 {
     CSampleFacts facts;
-    facts.source.kind = CSourceFigures::Kind::file;
     facts.source.name = saved.name;
-    if (saved.linkBits != 0)
+    if (saved.linkBits > 0)
         facts.source.linkBitsPerSecond = saved.linkBits;
     facts.zero = saved.summary.first;
     facts.time = saved.summary.last;
+    if (!saved.isFull())
+        facts.intervalSeconds =
+            static_cast<double>(saved.time - saved.previous) / static_cast<double>(ticksPerSecond);
     facts.counted = CGroupSet(saved.groups);
     facts.filterGiven = saved.filtering;
     facts.givenUp = snapshot.getGivenUp();
@@ -64,13 +73,17 @@ void showSnapshots(CShowOptions const & options)
         static_cast<void>(inOrder({files.front()})); // says what is missing
     KetStats::CStatSnapshot snapshot(last.limits);
     unpackFrom(files.front(), snapshot, last);
+    std::optional<CFigures> before;
     for (std::size_t i = 1; i < files.size(); ++i) {
+        if (i + 1 == files.size())
+            before = figuresOf(treeOf(snapshot), factsOf(snapshot, last));
         last = loadSnapshot(files[i]);
         unpackFrom(files[i], snapshot, last);
     }
     snapshot.calculatePercentStats();
-    auto const & tree = dynamic_cast<KetStats::CAgentStatistic const &>(*snapshot.getStat("1"));
-    writeOutput(output(options.report, figuresOf(tree, factsOf(last, snapshot)), tree, framesOf(snapshot)));
+    CFigures const figures =
+        figuresOf(treeOf(snapshot), factsOf(snapshot, last), before ? &*before : nullptr);
+    writeOutput(output(options.report, figures, treeOf(snapshot), framesOf(snapshot)));
 }
 
 } // namespace ketmon

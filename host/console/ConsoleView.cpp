@@ -1,6 +1,10 @@
 #include "host/console/ConsoleView.h"
 
+#include "host/render/FiguresJson.h"
+#include "host/support/Escaped.h"
+#include "host/support/Output.h"
 #include "host/support/Terminal.h"
+#include "host/support/TimeText.h"
 #include "host/wire/SnapshotBytes.h"
 
 #include <fmt/core.h>
@@ -9,35 +13,63 @@
 
 namespace ketmon {
 
-using KetStats::CBaseStat;
-using KetStats::COid;
 using nlohmann::ordered_json;
 
 namespace {
 
-// The selected statistics below `stat`, which is a group that isn't selected whole.
-ordered_json selectedToJson(CBaseStat const & stat, COid const & oid, CSelection const & selection,
-                            CReport const & report)
+std::string timeOf(long long ticks)
 {
-    ordered_json object = ordered_json::object();
-    for (unsigned int index = 0; index < stat.getChildrenCount(); ++index) {
-        CBaseStat const & child = *stat.getChild(index);
-        COid const below(fmt::format("{}.{}", oid.toString(), child.getId()));
-        if (selection.touches(below))
-            object[child.getDescription()->getStringDescription()] =
-                selection.covers(below) ? report.json(child)
-                                        : selectedToJson(child, below, selection, report);
-    }
-    return object;
+    return timeText(ticks).value_or("an unknown time");
 }
 
-// Text from an agent may hold anything, and a terminal obeys some of it.
-std::string harmless(std::string text)
+char const * nameOf(EndReason reason)
 {
-    for (char & c : text)
-        if ((c >= 0 && c < 0x20 && c != '\n') || c == 0x7F)
-            c = '?';
-    return text;
+    switch (reason) {
+    case EndReason::ended:
+        return "ended";
+    case EndReason::interrupted:
+        return "interrupted";
+    case EndReason::interfaceGone:
+        return "interface_gone";
+    case EndReason::failed:
+        break;
+    }
+    return "failed";
+}
+
+// What stands behind "the agent".
+char const * textOf(EndReason reason)
+{
+    switch (reason) {
+    case EndReason::ended:
+        return "ended";
+    case EndReason::interrupted:
+        return "was ended";
+    case EndReason::interfaceGone:
+        return "lost its interface";
+    case EndReason::failed:
+        break;
+    }
+    return "failed";
+}
+
+ordered_json document(CReportOptions const & options, CReceivedTree const & received, CEnd const * end)
+{
+    ordered_json result;
+    if (options.tree) {
+        result["frames"] = received.tree().globalStatistics.transmittedFrames.get();
+        if (end)
+            result["ended"] = end->frames;
+        result["statistics"] = CReport(options).chosenJson(received.tree(), received.tree().getOid());
+        return result;
+    }
+    result = figuresJson(received.figures(), options);
+    if (end) {
+        result["end"] = {{"reason", nameOf(end->reason)}, {"frames", end->frames}};
+        if (!end->text.empty())
+            result["end"]["text"] = validUtf8(end->text);
+    }
+    return result;
 }
 
 // Draws over what a terminal shows, as many lines as it has.
@@ -59,59 +91,37 @@ std::string drawn(std::string_view text)
 
 } // namespace
 
-CConsoleView::CConsoleView(CReportOptions const & options, CSelection const & selection,
-                           std::string const & title)
-    : m_report(options),
-      m_selection(selection),
-      m_title(title),
+std::string stateText(CReceivedTree const & received, CEnd const * end)
+{
+    CWelcome const & welcome = received.welcome();
+    CSampleHead const & head = received.head();
+    std::string text = fmt::format("{} counts {}, since {}, at {}: ", escaped(welcome.agent),
+                                   escaped(welcome.source), timeOf(head.zero), timeOf(head.moment));
+    if (!end)
+        return text + fmt::format("live, sample {}", head.sequence);
+    text += fmt::format("the agent {} after {} frames", textOf(end->reason), end->frames);
+    return end->text.empty() ? text : text + ": " + shownText(end->text);
+}
+
+CConsoleView::CConsoleView(CReportOptions const & options)
+    : m_options(options),
       m_terminal(isTerminal(stdout))
 {}
 
-void CConsoleView::show(KetStats::CStatSnapshot const & snapshot) const
+void CConsoleView::show(CReceivedTree const & received, CEnd const * end) const
 {
-    print(snapshot, nullptr);
-}
-
-void CConsoleView::showLast(KetStats::CStatSnapshot const & snapshot, unsigned long long counted) const
-{
-    print(snapshot, &counted);
-}
-
-std::string CConsoleView::text(KetStats::CStatSnapshot const & snapshot) const
-{
-    std::string result;
-    for (COid const & oid : m_selection.oids())
-        result += m_report.text(*snapshot.getStat(oid));
-    return harmless(result);
-}
-
-void CConsoleView::print(KetStats::CStatSnapshot const & snapshot, unsigned long long const * counted) const
-{
-    unsigned int const frames = framesOf(snapshot);
-    if (m_report.isJson()) {
-        ordered_json document;
-        document["frames"] = frames;
-        if (counted)
-            document["ended"] = *counted;
-        COid const root("1");
-        CBaseStat const & tree = *snapshot.getStat(root);
-        document["statistics"] = m_selection.covers(root) ? m_report.json(tree)
-                                                          : selectedToJson(tree, root, m_selection, m_report);
-        fmt::print("{}\n", document.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
-    } else {
-        std::string const state =
-            counted ? fmt::format("the agent ended after {} frames", *counted) : std::string("live");
-        std::string const whole =
-            fmt::format("{}: {} frames, {}\n\n{}", m_title, frames, state, text(snapshot));
-        // The last state stays on the screen as a whole.
-        if (m_terminal && counted)
-            fmt::print("\033[H\033[J{}", whole);
-        else if (m_terminal)
-            fmt::print("{}", drawn(whole));
-        else
-            fmt::print("{}", whole);
+    if (m_options.json) {
+        writeOutput(lineText(document(m_options, received, end)));
+        return;
     }
-    std::fflush(stdout);
+    std::string const whole = stateText(received, end) + "\n" +
+                              output(m_options, received.figures(), received.tree(),
+                                     received.tree().globalStatistics.transmittedFrames.get());
+    // The last state stays on the screen as a whole.
+    if (m_terminal)
+        writeOutput(end ? "\033[H\033[J" + whole : drawn(whole));
+    else
+        writeOutput(whole);
 }
 
 } // namespace ketmon

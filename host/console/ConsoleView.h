@@ -1,34 +1,29 @@
 #pragma once
 
+#include "host/live/ReceivedTree.h"
 #include "host/render/Report.h"
-#include "host/wire/Selection.h"
-
-#include "ketstats/ketstats.h"
 
 #include <string>
 
 namespace ketmon {
 
-// How a console shows what it was sent, of which only the selected part means anything.
+// How a console shows what it was sent.
 class CConsoleView
 {
 public:
-    CConsoleView(CReportOptions const & options, CSelection const & selection, std::string const & title);
+    explicit CConsoleView(CReportOptions const & options);
 
     // Shows the state after a sample: one JSON object on one line, or tables. On a terminal they take the
-    // place of those before, as far as they fit.
-    void show(KetStats::CStatSnapshot const & snapshot) const;
-    // Shows the last state of an agent that counted so many frames in all.
-    void showLast(KetStats::CStatSnapshot const & snapshot, unsigned long long counted) const;
+    // place of those before, as far as they fit. With an end it is the last state of an agent, of which the
+    // whole stays there. Throws CFailure if it can't be written.
+    void show(CReceivedTree const & received, CEnd const * end) const;
 
 private:
-    std::string text(KetStats::CStatSnapshot const & snapshot) const;
-    void print(KetStats::CStatSnapshot const & snapshot, unsigned long long const * counted) const;
-
-    CReport m_report;
-    CSelection const & m_selection;
-    std::string m_title;
+    CReportOptions m_options;
     bool m_terminal;
 };
+
+// One line about what is shown: who counts, the moment, whether more will come.
+std::string stateText(CReceivedTree const & received, CEnd const * end);
 
 } // namespace ketmon

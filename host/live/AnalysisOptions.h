@@ -33,7 +33,6 @@ class CFileHook : public CNdisHook
 public:
     explicit CFileHook(long linkSpeed) : m_linkSpeed(linkSpeed) {}
     long GetLinkSpeed() override { return m_linkSpeed; }
-    long linkSpeed() const { return m_linkSpeed; } // 0 if it isn't known
 
 private:
     long m_linkSpeed;

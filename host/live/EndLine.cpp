@@ -5,7 +5,7 @@
 #include "host/support/Output.h"
 #include "host/support/TimeText.h"
 
-#include <fmt/core.h>
+#include <fmt/format.h>
 
 namespace ketmon {
 
@@ -68,11 +68,8 @@ void tellEnd(CCaptureSummary const & summary, CLedgers const & ledgers, std::opt
         tell(line);
     if (!quiet)
         tell(endLine(summary, ledgers, drops));
-    std::vector<std::string> const & damage = summary.faults.damage;
-    for (std::size_t i = 0; i + 1 < damage.size(); ++i)
-        tell(damage[i]);
-    if (!damage.empty())
-        throw CFailure(exitBadInput, damage.back());
+    if (!summary.faults.damage.empty())
+        failWith(exitBadInput, summary.faults.damage);
 }
 
 } // namespace ketmon

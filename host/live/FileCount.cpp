@@ -59,13 +59,15 @@ void CFileCount::run(std::vector<std::string> const & files, bool quiet, CCaptur
 CSampleFacts CFileCount::facts() const
 {
     CSampleFacts facts;
+    facts.source.kind = CSourceFigures::Kind::file;
+    facts.source.name = m_recordingOptions.name;
     facts.zero = m_summary.first;
     facts.time = m_summary.last;
     facts.counted = countedGroups(m_manager);
     facts.filterGiven = m_filtering;
     facts.givenUp = m_recording->snapshot().getGivenUp();
-    if (long const speed = m_hook.linkSpeed(); speed > 0)
-        facts.source.linkBitsPerSecond = static_cast<std::uint64_t>(speed);
+    if (m_recordingOptions.linkBits > 0)
+        facts.source.linkBitsPerSecond = m_recordingOptions.linkBits;
     return facts;
 }
 

@@ -34,7 +34,7 @@ public:
     KetStats::CKetrinStatManager const & manager() const { return m_manager; }
     // All statistics, with all that is derived.
     KetStats::CAgentStatistic const & result() const { return m_recording->result(); }
-    // What is known of them beside it, but for the source's name.
+    // What is known of them beside it.
     CSampleFacts facts() const;
     // The statistic among them that the identifier names; null if it leads nowhere.
     KetStats::CBaseStat const * find(KetStats::COid const & oid) const { return m_recording->find(oid); }

@@ -27,4 +27,11 @@ private:
     ExitCode m_exitCode;
 };
 
+// A network interface is gone from which frames were captured.
+class CInterfaceGone : public CFailure
+{
+public:
+    explicit CInterfaceGone(std::string const & message) : CFailure(exitFailure, message) {}
+};
+
 } // namespace ketmon

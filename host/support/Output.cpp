@@ -1,13 +1,13 @@
 #include "host/support/Output.h"
 
 #include "host/support/Escaped.h"
-#include "host/support/Failure.h"
 
 #include <fmt/core.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <exception>
 
 namespace ketmon {
 
@@ -38,10 +38,17 @@ void tell(std::string_view line) noexcept
 {
     try {
         // In one piece, so that lines of several threads or programs don't mix.
-        std::fputs(fmt::format("ketmon: {}\n", escaped(line)).c_str(), stderr);
-    } catch (...) {
-        // There is nobody left to be told.
+        std::fprintf(stderr, "ketmon: %s\n", escaped(line).c_str());
+    } catch (std::exception const &) {
+        // There is no memory for it.
     }
+}
+
+void failWith(ExitCode exitCode, std::vector<std::string> const & lines)
+{
+    for (std::size_t i = 0; i + 1 < lines.size(); ++i)
+        tell(lines[i]);
+    throw CFailure(exitCode, lines.back());
 }
 
 } // namespace ketmon

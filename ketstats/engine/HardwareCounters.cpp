@@ -1,3 +1,4 @@
+#include "ketstats/engine/EngineTables.h"
 #include "ketstats/engine/StatManager.h"
 
 #include <limits>

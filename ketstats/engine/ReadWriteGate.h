@@ -81,10 +81,10 @@ private:
 };
 
 // Hold one side of the gate for a scope, through exceptions too. release() ends the hold early.
-class [[nodiscard]] CReadGuard
+class CReadGuard
 {
 public:
-    explicit CReadGuard(CReadWriteGate & gate) : m_gate(&gate) { m_gate->enterReader(); }
+    [[nodiscard]] explicit CReadGuard(CReadWriteGate & gate) : m_gate(&gate) { m_gate->enterReader(); }
     ~CReadGuard() { release(); }
 
     CReadGuard(CReadGuard const &) = delete;
@@ -103,10 +103,10 @@ private:
     bool held = true;
 };
 
-class [[nodiscard]] CWriteGuard
+class CWriteGuard
 {
 public:
-    explicit CWriteGuard(CReadWriteGate & gate) : m_gate(&gate) { m_gate->enterWriter(); }
+    [[nodiscard]] explicit CWriteGuard(CReadWriteGate & gate) : m_gate(&gate) { m_gate->enterWriter(); }
     ~CWriteGuard() { release(); }
 
     CWriteGuard(CWriteGuard const &) = delete;

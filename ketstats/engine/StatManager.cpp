@@ -1,5 +1,7 @@
 #include "ketstats/engine/StatManager.h"
 
+#include "ketstats/engine/EngineTables.h"
+
 #include <algorithm>
 #include <limits>
 #include <new>

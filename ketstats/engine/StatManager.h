@@ -8,7 +8,6 @@
 
 #include <array>
 #include <atomic>
-#include <map>
 #include <memory>
 #include <vector>
 
@@ -16,14 +15,6 @@ namespace KetStats {
 
 struct CFramePass;
 class CStatSnapshot;
-
-// The counters of "Global errors" that the adapter tells, in the order in which it is asked.
-using CHardwareCounter = CValueStat<unsigned int> CGlobalErrorsStat::*;
-std::vector<CHardwareCounter> const & hardwareCounters();
-
-// Ties the identifiers of the top-level groups, "1.1" to "1.9", to the enable flags 1 to 9. It stops there on
-// purpose: the groups 10 and 11 follow the flag of "1.8".
-extern std::map<COid, int, COidLess> const topLevelOids;
 
 // The object that a host makes once per capture, and the only door to the live statistic tree. Frames come in
 // through analyzeFrame, samples go out by the reader side of the gate. The library starts no thread:

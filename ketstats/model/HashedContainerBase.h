@@ -69,6 +69,10 @@ public:
     // How often the table was reset: rows, ids and ledger of different times have nothing in common.
     unsigned int resets() const { return m_resets; }
 
+    // Whether a copy takes a row that went and came back at its source for another one, whose own tables begin
+    // anew. Off at first: rows that such a table had stay.
+    void tellRowsApart(bool on) { m_tellsApart = on; }
+
     // Kept for a host's own checks; nothing in the library reads it.
     void SetOrderTesting(bool on) { orderTesting = on; }
 
@@ -126,7 +130,8 @@ protected:
     unsigned int m_resets = 0;
     bool orderTesting = false;
     bool m_lastApart = false; // the row of the last id stands apart; see CHashedContainerStat
-    bool m_lent = false;      // somebody may have changed the key of a row in place
+    bool m_tellsApart = false;
+    bool m_lent = false; // somebody may have changed the key of a row in place
 
 private:
     // The update order of a table without memory, which nobody writes.

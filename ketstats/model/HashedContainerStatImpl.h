@@ -382,7 +382,11 @@ CHashedContainerStat<T, K, H>::copyOf(CHashedContainerStat const & theirs, T con
 {
     unsigned int const rowId = source.getId();
     CMatch const match = rowFor(rowId, source.rowKey(), theirs.isApart(rowId));
-    m_index.setBirth(rowId, theirs.m_index.birthOf(rowId));
+    auto const birth = theirs.m_index.birthOf(rowId);
+    if constexpr (requires { match.row->beginAnew(); })
+        if (m_tellsApart && m_index.birthOf(rowId) != birth)
+            match.row->beginAnew();
+    m_index.setBirth(rowId, birth);
     if (m_births < theirs.m_births)
         m_births = theirs.m_births;
     return match;

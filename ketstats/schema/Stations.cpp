@@ -39,6 +39,12 @@ void CStationStat::giveUpTables(GivenUpTables & sums) const
     giveUpTable(sums.udpPorts, udpPorts);
 }
 
+void CStationStat::beginAnew()
+{
+    tcpPorts.reset();
+    udpPorts.reset();
+}
+
 CProtocolStat::CProtocolStat(CBaseStat * theParent, unsigned short theId)
     : CBaseStaticContainerStat(theParent, theId, groupDescription())
 {}

@@ -27,6 +27,8 @@ public:
         CLedger udpPorts;
     };
     void giveUpTables(GivenUpTables & sums) const;
+    // Empties them, for a station that is another one from now on.
+    void beginAnew();
 
     // clang-format off
 #define COLUMNS(COLUMN)                                                                                    \

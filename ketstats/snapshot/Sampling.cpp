@@ -1,4 +1,8 @@
+#include "ketstats/engine/EngineTables.h"
+#include "ketstats/model/RowCounts.h"
 #include "ketstats/snapshot/StatSnapshot.h"
+
+#include <type_traits>
 
 // A sample is the live tree less the base, for the selected groups. The live tree is never reset for a
 // client.
@@ -61,27 +65,69 @@ struct CRowBase<CStationStat>
     }
 };
 
-// Rows keep their index for as long as they live, so a base row stands at the index of its row. If it has
-// another key the index changed hands since, and its frame counters are zeroed so that it is never asked
-// again. Nothing below a row is reduced.
+// Brings the sample of a table up to date, and takes off each row what the base has of it. Rows keep their id
+// for as long as they live, so a base row stands under the id of its row. If it has another key the id changed
+// hands since, and its frame counters are zeroed so that it is never asked again. Nothing below a row is
+// reduced.
+//
+// With `apart` a base row is taken off the very row that it is a copy of and no other, and once.
+//
+// Yields what no row of the sample shows of what was counted since the zero point. That is what the table gave
+// up since, less what those rows had counted before: the base has all of it, but for the rows still there.
 template <class T, class K, class H>
-void sampleRows(CHashedContainerStat<T, K, H> & sample, CHashedContainerStat<T, K, H> & base,
-                CHashedContainerStat<T, K, H> const & live)
+CLedger sampleRows(CHashedContainerStat<T, K, H> & sample, CHashedContainerStat<T, K, H> & base,
+                   CHashedContainerStat<T, K, H> const & live, CTableZero const & zero, bool apart)
 {
     sample.compareAssign(live);
-    for (unsigned int id = sample.getOldestId(); id != 0; id = sample.getNextNewerId(id)) {
-        T & row = *sample.getChildById(id);
-        T * const baseRow = base.getChildById(id);
+    CLedger stillThere;
+    for (T & row : sample) {
+        unsigned int const rowId = row.getId();
+        T * const baseRow = base.getChildById(rowId);
         if (!baseRow || !CRowBase<T>::counted(*baseRow))
             continue;
-        if (CKeyBits<K>(baseRow->rowKey()) == CKeyBits<K>(row.rowKey()))
-            CRowBase<T>::reduceBy(row, *baseRow);
-        else
+        T const * const liveRow = live.getChildById(rowId);
+        if (apart && !liveRow)
+            continue;
+        bool const same = CKeyBits<K>(baseRow->rowKey()) == CKeyBits<K>(row.rowKey()) &&
+                          (!apart || (live.birthOf(rowId) == base.birthOf(rowId)));
+        if (!same) {
             CRowBase<T>::forget(*baseRow);
+            continue;
+        }
+        CRowBase<T>::reduceBy(row, *baseRow);
+        if (liveRow)
+            addCounts(stillThere, *baseRow);
     }
+
+    CLedger result = live.ledger();
+    // What stood before a reset says nothing about what came after it.
+    if (live.resets() == zero.resets) {
+        subtract(result, zero.ledger);
+        add(result, stillThere);
+    }
+    return result;
+}
+
+template <class Table>
+void setZero(CTableZero & zero, Table const & live)
+{
+    zero.resets = live.resets();
+    zero.ledger = live.ledger();
+    for (auto const & row : live)
+        if (CRowBase<std::remove_cvref_t<decltype(row)>>::counted(row))
+            addCounts(zero.ledger, row);
 }
 
 } // namespace
+
+void CStatSnapshot::setZeroPoint(CAgentStatistic const & live)
+{
+    setZero(m_zero.stations, live.stations);
+    setZero(m_zero.protocols, live.protocols);
+    setZero(m_zero.macConnections, live.macConnections);
+    setZero(m_zero.ipConnections, live.ipConnections);
+    m_ledgers = {};
+}
 
 void CStatSnapshot::nextSample(CAgentStatistic const & live)
 {
@@ -181,22 +227,29 @@ void CStatSnapshot::calculateFrameTables(CAgentStatistic const & live)
 
 void CStatSnapshot::calculateNetworkStationsStats(CAgentStatistic const & live)
 {
-    sampleRows(m_sample.stations, m_base.stations, live.stations);
+    m_ledgers.stations =
+        sampleRows(m_sample.stations, m_base.stations, live.stations, m_zero.stations, m_tellRowsApart);
+    CLedgers const all = live.ledgers();
+    m_ledgers.stationTcpPorts = all.stationTcpPorts;
+    m_ledgers.stationUdpPorts = all.stationUdpPorts;
 }
 
 void CStatSnapshot::calculateNetworkProtocolsStats(CAgentStatistic const & live)
 {
-    sampleRows(m_sample.protocols, m_base.protocols, live.protocols);
+    m_ledgers.protocols =
+        sampleRows(m_sample.protocols, m_base.protocols, live.protocols, m_zero.protocols, m_tellRowsApart);
 }
 
 void CStatSnapshot::calculateMACConnectionsStats(CAgentStatistic const & live)
 {
-    sampleRows(m_sample.macConnections, m_base.macConnections, live.macConnections);
+    m_ledgers.macConnections = sampleRows(m_sample.macConnections, m_base.macConnections, live.macConnections,
+                                          m_zero.macConnections, m_tellRowsApart);
 }
 
 void CStatSnapshot::calculateIPConnectionsStats(CAgentStatistic const & live)
 {
-    sampleRows(m_sample.ipConnections, m_base.ipConnections, live.ipConnections);
+    m_ledgers.ipConnections = sampleRows(m_sample.ipConnections, m_base.ipConnections, live.ipConnections,
+                                         m_zero.ipConnections, m_tellRowsApart);
 }
 
 // The three groups below have no base: they show what the live tree holds.
@@ -205,16 +258,20 @@ void CStatSnapshot::calculateIPConnectionsStats(CAgentStatistic const & live)
 void CStatSnapshot::calculateARPTableStats(CAgentStatistic const & live)
 {
     m_sample.arpTable.assign(live.arpTable);
+    m_ledgers.arpTable = live.arpTable.ledger();
 }
 
 void CStatSnapshot::calculateIPSubProtocolStats(CAgentStatistic const & live)
 {
     m_sample.ipSubprotocols.compareAssign(live.ipSubprotocols);
+    m_ledgers.ipSubprotocols = live.ipSubprotocols.ledger();
 }
 
 void CStatSnapshot::calculateIPPortsStats(CAgentStatistic const & live)
 {
     m_sample.ipPorts.compareAssign(live.ipPorts);
+    m_ledgers.tcpPorts = live.ipPorts.tcpPorts.ledger();
+    m_ledgers.udpPorts = live.ipPorts.udpPorts.ledger();
 }
 
 } // namespace KetStats

@@ -1,5 +1,7 @@
 #include "ketstats/snapshot/StatSnapshot.h"
 
+#include "ketstats/model/RowCounts.h"
+
 namespace KetStats {
 
 CStatSnapshot::CStatSnapshot(CTableLimits const & theLimits)
@@ -87,14 +89,37 @@ void CStatSnapshot::initSnapshot(CAgentStatistic const & live)
     m_sampleStart.getSystemTime();
     m_firstSampleStart = m_sampleStart;
     m_base.assign(live);
+    setZeroPoint(live);
     m_sample.globalStatistics.sampleNumber = 0U;
     m_sample.globalFilter.reset();
     m_passedFrames = 0;
 }
 
+void CStatSnapshot::tellRowsApart(bool on)
+{
+    m_tellRowsApart = on;
+    m_sample.stations.tellRowsApart(on);
+    m_visible.stations.tellRowsApart(on);
+}
+
 CLedgers CStatSnapshot::getGivenUp() const
 {
-    return m_ledgers;
+    CLedgers result = m_ledgers;
+    IPConnections const & traffic = m_visible.ipConnections;
+    CIPConnectionStat const * const others = traffic.getChildById(traffic.getLimit());
+    if (!others || !CIPConnectionStat::isOthers(others->rowKey()))
+        return result;
+    auto const takeOff = [](unsigned long long & count, unsigned long long shown) {
+        count = count > shown ? count - shown : 0;
+    };
+    CLedger & left = result.ipConnections;
+    CLedger shown;
+    addCounts(shown, *others);
+    takeOff(left.framesTransmitted, shown.framesTransmitted);
+    takeOff(left.bytesTransmitted, shown.bytesTransmitted);
+    if (left.framesTransmitted == 0 && left.bytesTransmitted == 0)
+        left.rows = 0;
+    return result;
 }
 
 void CStatSnapshot::nextSample(CKetrinStatManager & manager)

@@ -10,6 +10,13 @@ class CFrame;
 
 namespace KetStats {
 
+// What a table had counted at a zero point: its ledger then, with the counts of its rows added.
+struct CTableZero
+{
+    CLedger ledger;
+    unsigned int resets = 0; // of the table, up to then
+};
+
 // A client's private view of the statistics: what happened since its own zero point.
 //
 //     live tree  --initSnapshot-->  m_base                       the zero point
@@ -37,7 +44,8 @@ public:
     CStatSnapshot & operator=(CStatSnapshot const &) = delete;
 
     // Selects a statistic with everything below it. A narrower selection below one that stands is dropped; a
-    // broader one above some that stand leaves the selection as it is, though it sets the flags. Throws
+    // broader one above some that stand leaves the selection as it is, though it sets the flags. A receiver
+    // that was sent to already is sent to anew then: what is selected now may not have changed since. Throws
     // CAgentStatistic::CException 2/204, source "StatSnapshot", for an identifier that leads nowhere, and for
     // a row: rows are selected through their table.
     void addOid(COid const & oid);
@@ -65,7 +73,13 @@ public:
 
     // Brings what the client sees up to date with the last sample, for the selected statistics, and appends
     // it to `buffer`: all of it, or with `onlyChanged` what changed since the last pack, which is 2 bytes
-    // when nothing did. A full pack updates the groups that aren't selected too. Throws
+    // when nothing did. A full pack updates the groups that aren't selected too.
+    //
+    // A full pack is for a receiver that is fresh or was reset, since it has no word for rows that are gone. A
+    // pack of changes is for the receiver of every pack since the last full one, and for no other. To send
+    // anew is to reset the receiver and to pack in full. That is called for at the start, after addOid, after
+    // a reset of either end, after bytes that didn't arrive or couldn't be read, after a new initSnapshot, and
+    // after an exception out of pack: changes that were written by then aren't written again. Throws
     // CAgentStatistic::CException 1/559 where the selection holds what a failed addOid left, and with
     // `onlyChanged` after the last identifier was removed; what was written before stays in the buffer.
     void pack(ktools::CMemoryBuffer & buffer, bool onlyChanged);
@@ -73,19 +87,31 @@ public:
     // Reads one packed snapshot into what the client sees. Its last 2 bytes stay unread. Of traffic rows that
     // the sender dropped the counts go to a summary row. Throws CMemoryBuffer::CException: 2/555
     // "StatSnapshot" for bytes that are no snapshot, 2 "StatTypes" for ids that don't fit, 1 if the bytes end
-    // early; what was read before stays.
+    // early; what was read before stays, and only a full pack into the snapshot, reset, mends it.
     void unpack(ktools::CMemoryBuffer & buffer);
 
     // Derives every "Percentage" and "Average frame size" from the counters that the client sees.
     void calculatePercentStats();
 
-    // Zeroes what the client sees; lowers, and asks, its flags.
+    // Zeroes what the client sees; its rows are gone. Whoever it sends to, or is sent by, begins anew: see
+    // pack.
     void reset();
+    // Lowers, and asks, the flags of what the client sees.
     void resetChanged();
     void checkChanged() const;
 
+    // Whether a row that was given up and came back under its old id and key is told from the row that stood
+    // there at the zero point. Off at first: the base row is then taken off the new one, whose counters can
+    // wrap, and of a station the ports of both are shown. Ids and the form of packs are the same either way.
+    // Set before initSnapshot.
+    void tellRowsApart(bool on);
+
     // What rows had counted since the zero point, as of the last sample, that their tables gave up. Only of
     // the groups that are calculated. Packs don't carry it: a host hands it to the receiver beside them.
+    // For tables with a base, which are "Network stations", "Network protocols", "MAC traffic" and "IP
+    // traffic": the sum of the rows and this is what was counted since the zero point, at every sample, while
+    // rows are told apart and the live tree isn't reset. The other tables count from the last reset on, and so
+    // do their ledgers.
     CLedgers const & getLedgers() const { return m_ledgers; }
     void setLedgers(CLedgers const & ledgers) { m_ledgers = ledgers; }
     // What of it no row shows: a receiver's row of the others has a part of "IP traffic" already.
@@ -104,6 +130,7 @@ private:
 
     void enableAllOids();
     void removeAllOids();
+    void setZeroPoint(CAgentStatistic const & live);
     void expectLimitsOf(CAgentStatistic const & live) const;
     void setGroupFlags(COid const & oid, bool on);
     bool selected(unsigned int group) const { return m_enabled[group] != 0; }
@@ -138,7 +165,15 @@ private:
     CSystemTime m_sampleStart;
     CSystemTime m_sampleEnd;
     CSystemTime m_firstSampleStart;
+    struct
+    {
+        CTableZero stations;
+        CTableZero protocols;
+        CTableZero macConnections;
+        CTableZero ipConnections;
+    } m_zero;
     CLedgers m_ledgers;
+    bool m_tellRowsApart = false;
     double m_linkSpeed = 0.0;                  // bytes per second
     std::array<unsigned char, 50> m_enabled{}; // by id of the groups under the root
     bool m_globalFiltering = false;

@@ -1,3 +1,4 @@
+#include "ketstats/model/RowCounts.h"
 #include "ketstats/snapshot/StatSnapshot.h"
 
 #include <algorithm>
@@ -107,27 +108,33 @@ void CStatSnapshot::unpack(ktools::CMemoryBuffer & buffer)
 }
 
 // The client must not lose traffic that the agent has dropped from its table already: the row that goes
-// because its id was given to another pair leaves its counts with the summary row.
+// because its id was given to another pair leaves its counts with the summary row. Where there is a row of
+// the others that came from the sender, the sender folds, and that row has the counts already.
 void CStatSnapshot::foldDroppedIPConnection(IPConnections * container, unsigned int rowId)
 {
+    unsigned int const lastId = container->getLimit();
     CIPConnectionStat const * const old = container->getChildById(rowId);
-    CIPConnectionStat * summary = container->getSummaryStat();
-    if (!old || old == summary)
+    // Whatever comes under the last id, there is no place for a summary row beside it.
+    if (!old || rowId == lastId)
         return;
-    if (summary) {
+    if (CIPConnectionStat * const summary = container->getSummaryStat()) {
         summary->dataTransmitted.add(old->dataTransmitted);
         summary->framesTransmitted.add(old->framesTransmitted);
         summary->markChanged();
         return;
     }
-    long long const data = old->dataTransmitted;
-    unsigned int const frames = old->framesTransmitted;
-    summary = container->createSummaryStat(CIPConnectionStat::CKey());
-    if (!summary || summary == old)
-        return;
+    CLedger counts;
+    addCounts(counts, *old);
+    if (CIPConnectionStat const * const last = container->getChildById(lastId)) {
+        if (CIPConnectionStat::isOthers(last->rowKey()))
+            return;
+        addCounts(counts, *last); // it makes way for the summary row
+    }
     // No flag goes up for a summary row that is new, which has them up already.
-    summary->dataTransmitted = summary->dataTransmitted + data;
-    summary->framesTransmitted = summary->framesTransmitted + frames;
+    if (CIPConnectionStat * const summary = container->createSummaryStat(CIPConnectionStat::CKey())) {
+        summary->dataTransmitted = static_cast<long long>(counts.bytesTransmitted);
+        summary->framesTransmitted = static_cast<unsigned int>(counts.framesTransmitted);
+    }
 }
 
 } // namespace KetStats

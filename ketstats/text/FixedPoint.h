@@ -15,6 +15,6 @@ inline constexpr int mostFractionDigits = 1100;
 // from zero, so that 0.125 with 2 digits reads "0.13" on every platform. The point is always a full stop and
 // there is no grouping. A negative value keeps its sign when it rounds to zero: "-0.00". What is no number
 // reads "nan", the infinities "inf" and "-inf". Any thread may call it.
-KETSTATS_API std::string fixedPointToString(double value, int digits);
+[[nodiscard]] KETSTATS_API std::string fixedPointToString(double value, int digits);
 
 } // namespace KetStats

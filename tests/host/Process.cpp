@@ -67,7 +67,14 @@ Process::~Process()
         kill(m_id, SIGKILL);
         waitpid(m_id, nullptr, 0);
     }
-    close(m_output);
+    closeOutput();
+}
+
+void Process::closeOutput()
+{
+    if (m_output >= 0)
+        close(m_output);
+    m_output = -1;
 }
 
 bool Process::fill()
@@ -187,6 +194,56 @@ std::string RawClient::receiveAll() const
     for (std::string more = receive(); !more.empty(); more = receive())
         all += more;
     return all;
+}
+
+RawAgent::RawAgent(std::string bytes) : m_listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
+{
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    if (bind(m_listener, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0 ||
+        listen(m_listener, 1) != 0)
+        throw std::runtime_error("can't listen");
+    m_thread = std::thread([this, bytes = std::move(bytes)] {
+        if (!readable(m_listener))
+            return;
+        int const peer = accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
+        for (std::size_t sent = 0; sent < bytes.size();) {
+            ssize_t const count = ::send(peer, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+            if (count <= 0)
+                break;
+            sent += static_cast<std::size_t>(count);
+        }
+        ::shutdown(peer, SHUT_WR);
+        char block[4096];
+        for (ssize_t count = 1; count > 0 && readable(peer);) {
+            count = recv(peer, block, sizeof block, 0);
+            if (count > 0)
+                m_heard.append(block, static_cast<std::size_t>(count));
+        }
+        close(peer);
+    });
+}
+
+RawAgent::~RawAgent()
+{
+    if (m_thread.joinable())
+        m_thread.join();
+    close(m_listener);
+}
+
+std::string RawAgent::address() const
+{
+    sockaddr_in address{};
+    socklen_t size = sizeof address;
+    getsockname(m_listener, reinterpret_cast<sockaddr *>(&address), &size);
+    return "127.0.0.1:" + std::to_string(ntohs(address.sin_port));
+}
+
+std::string RawAgent::heard()
+{
+    m_thread.join();
+    return m_heard;
 }
 
 ConsoleOutput outputOf(Process & console)

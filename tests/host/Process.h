@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <sys/types.h>
@@ -31,6 +32,8 @@ public:
     // Waits for its end and gives the exit code; -1 if a signal ended it, or if it has to be killed.
     int wait();
     void signal(int number) const;
+    // Reads its output no more.
+    void closeOutput();
 
     // All that it wrote to stderr by now.
     std::string errors() const { return fileContents(m_errors.path()); }
@@ -78,6 +81,25 @@ public:
 
 private:
     int m_socket;
+};
+
+// An agent on a port that the system chose which says whatever a test wants, once a console is there.
+class RawAgent
+{
+public:
+    explicit RawAgent(std::string bytes);
+    ~RawAgent();
+    RawAgent(RawAgent const &) = delete;
+    RawAgent & operator=(RawAgent const &) = delete;
+
+    std::string address() const;
+    // All that the console said.
+    std::string heard();
+
+private:
+    int m_listener;
+    std::string m_heard;
+    std::thread m_thread; // stands last: it uses the others
 };
 
 // The last of a console's lines, and how many there were.

@@ -28,6 +28,30 @@ def reached(folder, first):
     return found
 
 
+# What isn't indented is no member. Functions with a body, and what a class exports, have no need of a mark.
+NO_DECLARATION = ("template", "using", "static_assert", "inline", "constexpr", "class", "struct", "enum", "friend",
+                  "public:", "protected:", "private:", "namespace", "KETSTATS_", "return")
+
+
+def unexported(text):
+    """Functions and data that are declared without a mark of export, so that nobody can link against them."""
+    found = []
+    lines = text.splitlines()
+    for number, line in enumerate(lines):
+        if not line[:1].isalpha() and not line.startswith("[[") or line.startswith(NO_DECLARATION):
+            continue
+        if lines[number - 1].startswith(("template", "requires")):
+            continue
+        statement = line
+        for more in lines[number + 1:]:
+            if ";" in statement or "{" in more or not more.startswith("    "):
+                break
+            statement += " " + more.strip()
+        if statement.endswith(";") and ("(" in statement or "extern " in statement) and "_API" not in statement:
+            found.append(statement)
+    return found
+
+
 def main():
     cmake, build, compiler, source = sys.argv[1:]
     with tempfile.TemporaryDirectory() as prefix:
@@ -37,6 +61,10 @@ def main():
         wanted = reached(pathlib.Path(source, "ketstats"), ["ketstats.h"] + BESIDE)
         wrong = [f"{name} is internal and installed" for name in sorted(installed - wanted)]
         wrong += [f"{name} is wanted and not installed" for name in sorted(wanted - installed)]
+
+        for name in sorted(installed):
+            wrong += [f"{name} declares what isn't exported: {found}"
+                      for found in unexported((folder / name).read_text())]
 
         own = [name for name in sorted(installed) if not name.startswith("platform/windows/")]
         everything = pathlib.Path(prefix, "everything.cpp")

@@ -902,6 +902,7 @@ private:
             if (m_random.oneIn(200)) {
                 m_table.reset();
                 m_model.reset();
+                m_givenUp = {};
             }
             break;
         default:
@@ -975,6 +976,13 @@ private:
     void compare(bool thoroughly)
     {
         m_evictions += static_cast<unsigned int>(m_deletions->size());
+        for (Model::Row const & row : m_model.deleted) {
+            m_givenUp.rows += 1;
+            if constexpr (requires(Row & real) { real.framesTransmitted; })
+                m_givenUp.framesTransmitted += row.value;
+        }
+        ASSERT_EQ(m_table.ledger().rows, m_givenUp.rows);
+        ASSERT_EQ(m_table.ledger(), m_givenUp);
         ASSERT_EQ(m_deletions->size(), m_model.deleted.size());
         for (std::size_t i = 0; i < m_model.deleted.size(); ++i) {
             ASSERT_EQ((*m_deletions)[i].number, m_model.deleted[i].id - 1);
@@ -1003,6 +1011,7 @@ private:
     Deletions<Row> m_deletions;
     unsigned int m_keys; // numbers from 0; the next one is the summary row's
     unsigned int m_evictions = 0;
+    CLedger m_givenUp;
 };
 
 template <class Row>

@@ -13,4 +13,14 @@ private:
     long m_before;
 };
 
+// Lets this thread make so many allocations more while the object lives, and has all others fail.
+class MemoryRunsOut
+{
+public:
+    explicit MemoryRunsOut(long after);
+    ~MemoryRunsOut();
+    MemoryRunsOut(MemoryRunsOut const &) = delete;
+    MemoryRunsOut & operator=(MemoryRunsOut const &) = delete;
+};
+
 } // namespace test

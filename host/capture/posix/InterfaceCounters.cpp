@@ -1,29 +1,36 @@
 #include "host/capture/posix/InterfaceCounters.h"
 
+#include <filesystem>
 #include <fstream>
 
 namespace ketmon {
 
 namespace {
 
-// A driver statistic by its number, and the system's counters that make it up. The system has one counter for
-// collisions of any number, and none for deferred frames, single collisions and frames given up.
+// A driver statistic by its number, its id below "1.2", and the system's counters that make it up. The system
+// has one counter for collisions of any number, and none for deferred frames, single collisions and frames
+// given up.
 struct CSource
 {
     long oid;
+    unsigned int id;
     char const * first;
     char const * second;
 };
 
 constexpr CSource sources[] = {
-    {0x0002020D, "rx_crc_errors", nullptr},           // CRC errors
-    {0x01020101, "rx_frame_errors", nullptr},         // alignment errors
-    {0x01020103, "collisions", nullptr},              // multiple collisions
-    {0x01020203, "rx_over_errors", "rx_fifo_errors"}, // receive overruns
-    {0x01020205, "tx_heartbeat_errors", nullptr},     // heartbeat failure
-    {0x01020206, "tx_carrier_errors", nullptr},       // carrier lost
-    {0x01020207, "tx_window_errors", nullptr},        // late collisions
+    {0x0002020D, 4, "rx_crc_errors", nullptr},            // CRC errors
+    {0x01020101, 5, "rx_frame_errors", nullptr},          // alignment errors
+    {0x01020103, 7, "collisions", nullptr},               // multiple collisions
+    {0x01020203, 10, "rx_over_errors", "rx_fifo_errors"}, // receive overruns
+    {0x01020205, 11, "tx_heartbeat_errors", nullptr},     // heartbeat failure
+    {0x01020206, 12, "tx_carrier_errors", nullptr},       // carrier lost
+    {0x01020207, 13, "tx_window_errors", nullptr},        // late collisions
 };
+
+// Ids below "1.2" of what the capture itself knows.
+constexpr unsigned int hardwareOverflows = 1;
+constexpr unsigned int softwareOverflows = 2;
 
 constexpr long bitsPerMegabit = 1000000;
 
@@ -39,29 +46,56 @@ long CInterfaceCounters::GetLinkSpeed()
     if (m_linkSpeed != 0)
         return m_linkSpeed;
     // -1, or nothing to read, where there is no such thing.
-    long const megabits = number("/speed");
+    long const megabits = number(m_folder + "/speed");
     return megabits > 0 ? megabits * bitsPerMegabit : 0;
+}
+
+long CInterfaceCounters::GetMissedFrames()
+{
+    return static_cast<long>(capture().droppedByInterface.value_or(0));
+}
+
+long CInterfaceCounters::GetSoftMissedFrames()
+{
+    return static_cast<long>(capture().droppedByKernel.value_or(0));
 }
 
 long CInterfaceCounters::GetLong(long oid)
 {
     for (CSource const & source : sources)
         if (source.oid == oid)
-            return number(std::string("/statistics/") + source.first) +
-                   (source.second ? number(std::string("/statistics/") + source.second) : 0);
+            return number(counterFile(source.first)) +
+                   (source.second ? number(counterFile(source.second)) : 0);
     return 0;
 }
 
-void CInterfaceCounters::setLosses(long missed, long softMissed)
+std::bitset<32> CInterfaceCounters::errors() const
 {
-    m_missed.store(missed, std::memory_order_relaxed);
-    m_softMissed.store(softMissed, std::memory_order_relaxed);
+    std::bitset<32> ids;
+    CCaptureCounters const known = capture();
+    ids[hardwareOverflows] = known.droppedByInterface.has_value();
+    ids[softwareOverflows] = known.droppedByKernel.has_value();
+    for (CSource const & source : sources)
+        ids[source.id] = std::filesystem::exists(counterFile(source.first));
+    return ids;
 }
 
-long CInterfaceCounters::number(std::string const & file) const
+void CInterfaceCounters::setCapture(CCaptureCounters const & counters)
+{
+    std::lock_guard const lock(m_mutex);
+    m_capture = counters;
+}
+
+CCaptureCounters CInterfaceCounters::capture() const
+{
+    std::lock_guard const lock(m_mutex);
+    return m_capture;
+}
+
+long CInterfaceCounters::number(std::string const & path)
 {
     long value = 0;
-    std::ifstream stream(m_folder + file);
+    std::ifstream stream(path);
     return stream >> value ? value : 0;
 }
 

@@ -1,8 +1,11 @@
 #pragma once
 
+#include "host/capture/CaptureCounters.h"
+
 #include "ketstats/capture/Requester.h"
 
-#include <atomic>
+#include <bitset>
+#include <mutex>
 #include <string>
 
 namespace ketmon {
@@ -17,21 +20,26 @@ public:
     CInterfaceCounters(std::string folder, long linkSpeed);
 
     long GetLinkSpeed() override; // 0 if the interface has none, as the loopback
-    long GetMissedFrames() override { return m_missed.load(std::memory_order_relaxed); }
-    long GetSoftMissedFrames() override { return m_softMissed.load(std::memory_order_relaxed); }
+    long GetMissedFrames() override;
+    long GetSoftMissedFrames() override;
     // Numbers of the driver interface for which the system has a counter; the others are 0.
     long GetLong(long oid) override;
 
-    // What the capture lost so far: in the interface or its driver, and for want of room in its own buffer.
-    void setLosses(long missed, long softMissed);
+    // The counters of "Global errors" that have figures: ids below "1.2".
+    std::bitset<32> errors() const;
+
+    // What the capture has received and lost so far.
+    void setCapture(CCaptureCounters const & counters);
+    CCaptureCounters capture() const;
 
 private:
-    long number(std::string const & file) const;
+    std::string counterFile(char const * name) const { return m_folder + "/statistics/" + name; }
+    static long number(std::string const & path);
 
     std::string m_folder;
     long m_linkSpeed;
-    std::atomic<long> m_missed{0};
-    std::atomic<long> m_softMissed{0};
+    mutable std::mutex m_mutex;
+    CCaptureCounters m_capture; // under the mutex
 };
 
 // The folder of an interface in this system.

@@ -8,11 +8,11 @@ namespace ketmon {
 CInput openLiveCapture(std::string const & interface, std::string const & filter, long linkSpeed)
 {
     auto counters = std::make_unique<CInterfaceCounters>(interfaceFolder(interface), linkSpeed);
-    auto source =
-        std::make_unique<CPcapLive>(interface, filter, [&known = *counters](long missed, long softMissed) {
-            known.setLosses(missed, softMissed);
-        });
-    return {std::move(counters), std::move(source)};
+    CInterfaceCounters & known = *counters;
+    auto source = std::make_unique<CPcapLive>(
+        interface, filter, [&known](CCaptureCounters const & told) { known.setCapture(told); });
+    std::bitset<32> const errors = known.errors();
+    return {std::move(counters), std::move(source), errors, [&known] { return known.capture(); }};
 }
 
 } // namespace ketmon

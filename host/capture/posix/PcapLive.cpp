@@ -4,6 +4,7 @@
 #include "host/support/Failure.h"
 
 #include <fmt/core.h>
+#include <net/if.h>
 #include <pcap/pcap.h>
 #include <poll.h>
 
@@ -16,7 +17,7 @@ namespace {
 constexpr int snapLength = 262144;
 constexpr int bufferSize = 16 << 20;
 constexpr int patience = 100; // milliseconds until frames are handed over, and until a stop is seen
-constexpr std::chrono::milliseconds lossesAge(200);
+constexpr std::chrono::milliseconds countersAge(200);
 
 } // namespace
 
@@ -25,9 +26,9 @@ void CPcapLive::CCloser::operator()(pcap * handle) const
     pcap_close(handle);
 }
 
-CPcapLive::CPcapLive(std::string const & interface, std::string const & filter, Losses losses)
+CPcapLive::CPcapLive(std::string const & interface, std::string const & filter, Told told)
     : m_interface(interface),
-      m_losses(std::move(losses))
+      m_told(std::move(told))
 {
     char message[PCAP_ERRBUF_SIZE] = "";
     m_handle.reset(pcap_create(interface.c_str(), message));
@@ -44,7 +45,7 @@ CPcapLive::CPcapLive(std::string const & interface, std::string const & filter, 
     setFilter(filter);
     if (pcap_setnonblock(m_handle.get(), 1, message) != 0)
         throw CFailure(exitFailure, fmt::format("{}: {}", interface, message));
-    tellLosses();
+    tell();
 }
 
 CPcapLive::~CPcapLive() = default;
@@ -93,8 +94,12 @@ bool CPcapLive::next(CCapturedFrame & frame)
         pcap_pkthdr * header = nullptr;
         unsigned char const * data = nullptr;
         int const result = pcap_next_ex(m_handle.get(), &header, &data);
-        if (result < 0)
-            throw CFailure(exitFailure, fmt::format("{}: {}", m_interface, pcap_geterr(m_handle.get())));
+        if (result < 0) {
+            std::string const why = fmt::format("{}: {}", m_interface, pcap_geterr(m_handle.get()));
+            if (if_nametoindex(m_interface.c_str()) == 0)
+                throw CInterfaceGone(why);
+            throw CFailure(exitFailure, why);
+        }
         if (result == 0) {
             wait();
             continue;
@@ -103,7 +108,7 @@ bool CPcapLive::next(CCapturedFrame & frame)
         frame.capturedLength = header->caplen;
         frame.length = header->len;
         frame.ticks = ticksOfNanoStamp(header->ts);
-        tellLosses();
+        tell();
         return true;
     }
     return false;
@@ -111,21 +116,24 @@ bool CPcapLive::next(CCapturedFrame & frame)
 
 void CPcapLive::wait()
 {
-    tellLosses();
+    tell();
     pollfd poller{pcap_get_selectable_fd(m_handle.get()), POLLIN, 0};
     static_cast<void>(poll(&poller, 1, patience));
 }
 
 // The counters of libpcap may only be asked on the thread that reads frames.
-void CPcapLive::tellLosses()
+void CPcapLive::tell()
 {
     auto const now = std::chrono::steady_clock::now();
-    if (now - m_lossesTold < lossesAge)
+    if (now - m_lastTold < countersAge)
         return;
-    m_lossesTold = now;
+    m_lastTold = now;
     pcap_stat statistics{};
-    if (m_losses && pcap_stats(m_handle.get(), &statistics) == 0)
-        m_losses(statistics.ps_ifdrop, statistics.ps_drop);
+    if (!m_told || pcap_stats(m_handle.get(), &statistics) != 0)
+        return;
+    // What had no room in the buffer is among the received ones of this system.
+    unsigned int const kept = statistics.ps_recv - std::min(statistics.ps_recv, statistics.ps_drop);
+    m_told({kept, statistics.ps_drop, statistics.ps_ifdrop});
 }
 
 } // namespace ketmon

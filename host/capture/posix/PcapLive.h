@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/capture/CaptureCounters.h"
 #include "host/capture/CaptureSource.h"
 
 #include <atomic>
@@ -16,16 +17,17 @@ namespace ketmon {
 class CPcapLive : public CCaptureSource
 {
 public:
-    // What the capture lost so far: in the interface or its driver, and for want of room in its buffer.
-    using Losses = std::function<void(long missed, long softMissed)>;
+    // What the capture has received and lost so far.
+    using Told = std::function<void(CCaptureCounters const & counters)>;
 
-    // `losses` is called on the thread of `next`, a few times a second while frames flow and none do. Throws
+    // `told` is called on the thread of `next`, a few times a second while frames flow and none do. Throws
     // CFailure: exit code 1 for an interface that isn't there, can't be captured on or isn't Ethernet, 2 for
     // a filter that is none.
-    CPcapLive(std::string const & interface, std::string const & filter, Losses losses);
+    CPcapLive(std::string const & interface, std::string const & filter, Told told);
     ~CPcapLive() override;
 
-    // Waits for a frame; false once stopped. Throws CFailure, exit code 1, if the interface goes away.
+    // Waits for a frame; false once stopped. Throws CFailure, exit code 1, if it can't go on, which is a
+    // CInterfaceGone if the interface went away.
     bool next(CCapturedFrame & frame) override;
     void stop() override { m_stopped.store(true, std::memory_order_relaxed); }
 
@@ -38,12 +40,12 @@ private:
     void activate();
     void setFilter(std::string const & filter);
     void wait();
-    void tellLosses();
+    void tell();
 
     std::string m_interface;
-    Losses m_losses;
+    Told m_told;
     std::unique_ptr<pcap, CCloser> m_handle;
-    std::chrono::steady_clock::time_point m_lossesTold{};
+    std::chrono::steady_clock::time_point m_lastTold{};
     std::atomic<bool> m_stopped{false};
 };
 

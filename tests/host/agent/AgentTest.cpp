@@ -1,15 +1,19 @@
 #include "tests/host/Process.h"
 
+#include "host/agent/Identity.h"
 #include "host/wire/Fingerprint.h"
-#include "host/wire/Protocol.h"
-#include "host/wire/SnapshotBytes.h"
+#include "host/wire/Greeting.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <csignal>
+#include <cstdlib>
+#include <filesystem>
 #include <future>
+
+#include <unistd.h>
 
 using namespace ketmon;
 using nlohmann::ordered_json;
@@ -24,7 +28,7 @@ namespace {
 
 std::vector<std::string> console(Agent const & agent, std::vector<std::string> const & more = {})
 {
-    std::vector<std::string> arguments = {"console", agent.address(), "--json"};
+    std::vector<std::string> arguments = {"console", agent.address(), "--json", "--tree"};
     arguments.insert(arguments.end(), more.begin(), more.end());
     return arguments;
 }
@@ -66,10 +70,10 @@ ordered_json timeless(ordered_json node)
 
 std::string hello(std::vector<std::string> const & selection)
 {
-    CGreeting greeting;
-    greeting.fingerprint = schemaFingerprint();
-    greeting.selection = selection;
-    return encoded(MessageType::hello, greeting.hello());
+    CHello hello;
+    hello.fingerprint = schemaFingerprint();
+    hello.selection = selection;
+    return encoded(MessageType::hello, hello.body());
 }
 
 // The text of the refusal that an agent answers with.
@@ -209,17 +213,17 @@ TEST(Agent, ASignalEndsItWhileItWaitsForConsoles)
 TEST(Agent, RefusesConsolesThatDoNotMatch)
 {
     Agent agent(replay("internet-mixed.pcap", {"--consoles", "1"}));
-    CGreeting greeting;
+    CHello greeting;
     greeting.fingerprint = schemaFingerprint();
-    greeting.version = 77;
+    greeting.version = 1;
     RawClient const otherVersion(agent);
-    otherVersion.send(encoded(MessageType::hello, greeting.hello()));
-    EXPECT_THAT(refusalOf(otherVersion), HasSubstr("version 77"));
+    otherVersion.send(encoded(MessageType::hello, greeting.body()));
+    EXPECT_THAT(refusalOf(otherVersion), HasSubstr("the console speaks version 1 of the protocol"));
 
     greeting.version = protocolVersion;
     greeting.fingerprint ^= 1;
     RawClient const otherSchema(agent);
-    otherSchema.send(encoded(MessageType::hello, greeting.hello()));
+    otherSchema.send(encoded(MessageType::hello, greeting.body()));
     EXPECT_THAT(refusalOf(otherSchema), HasSubstr("other statistics"));
 
     for (std::string const name : {"1.99", "1.5.1", "x", "", "65537.5"}) {
@@ -245,7 +249,7 @@ TEST(Agent, ClosesOnGarbageAndServesOn)
     }
     for (unsigned int length = 0; length < 20; ++length)
         RawClient(agent).send(hello({"1.5"}).substr(0, length));
-    EXPECT_TRUE(agent.process().waitForError("announced"));
+    EXPECT_TRUE(agent.process().waitForError("refused: a client of HTTP is at the other end"));
 
     Process client(console(agent));
 
@@ -290,10 +294,16 @@ TEST(Agent, DamageInTheCaptureEndsItWithWhatWasCounted)
     std::string const whole = test::fileContents(capture("nanosecond-big-endian.pcap"));
     test::TemporaryFile const cut(whole.substr(0, whole.size() - 1));
     Agent agent({"-r", cut.path(), "--pace", "0", "--consoles", "1"});
-    Process client(console(agent));
+    Process client({"console", agent.address(), "--json"});
 
-    EXPECT_EQ(outputOf(client).last["ended"], 9);
-    EXPECT_EQ(client.wait(), 0);
+    ordered_json const last = outputOf(client).last;
+
+    EXPECT_EQ(last["end"]["reason"], "failed");
+    EXPECT_EQ(last["end"]["frames"], 9);
+    EXPECT_EQ(last["totals"]["frames"], 9);
+    EXPECT_EQ(client.wait(), 1);
+    EXPECT_THAT(client.errors(), HasSubstr(": the agent failed: "));
+    EXPECT_THAT(client.errors(), HasSubstr("damaged behind frame 9"));
     EXPECT_EQ(agent.process().wait(), 2);
     EXPECT_THAT(agent.process().errors(), HasSubstr("damaged behind frame 9"));
 }
@@ -317,23 +327,6 @@ TEST(Agent, SaysWhyItCanNotStart)
     EXPECT_EQ(test::ketmon({"agent"}).exitCode, 2);
 }
 
-TEST(Console, SaysWhyItCanNotConnect)
-{
-    std::string address;
-    {
-        Agent gone(replay("empty.pcap"));
-        address = gone.address();
-        EXPECT_EQ(gone.process().wait(), 0);
-    }
-    test::Outcome const outcome = test::ketmon({"console", address});
-
-    EXPECT_EQ(outcome.exitCode, 1);
-    EXPECT_EQ(outcome.output, "");
-    EXPECT_EQ(outcome.errors, "ketmon: " + address + ": Connection refused\n");
-    EXPECT_EQ(test::ketmon({"console", "nonsense:here"}).exitCode, 2);
-    EXPECT_EQ(test::ketmon({"console", address, "--select", "1.5.1"}).exitCode, 2);
-}
-
 TEST(Agent, RefusesTimesThatAreNone)
 {
     std::vector<std::string> const command{"agent", "-r", test::capture("empty.pcap"), "--listen",
@@ -346,27 +339,92 @@ TEST(Agent, RefusesTimesThatAreNone)
         }
 }
 
-TEST(Console, SaysThatAnAgentIsGone)
+// The messages that come first: welcome and full.
+std::vector<CMessage> firstMessages(RawClient const & client, std::size_t count)
 {
-    Agent agent(replay("internet-mixed.pcap", {"--pace", "0.000001"}));
-    Process client(console(agent));
-    EXPECT_NE(client.line(), "");
-
-    agent.process().signal(SIGKILL);
-
-    EXPECT_EQ(client.wait(), 1);
-    EXPECT_THAT(client.errors(), HasSubstr(agent.address() + ": "));
+    CMessageReader reader(largestToConsole);
+    std::vector<CMessage> messages;
+    while (messages.size() < count) {
+        CMessage message;
+        if (reader.next(message))
+            messages.push_back(message);
+        else
+            reader.feed(client.receive());
+    }
+    return messages;
 }
 
-TEST(Console, PrintsTablesToo)
+CWelcome welcomeOf(Agent const & agent)
 {
-    Agent agent(replay("internet-mixed.pcap", {"--pace", "0", "--consoles", "1"}));
-    test::Outcome const outcome = test::ketmon({"console", agent.address(), "--top", "1", "--select", "1.7"});
+    RawClient const client(agent);
+    client.send(hello({}));
+    return CWelcome::parsed(firstMessages(client, 1).front().body, schemaFingerprint());
+}
 
-    EXPECT_EQ(outcome.exitCode, 0);
-    EXPECT_THAT(outcome.output,
-                HasSubstr(agent.address() + ": 4709 frames, the agent ended after 4709 frames\n"));
-    EXPECT_THAT(outcome.output, HasSubstr("\n1.7 MAC traffic (the busiest 1 of "));
+TEST(Agent, SaysWhoItIsAndWhatItCounts)
+{
+    std::string const identity = "000102030405060708090a0b0c0d0eff";
+    std::string const file = capture("internet-mixed.pcap");
+    Agent const agent({"-r", file, "--consoles", "2", "--interval", "2.5", "--name", "web7", "--identity",
+                       identity, "--link-speed", "1000000", "--enable", "1.5"});
+
+    CWelcome const welcome = welcomeOf(agent);
+
+    EXPECT_EQ(welcome.agent, "web7");
+    EXPECT_EQ(identityText(welcome.identity), identity);
+    EXPECT_EQ(welcome.kind, SourceKind::file);
+    EXPECT_EQ(welcome.source, file);
+    EXPECT_EQ(welcome.linkSpeed, 1000000U);
+    EXPECT_EQ(welcome.interval, 2500U);
+    EXPECT_EQ(welcome.heartbeat, 2500U);
+    EXPECT_EQ(welcome.groups.to_ulong(), 0b1010101010U);
+    EXPECT_TRUE(welcome.errors.none());
+    EXPECT_EQ(test::ketmon({"agent", "-r", file, "--identity", "123"}).exitCode, 2);
+}
+
+TEST(Agent, KeepsItsIdentityInTheFolderOfItsService)
+{
+    std::filesystem::path const folder =
+        std::filesystem::temp_directory_path() / ("ketmon-state-" + std::to_string(getpid()));
+    std::filesystem::create_directory(folder);
+    ASSERT_EQ(setenv("STATE_DIRECTORY", folder.c_str(), 1), 0);
+
+    CIdentity const first = welcomeOf(Agent(replay("empty.pcap", {"--consoles", "2"}))).identity;
+    CIdentity const second = welcomeOf(Agent(replay("empty.pcap", {"--consoles", "2"}))).identity;
+    unsetenv("STATE_DIRECTORY");
+    CIdentity const other = welcomeOf(Agent(replay("empty.pcap", {"--consoles", "2"}))).identity;
+
+    EXPECT_EQ(first, second);
+    EXPECT_NE(first, other);
+    EXPECT_EQ(test::fileContents(folder / "identity"), identityText(first) + "\n");
+    std::filesystem::remove_all(folder);
+}
+
+TEST(Agent, SendsAHeartbeatWhenItHasNothingToSay)
+{
+    Agent agent(replay("internet-mixed.pcap", {"--consoles", "2"}));
+    RawClient const client(agent);
+    client.send(hello({"1.1"}));
+    // A console says that it is there, too.
+    client.send(encoded(MessageType::heartbeat, ""));
+
+    std::vector<CMessage> const messages = firstMessages(client, 4);
+
+    EXPECT_EQ(messages[0].type, MessageType::welcome);
+    EXPECT_EQ(messages[1].type, MessageType::full);
+    EXPECT_EQ(messages[2].type, MessageType::heartbeat);
+    EXPECT_EQ(messages[3].type, MessageType::heartbeat);
+    EXPECT_EQ(messages[3].body, "");
+}
+
+TEST(Agent, SaysWhenItsFirstLineCanNotBeWritten)
+{
+    test::Outcome const outcome =
+        test::run({"sh", "-c", "exec \"$0\" \"$@\" >/dev/full", KETMON_PROGRAM, "agent", "-r",
+                   capture("empty.pcap"), "--listen", "127.0.0.1:0"});
+
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_EQ(outcome.errors, "ketmon: the output can't be written: No space left on device\n");
 }
 
 } // namespace

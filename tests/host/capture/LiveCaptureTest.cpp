@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <arpa/inet.h>
+#include <fcntl.h>
+#include <linux/if_tun.h>
 #include <net/if.h>
 #include <netinet/in.h>
 #include <sys/ioctl.h>
@@ -110,7 +112,7 @@ TEST(LiveCapture, CountsWhatPassesTheFilter)
     bool const permitted = inOwnNetwork([] {
         Agent agent({"-i", "lo", "-f", "udp dst port 4000", "-c", "200", "--consoles", "1", "--interval",
                      "0.02", "--link-speed", "8000000"});
-        Process console({"console", agent.address(), "--json"});
+        Process console({"console", agent.address(), "--json", "--tree"});
         Talker const heard(port);
         Talker const filtered(port + 1);
 
@@ -138,7 +140,7 @@ TEST(LiveCapture, TellsHowManyFramesWereLost)
     bool const permitted = inOwnNetwork([] {
         constexpr unsigned int sent = 1000; // far more than the buffer takes
         Agent agent({"-i", "lo", "-f", "udp dst port 4000", "--consoles", "1", "--interval", "0.02"});
-        Process console({"console", agent.address(), "--json"});
+        Process console({"console", agent.address(), "--json", "--tree"});
         ASSERT_NE(console.line(), "") << agent.process().errors();
 
         agent.process().signal(SIGSTOP);
@@ -168,11 +170,70 @@ TEST(LiveCapture, TellsHowManyFramesWereLost)
         GTEST_SKIP() << "no right to a network of its own";
 }
 
+// An interface of the kind that goes with the program that made it.
+class PassingInterface
+{
+public:
+    explicit PassingInterface(char const * name) : m_handle(open("/dev/net/tun", O_RDWR | O_CLOEXEC))
+    {
+        ifreq request{};
+        std::string(name).copy(request.ifr_name, sizeof request.ifr_name - 1);
+        request.ifr_flags = IFF_TAP | IFF_NO_PI;
+        int const handle = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+        m_there = m_handle >= 0 && ioctl(m_handle, TUNSETIFF, &request) == 0;
+        request.ifr_flags = IFF_UP;
+        m_there = m_there && ioctl(handle, SIOCSIFFLAGS, &request) == 0;
+        close(handle);
+    }
+    ~PassingInterface() { remove(); }
+    PassingInterface(PassingInterface const &) = delete;
+    PassingInterface & operator=(PassingInterface const &) = delete;
+
+    bool there() const { return m_there; }
+    void remove()
+    {
+        if (m_handle >= 0)
+            close(m_handle);
+        m_handle = -1;
+    }
+
+private:
+    int m_handle;
+    bool m_there = false;
+};
+
+TEST(LiveCapture, OfAnInterfaceThatGoesAwayEndsWithThatReason)
+{
+    static bool made = true;
+    bool const permitted = inOwnNetwork([] {
+        PassingInterface passing("passing0");
+        made = passing.there();
+        if (!made)
+            return;
+        Agent agent({"-i", "passing0", "--interval", "0.02"});
+        Process console({"console", agent.address(), "--json"});
+        EXPECT_NE(console.line(), "");
+
+        passing.remove();
+
+        ordered_json const last = outputOf(console).last;
+        EXPECT_EQ(last["end"]["reason"], "interface_gone");
+        EXPECT_EQ(last["capture"]["dropped_by_kernel"], 0);
+        EXPECT_NE(last["capture"]["received"], nullptr);
+        EXPECT_EQ(last["errors"]["software_overflows"], 0);
+        EXPECT_EQ(console.wait(), 1);
+        EXPECT_THAT(console.errors(), HasSubstr("the agent lost its interface: passing0: "));
+        EXPECT_EQ(agent.process().wait(), 1);
+    });
+    if (!permitted || !made)
+        GTEST_SKIP() << "no right to a network and an interface of its own";
+}
+
 TEST(LiveCapture, EndsOnASignalWithoutAFrame)
 {
     bool const permitted = inOwnNetwork([] {
         Agent agent({"-i", "lo", "-f", "udp port 4000", "--consoles", "1"});
-        Process console({"console", agent.address(), "--json"});
+        Process console({"console", agent.address(), "--json", "--tree"});
         EXPECT_NE(console.line(), "");
 
         agent.process().signal(SIGINT);
@@ -251,9 +312,23 @@ TEST(InterfaceCounters, AreReadAnewEachTime)
     EXPECT_EQ(counters.GetLong(0x01020102), 0) << "the system has no such counter";
     folder.write("statistics/rx_crc_errors", "9");
     EXPECT_EQ(counters.GetLong(0x0002020D), 9);
-    counters.setLosses(4, 5);
+    counters.setCapture({100, 5, 4});
     EXPECT_EQ(counters.GetMissedFrames(), 4);
     EXPECT_EQ(counters.GetSoftMissedFrames(), 5);
+}
+
+TEST(InterfaceCounters, TellWhichErrorsTheyKnow)
+{
+    InterfaceFolder const folder;
+    CInterfaceCounters counters(folder.path(), 0);
+    EXPECT_TRUE(counters.errors().none());
+
+    folder.write("statistics/rx_crc_errors", "7");
+    folder.write("statistics/collisions", "8");
+    counters.setCapture({100, 5, {}});
+
+    // Software overflows, CRC errors, multiple collisions.
+    EXPECT_EQ(counters.errors().to_ulong(), 1U << 2 | 1U << 4 | 1U << 7);
 }
 
 TEST(InterfaceCounters, SpeedIsTheInterfacesOwnUnlessGiven)

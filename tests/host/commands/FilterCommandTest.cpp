@@ -1,4 +1,6 @@
+#include "tests/host/CaptureBuilder.h"
 #include "tests/host/Program.h"
+#include "tests/support/Frames.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,6 +11,7 @@
 using nlohmann::ordered_json;
 using namespace test;
 using testing::HasSubstr;
+using testing::StartsWith;
 
 namespace {
 
@@ -68,6 +71,28 @@ TEST(FilterCommand, SelectsAPortAtAStation)
     EXPECT_THAT(printed.expression, HasSubstr("ether src 30:46:9a:23:fb:fa"));
     EXPECT_EQ(accepted(mixed, printed.expression)["Accepted frames"], printed.frames);
     EXPECT_GT(printed.frames, 1000);
+}
+
+// The last of four equal packets lies behind three tags, where no expression looks.
+TEST(FilterCommand, TellsOnHowManyFramesTheExpressionDecidesOtherwise)
+{
+    ClassicBuilder const builder;
+    std::string contents = builder.header();
+    Bytes frame = udpFrame(hostA, hostB, 53, 53);
+    for (unsigned int tags = 0; tags <= 3; ++tags, frame = tagged(frame, 5))
+        contents += builder.record(tags, 0, {frame.begin(), frame.end()});
+    TemporaryFile const file(contents);
+
+    Outcome const counted = ketmon({"filter", "-q", file.path(), "1.8.1", "--frames"});
+    Outcome const printed = ketmon({"filter", "-q", file.path(), "1.8.1"});
+    Outcome const agreed = ketmon({"filter", "-q", capture(mixed), "1.8.101"});
+
+    std::string const told = "ketmon: " + file.path() + ": on 1 frame the expression decides otherwise";
+    EXPECT_EQ(counted.exitCode, 0);
+    EXPECT_THAT(counted.output, HasSubstr("\n4\n"));
+    EXPECT_THAT(counted.errors, StartsWith(told));
+    EXPECT_THAT(printed.errors, StartsWith(told));
+    EXPECT_EQ(agreed.errors, "");
 }
 
 TEST(FilterCommand, TakesAColumnForItsRow)

@@ -30,7 +30,7 @@ std::string withoutTitle(std::string const & text)
 TEST(Tree, TextStaysAsItIs)
 {
     for (std::string const & name : test::captures())
-        EXPECT_EQ(withoutTitle(ketmon({"read", "-q", "--tree", capture(name)}).output),
+        EXPECT_EQ(withoutTitle(ketmon({"read", "-q", "--tree", "--rows", "standard", capture(name)}).output),
                   withoutTitle(golden(stemOf(name) + ".txt")))
             << name;
 }
@@ -39,11 +39,11 @@ TEST(Tree, JsonStaysAsItIs)
 {
     for (char const * const name :
          {"nanosecond-big-endian.pcap", "offload-directory.pcapng", "truncated-snaplen.pcap"}) {
-        EXPECT_EQ(ketmon({"read", "-q", "--tree", "--json", capture(name)}).output,
+        EXPECT_EQ(ketmon({"read", "-q", "--tree", "--json", "--rows", "standard", capture(name)}).output,
                   golden(stemOf(name) + ".json"))
             << name;
-        EXPECT_EQ(ketmon({"read", "-q", "--tree", "--json", "--precision", "1", "--link-speed", "1000000",
-                          capture(name)})
+        EXPECT_EQ(ketmon({"read", "-q", "--tree", "--json", "--rows", "standard", "--precision", "1",
+                          "--link-speed", "1000000", capture(name)})
                       .output,
                   golden(stemOf(name) + ".precision.json"))
             << name;

@@ -284,10 +284,10 @@ TEST(ReadCommand, CountsSeveralFilesAsOne)
 {
     ordered_json const one = read("internet-mixed.pcap");
     ordered_json const other = read("many-stations-arp.pcap");
-    Outcome const both =
-        ketmon({"read", "--tree", "--json", "-q", capture("internet-mixed.pcap"), capture("many-stations-arp.pcap")});
-    Outcome const swapped = ketmon({"read", "--tree", "--json", "-q", "-r", capture("many-stations-arp.pcap"), "-r",
-                                    capture("internet-mixed.pcap")});
+    Outcome const both = ketmon({"read", "--tree", "--json", "-q", capture("internet-mixed.pcap"),
+                                 capture("many-stations-arp.pcap")});
+    Outcome const swapped = ketmon({"read", "--tree", "--json", "-q", "-r", capture("many-stations-arp.pcap"),
+                                    "-r", capture("internet-mixed.pcap")});
 
     EXPECT_EQ(both.exitCode, 0) << both.errors;
     EXPECT_EQ(both.json()["frames"], one["frames"].get<int>() + other["frames"].get<int>());
@@ -297,8 +297,8 @@ TEST(ReadCommand, CountsSeveralFilesAsOne)
 TEST(ReadCommand, ReadsTheOtherFilesBesideADamagedOne)
 {
     TemporaryFile const cut(fileContents(capture("nanosecond-big-endian.pcap")).substr(0, 24 + 7));
-    Outcome const outcome =
-        ketmon({"read", "--tree", "--json", "-q", "/no/such/file", capture("internet-mixed.pcap"), cut.path()});
+    Outcome const outcome = ketmon(
+        {"read", "--tree", "--json", "-q", "/no/such/file", capture("internet-mixed.pcap"), cut.path()});
 
     EXPECT_EQ(outcome.exitCode, 2);
     EXPECT_EQ(outcome.json()["frames"], 4709);

@@ -88,7 +88,7 @@ TEST(ShowCommand, KnowsTheOrderOfItsFiles)
     ASSERT_GT(saved.paths().size(), 3U);
     std::vector<std::string> arguments = {"show", "--tree", "--json"};
     arguments.insert(arguments.end(), saved.paths().rbegin(), saved.paths().rend());
-    std::swap(arguments[3], arguments.back());
+    std::swap(arguments[4], arguments.back());
 
     Outcome const show = ketmon(arguments);
 

@@ -7,12 +7,11 @@
 #include <gtest/gtest.h>
 
 using namespace ketmon;
+using testing::HasSubstr;
 
 namespace {
 
-constexpr std::uint64_t own = 0x0123456789ABCDEF;
-
-std::string const threeMessages = encoded(MessageType::full, "abc") + encoded(MessageType::delta, "") +
+std::string const threeMessages = encoded(MessageType::full, "abc") + encoded(MessageType::heartbeat, "") +
                                   encoded(MessageType::end, "12345678");
 
 std::vector<std::string> messagesOf(std::vector<std::string> const & pieces)
@@ -28,10 +27,10 @@ std::vector<std::string> messagesOf(std::vector<std::string> const & pieces)
     return messages;
 }
 
-std::string reasonOf(auto const & operation)
+std::string reasonOf(std::string const & bytes)
 {
     try {
-        operation();
+        messagesOf({bytes});
     } catch (CProtocolError const & error) {
         return error.what();
     }
@@ -51,11 +50,14 @@ TEST(Messages, HaveTheirLengthInFront)
                                                               "\5"
                                                               "xyz",
                                                               8));
+    EXPECT_EQ(encoded(MessageType::heartbeat, ""), std::string("\1\0\0\0"
+                                                               "\7",
+                                                               5));
 }
 
 TEST(Messages, ComeOutWholeHoweverTheyWereCut)
 {
-    std::vector<std::string> const expected = {"4abc", "5", "612345678"};
+    std::vector<std::string> const expected = {"4abc", "7", "612345678"};
 
     for (std::size_t first = 0; first <= threeMessages.size(); ++first)
         for (std::size_t second = first; second <= threeMessages.size(); ++second)
@@ -73,77 +75,49 @@ TEST(Messages, ThatAreCutShortNeverComeOut)
 
 TEST(Messages, OfForbiddenLengthsAreRefusedBeforeTheyArrive)
 {
+    std::string const good = encoded(MessageType::heartbeat, "");
+
     EXPECT_THROW(messagesOf({std::string("\0\0\0\0", 4)}), CProtocolError);
     EXPECT_THROW(messagesOf({std::string("\x65\0\0\0", 4)}), CProtocolError);
     EXPECT_THROW(messagesOf({"\xFF\xFF\xFF\xFF"}), CProtocolError);
-    EXPECT_THROW(messagesOf({"GET / HTTP/1.1\r\n"}), CProtocolError);
     EXPECT_NO_THROW(messagesOf({std::string("\x64\0\0\0", 4)}));
+    EXPECT_THAT(reasonOf(good + std::string("\x65\0\0\0", 4)),
+                HasSubstr("a message of 101 bytes is announced"));
 }
 
-TEST(Greeting, HelloTellsTheSelection)
+TEST(Messages, MayBecomeLargerOnceThatIsAllowed)
 {
-    CGreeting greeting;
-    greeting.fingerprint = own;
-    greeting.selection = {"1.5", "", std::string(255, '1')};
+    CMessageReader reader(10);
+    CMessage message;
+    reader.feed(encoded(MessageType::heartbeat, ""));
+    ASSERT_TRUE(reader.next(message));
 
-    EXPECT_EQ(CGreeting::parsedHello(greeting.hello(), own).selection, greeting.selection);
+    reader.allow(1000);
+    reader.feed(encoded(MessageType::full, std::string(500, 'x')));
+
+    EXPECT_TRUE(reader.next(message));
 }
 
-TEST(Greeting, HelloHasItsBytes)
+TEST(Messages, OfAStrangerNameIt)
 {
-    CGreeting greeting;
-    greeting.fingerprint = own;
-    greeting.selection = {"1.5"};
-
-    EXPECT_EQ(greeting.hello(), std::string("KETM"                             // magic
-                                            "\x01\0"                           // version
-                                            "\xEF\xCD\xAB\x89\x67\x45\x23\x01" // fingerprint
-                                            "\x01\0"                           // one identifier
-                                            "\x03"
-                                            "1.5",
-                                            20));
+    EXPECT_EQ(reasonOf("HTTP/1.1 400 Bad Request\r\n"),
+              "a web server is at the other end, which began with 'HTTP/1.1 400 Bad'");
+    EXPECT_THAT(reasonOf("GET / HTTP/1.1\r\n"), HasSubstr("a client of HTTP is"));
+    EXPECT_THAT(reasonOf("SSH-2.0-x\r\n"), HasSubstr("a speaker of SSH is"));
+    // A first record of TLS, and the alert that answers what is none.
+    EXPECT_THAT(reasonOf(std::string("\x16\x03\x01\x02\x00\x01", 6)), HasSubstr("a speaker of TLS is"));
+    EXPECT_THAT(reasonOf(std::string("\x15\x03\x03\x00\x02\x02\x46", 7)), HasSubstr("a speaker of TLS is"));
+    EXPECT_THAT(reasonOf("220 example\r\n"), HasSubstr("began with '220 example\\x0d\\x0a'"));
+    EXPECT_THAT(reasonOf("\x1B[31mred"), HasSubstr("'\\x1b[31mred'"));
+    // One that has said something that makes sense is none.
+    EXPECT_THAT(reasonOf(encoded(MessageType::heartbeat, "") + "GET / HTTP"), HasSubstr("is announced"));
 }
 
-TEST(Greeting, WelcomeTellsTheInterval)
+TEST(Messages, ShowTheTextOfAPeerEscapedAndShort)
 {
-    CGreeting greeting;
-    greeting.fingerprint = own;
-    greeting.interval = 2500;
-
-    EXPECT_EQ(CGreeting::parsedWelcome(greeting.welcome(), own).interval, 2500U);
-}
-
-TEST(Greeting, OfOtherEndsSaysWhatDoesNotMatch)
-{
-    CGreeting other;
-    other.fingerprint = own;
-    other.version = 9;
-    EXPECT_THAT(reasonOf([&] { CGreeting::parsedHello(other.hello(), own); }),
-                testing::HasSubstr("version 9"));
-    other.version = protocolVersion;
-    other.fingerprint = 5;
-    EXPECT_THAT(reasonOf([&] { CGreeting::parsedWelcome(other.welcome(), own); }),
-                testing::HasSubstr("other statistics"));
-    EXPECT_THAT(reasonOf([&] { CGreeting::parsedHello("SSH-2.0-something", own); }),
-                testing::HasSubstr("isn't one of ketmon's"));
-}
-
-TEST(Greeting, CutAtAnyLengthOrTooLongIsRefused)
-{
-    CGreeting greeting;
-    greeting.fingerprint = own;
-    greeting.selection = {"1.5", "1.4.1"};
-    std::string const hello = greeting.hello();
-    std::string const welcome = greeting.welcome();
-
-    for (std::size_t length = 0; length < hello.size(); ++length)
-        EXPECT_THROW(CGreeting::parsedHello(hello.substr(0, length), own), CProtocolError) << length;
-    for (std::size_t length = 0; length < welcome.size(); ++length)
-        EXPECT_THROW(CGreeting::parsedWelcome(welcome.substr(0, length), own), CProtocolError) << length;
-    EXPECT_THROW(CGreeting::parsedHello(hello + "x", own), CProtocolError);
-    EXPECT_THROW(CGreeting::parsedWelcome(welcome + "x", own), CProtocolError);
-    EXPECT_EQ(parsedEnd(encodedEnd(own)), own);
-    EXPECT_THROW(parsedEnd("1234567"), CProtocolError);
+    EXPECT_EQ(shownText("a\x1B[2Jb\n\u202E"), "a\\x1b[2Jb\\x0a\\u202e");
+    EXPECT_EQ(shownText(std::string(longestText, 'x')).size(), longestText);
+    EXPECT_EQ(shownText(std::string(5000000, 'x')), std::string(longestText, 'x') + "...");
 }
 
 } // namespace

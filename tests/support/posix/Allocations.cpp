@@ -8,19 +8,25 @@
 namespace {
 
 thread_local long allocations = 0;
+thread_local long left = -1; // until they fail; below 0 for no end
+
+bool memoryIsLeft()
+{
+    ++allocations;
+    return left < 0 || (left > 0 && left-- > 0);
+}
 
 void * allocate(std::size_t size)
 {
-    ++allocations;
-    return std::malloc(size ? size : 1);
+    return memoryIsLeft() ? std::malloc(size ? size : 1) : nullptr;
 }
 
 void * allocateAligned(std::size_t size, std::align_val_t alignment)
 {
-    ++allocations;
     auto const bytes = static_cast<std::size_t>(alignment);
-    if (void * const block = std::aligned_alloc(bytes, (size + bytes - 1) / bytes * bytes))
-        return block;
+    if (memoryIsLeft())
+        if (void * const block = std::aligned_alloc(bytes, (size + bytes - 1) / bytes * bytes))
+            return block;
     throw std::bad_alloc();
 }
 
@@ -93,6 +99,16 @@ Allocations::Allocations() : m_before(allocations) {}
 long Allocations::count() const
 {
     return allocations - m_before;
+}
+
+MemoryRunsOut::MemoryRunsOut(long after)
+{
+    left = after;
+}
+
+MemoryRunsOut::~MemoryRunsOut()
+{
+    left = -1;
 }
 
 } // namespace test

@@ -13,6 +13,13 @@ using Malloc = void * (*)(std::size_t size);
 using AlignedMalloc = void * (*)(std::size_t size, std::size_t alignment);
 
 thread_local long allocations = 0;
+thread_local long left = -1; // until they fail; below 0 for no end
+
+bool memoryIsLeft()
+{
+    ++allocations;
+    return left < 0 || (left > 0 && left-- > 0);
+}
 
 void * countedMalloc(std::size_t size);
 void * countedAlignedMalloc(std::size_t size, std::size_t alignment);
@@ -32,14 +39,12 @@ AlignedMalloc const systemAlignedMalloc = replaceInRuntime("_aligned_malloc", &c
 
 void * countedMalloc(std::size_t size)
 {
-    ++allocations;
-    return systemMalloc(size);
+    return memoryIsLeft() ? systemMalloc(size) : nullptr;
 }
 
 void * countedAlignedMalloc(std::size_t size, std::size_t alignment)
 {
-    ++allocations;
-    return systemAlignedMalloc(size, alignment);
+    return memoryIsLeft() ? systemAlignedMalloc(size, alignment) : nullptr;
 }
 
 } // namespace
@@ -51,6 +56,16 @@ Allocations::Allocations() : m_before(allocations) {}
 long Allocations::count() const
 {
     return allocations - m_before;
+}
+
+MemoryRunsOut::MemoryRunsOut(long after)
+{
+    left = after;
+}
+
+MemoryRunsOut::~MemoryRunsOut()
+{
+    left = -1;
 }
 
 } // namespace test

@@ -1,0 +1,140 @@
+// Both ends of a transfer in one program: an agent that counts and sends, and a console that shows. Between
+// them is whatever carries bytes; here it is a plain structure. It shows when a sample must be a full one, and
+// how what tables gave up is told beside the samples.
+
+#include "ketstats/ketstats.h"
+
+#include <array>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+using KetStats::CLedgers;
+using KetStats::COid;
+using KetStats::CStatSnapshot;
+using KetStats::CTableLimits;
+
+// What goes over the wire for one sample. The ledgers aren't part of the packed form.
+struct Message
+{
+    bool full;
+    std::vector<char> bytes;
+    CLedgers ledgers;
+};
+
+// An address in the first of the formats that its description has.
+std::string text(KetStats::CBaseStat const & address)
+{
+    return address.getDescription()->formatValue(&address, 0, nullptr);
+}
+
+class Agent
+{
+public:
+    Agent(KetStats::CKetrinStatManager & manager) : m_manager(manager), m_snapshot(manager.limits())
+    {
+        m_snapshot.tellRowsApart(true);
+        m_snapshot.addOid("1.8");
+        m_snapshot.initSnapshot(m_manager);
+    }
+
+    // A selection that grows begins anew at the other end: what stood there before is not sent again by itself.
+    void select(COid const & oid)
+    {
+        m_snapshot.addOid(oid);
+        m_nextIsFull = true;
+    }
+
+    Message sample()
+    {
+        m_snapshot.nextSample(m_manager);
+        ktools::CMemoryBuffer buffer;
+        bool const full = m_nextIsFull;
+        m_nextIsFull = true; // if pack throws, a part of the changes is lost, and only a full sample helps
+        m_snapshot.pack(buffer, !full);
+        m_nextIsFull = false;
+        return {full, std::vector<char>(buffer.data, buffer.data + buffer.size), m_snapshot.getLedgers()};
+    }
+
+private:
+    KetStats::CKetrinStatManager & m_manager;
+    CStatSnapshot m_snapshot;
+    bool m_nextIsFull = true;
+};
+
+class Console
+{
+public:
+    explicit Console(CTableLimits const & limits) : m_snapshot(limits) {}
+
+    // False for bytes that can't be read: the console needs a full sample then, and asks its agent for one.
+    bool read(Message const & message)
+    {
+        try {
+            if (message.full)
+                m_snapshot.reset(); // a full sample names no row that is gone
+            ktools::CMemoryBuffer buffer(message.bytes.data(), static_cast<int>(message.bytes.size()));
+            m_snapshot.unpack(buffer);
+        } catch (ktools::CException * raised) {
+            delete raised;
+            return false;
+        }
+        m_snapshot.setLedgers(message.ledgers);
+        return true;
+    }
+
+    void show() const
+    {
+        auto const & tree = static_cast<KetStats::CAgentStatistic const &>(*m_snapshot.getStat("1"));
+        for (KetStats::CIPConnectionStat const & row : tree.ipConnections)
+            std::printf("%s to %s: %u frames\n", text(row.source).c_str(), text(row.destination).c_str(),
+                        row.framesTransmitted.get());
+        KetStats::CLedger const & givenUp = m_snapshot.getGivenUp().ipConnections;
+        std::printf("given up unseen: %llu frames\n", givenUp.framesTransmitted);
+    }
+
+private:
+    CStatSnapshot m_snapshot;
+};
+
+// A frame of IP between two hosts of one network.
+void count(KetStats::CKetrinStatManager & manager, unsigned char from, unsigned char to)
+{
+    std::array<unsigned char, 60> bytes = {0x02, 0, 0, 0, 0, to, 0x02, 0, 0, 0, 0, from, 0x08, 0x00, 0x45};
+    bytes[26] = bytes[30] = 10;
+    bytes[29] = from;
+    bytes[33] = to;
+    CNetworkFrame frame(bytes.data(), bytes.size(), bytes.size());
+    manager.analyzeFrame(&frame);
+}
+
+} // namespace
+
+int main()
+{
+    CTableLimits limits;
+    limits.ipConnections = 4; // three rows and one for the others
+    KetStats::CKetrinStatManager manager(limits);
+    manager.enableStatistic("1.8");
+    manager.beginAnalyzing(nullptr);
+    Agent agent(manager);
+    Console console(limits);
+
+    for (unsigned char from = 1; from <= 3; ++from)
+        for (unsigned char frames = 0; frames < from; ++frames)
+            count(manager, from, 9);
+    bool wasRead = console.read(agent.sample()); // the first one is full
+
+    for (unsigned char from = 4; from <= 8; ++from)
+        count(manager, from, 9);
+    wasRead = console.read(agent.sample()) && wasRead; // what changed
+    console.show();
+
+    agent.select("1.10");
+    wasRead = console.read(agent.sample()) && wasRead; // full again
+    console.show();
+    return wasRead ? 0 : 1;
+}

@@ -1,0 +1,64 @@
+#include "host/agent/CaptureThread.h"
+
+#include "host/support/Failure.h"
+
+#include <fmt/format.h>
+
+namespace ketmon {
+
+CCaptureThread::CCaptureThread(KetStats::CKetrinStatManager & manager, CCaptureSource & source,
+                               CFeedOptions const & options)
+    : m_manager(manager),
+      m_source(source),
+      m_options(options)
+{}
+
+CCaptureThread::~CCaptureThread()
+{
+    if (m_thread.joinable())
+        stop();
+}
+
+void CCaptureThread::start(std::function<void(CEnd const & end)> ended)
+{
+    m_thread =
+        std::jthread([this, ended = std::move(ended)](std::stop_token const & stop) { ended(run(stop)); });
+}
+
+CEnd CCaptureThread::run(std::stop_token const & stop)
+{
+    CEnd end;
+    try {
+        feedFrames(m_manager, m_source, m_options, stop, m_summary);
+        m_summary.faults = m_source.faults();
+        if (!m_summary.faults.damage.empty())
+            end = {EndReason::failed, 0, fmt::format("{}", fmt::join(m_summary.faults.damage, "; "))};
+    } catch (CInterfaceGone const & failure) {
+        m_failure = std::current_exception();
+        end = {EndReason::interfaceGone, 0, failure.what()};
+    } catch (std::exception const & failure) {
+        m_failure = std::current_exception();
+        end = {EndReason::failed, 0, failure.what()};
+    }
+    end.frames = m_summary.frames;
+    return end;
+}
+
+void CCaptureThread::stop()
+{
+    m_thread.request_stop();
+    m_source.stop();
+}
+
+CCaptureSummary const & CCaptureThread::join()
+{
+    if (!m_thread.joinable())
+        return m_summary;
+    stop();
+    m_thread.join();
+    if (m_failure)
+        std::rethrow_exception(m_failure);
+    return m_summary;
+}
+
+} // namespace ketmon

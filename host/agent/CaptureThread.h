@@ -1,0 +1,45 @@
+#pragma once
+
+#include "host/capture/CaptureSummary.h"
+#include "host/capture/FrameFeed.h"
+#include "host/wire/SampleMessage.h"
+
+#include "ketstats/ketstats.h"
+
+#include <exception>
+#include <functional>
+#include <thread>
+
+namespace ketmon {
+
+// The thread on which the frames of an agent are read and analysed. It ends with the object at the latest.
+class CCaptureThread
+{
+public:
+    // Both must live longer.
+    CCaptureThread(KetStats::CKetrinStatManager & manager, CCaptureSource & source,
+                   CFeedOptions const & options);
+    ~CCaptureThread();
+
+    CCaptureThread(CCaptureThread const &) = delete;
+    CCaptureThread & operator=(CCaptureThread const &) = delete;
+
+    // `ended` is called on the thread, as its last deed.
+    void start(std::function<void(CEnd const & end)> ended);
+    void stop();
+
+    // Ends the thread, and gives what it counted. Throws what it failed with.
+    CCaptureSummary const & join();
+
+private:
+    CEnd run(std::stop_token const & stop);
+
+    KetStats::CKetrinStatManager & m_manager;
+    CCaptureSource & m_source;
+    CFeedOptions m_options;
+    CCaptureSummary m_summary; // this and the next are written by the thread, and read behind its end
+    std::exception_ptr m_failure;
+    std::jthread m_thread;
+};
+
+} // namespace ketmon

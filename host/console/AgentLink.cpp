@@ -1,0 +1,110 @@
+#include "host/console/AgentLink.h"
+
+#include "host/wire/Fingerprint.h"
+#include "host/wire/SnapshotBytes.h"
+
+#include <fmt/core.h>
+
+namespace ketmon {
+
+namespace {
+
+constexpr std::chrono::seconds timeToGreet(10);
+// A console says little; with so much unsent the agent reads nothing.
+constexpr std::size_t backlog = std::size_t{64} << 10;
+
+} // namespace
+
+CAgentLink::CAgentLink(CSocket socket, std::vector<std::string> const & selection, CAgentEvents events)
+    : CMessageStream(std::move(socket), largestGreeting, backlog),
+      m_events(std::move(events)),
+      m_selection(selection),
+      m_deadline(executor())
+{}
+
+CAgentLink::~CAgentLink() = default;
+
+void CAgentLink::start()
+{
+    m_deadline.expires_after(timeToGreet);
+    m_deadline.async_wait([self = std::static_pointer_cast<CAgentLink>(shared_from_this())](auto error) {
+        if (!error && !self->closed() && self->m_stage == greeting)
+            self->fail("the agent doesn't answer");
+    });
+    CHello hello;
+    hello.fingerprint = schemaFingerprint();
+    hello.selection = m_selection;
+    send(encoded(MessageType::hello, hello.body()));
+    startReading();
+}
+
+void CAgentLink::received(CMessage const & message)
+{
+    switch (message.type) {
+    case MessageType::refusal:
+        fail("refused: " + shownText(message.body));
+        return;
+    case MessageType::heartbeat:
+        if (m_stage != greeting)
+            return;
+        break;
+    case MessageType::welcome:
+        if (m_stage != greeting)
+            break;
+        welcome(message);
+        return;
+    case MessageType::full:
+    case MessageType::delta:
+        if (m_stage == greeting || (m_stage == welcomed && message.type == MessageType::delta))
+            break;
+        m_stage = following;
+        m_events.sampled(message);
+        return;
+    case MessageType::end:
+        if (m_stage != following)
+            break;
+        {
+            CEnd const end = CEnd::parsed(message.body);
+            close();
+            m_events.ended(end);
+        }
+        return;
+    default:
+        break;
+    }
+    throw CProtocolError(
+        fmt::format("a message of type {} doesn't belong here", static_cast<int>(message.type)));
+}
+
+void CAgentLink::welcome(CMessage const & message)
+{
+    CWelcome const welcome = CWelcome::parsed(message.body, schemaFingerprint());
+    m_deadline.cancel();
+    m_stage = welcomed;
+    allow(largestToConsole);
+    keepAlive(std::chrono::milliseconds(welcome.heartbeat));
+    m_events.welcomed(welcome);
+}
+
+void CAgentLink::misunderstood(std::string const & why)
+{
+    fail(why);
+}
+
+void CAgentLink::lost(bool hungUp, std::string const & why)
+{
+    m_events.failed(hungUp ? "the agent closed the connection" : why);
+}
+
+void CAgentLink::fail(std::string const & why)
+{
+    close();
+    m_events.failed(why);
+}
+
+void CAgentLink::wasClosed()
+{
+    m_deadline.cancel();
+}
+
+} // namespace ketmon

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "host/wire/Greeting.h"
+#include "host/wire/MessageStream.h"
+#include "host/wire/SampleMessage.h"
+
+#include <boost/asio/steady_timer.hpp>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace ketmon {
+
+// What a connection to an agent tells its owner. After `ended` or `failed` nothing more comes.
+struct CAgentEvents
+{
+    std::function<void(CWelcome const & welcome)> welcomed;
+    std::function<void(CMessage const & message)> sampled; // full or delta; may throw CProtocolError
+    std::function<void(CEnd const & end)> ended;
+    std::function<void(std::string const & why)> failed;
+};
+
+// The console's end of a connection.
+//
+//     greeting ---welcome---> welcomed ---full---> following ---end---> closed
+//        |                       |                   | ^  |               ^
+//        |                       |              full,+-+  |               |
+//        |                       |              delta     |               |
+//        +---refusal, too late---+------nonsense, lost----+---------------+
+class CAgentLink : public CMessageStream
+{
+public:
+    // `selection` is what is asked for.
+    CAgentLink(CSocket socket, std::vector<std::string> const & selection, CAgentEvents events);
+    ~CAgentLink() override;
+
+    void start();
+
+private:
+    enum Stage
+    {
+        greeting,
+        welcomed,
+        following,
+    };
+
+    void received(CMessage const & message) override;
+    void misunderstood(std::string const & why) override;
+    void lost(bool hungUp, std::string const & why) override;
+    void wasClosed() override;
+
+    void welcome(CMessage const & message);
+    void fail(std::string const & why);
+
+    CAgentEvents m_events;
+    std::vector<std::string> m_selection;
+    asio::steady_timer m_deadline; // of the greeting
+    Stage m_stage = greeting;
+};
+
+} // namespace ketmon

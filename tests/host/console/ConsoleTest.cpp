@@ -1,0 +1,297 @@
+#include "tests/host/Process.h"
+
+#include "host/wire/Fingerprint.h"
+#include "host/wire/Greeting.h"
+#include "host/wire/SampleMessage.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <csignal>
+
+using namespace ketmon;
+using nlohmann::ordered_json;
+using test::Agent;
+using test::capture;
+using test::Process;
+using test::RawAgent;
+using testing::HasSubstr;
+
+namespace {
+
+std::vector<std::string> replay(std::string const & name, std::vector<std::string> const & more = {})
+{
+    std::vector<std::string> arguments = {"-r", capture(name), "--interval", "0.02"};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return arguments;
+}
+
+// One frame; the next one is far away.
+std::vector<std::string> endless()
+{
+    return replay("internet-mixed.pcap", {"--pace", "0.000001"});
+}
+
+CWelcome someWelcome()
+{
+    CWelcome welcome;
+    welcome.fingerprint = schemaFingerprint();
+    welcome.heartbeat = 1000;
+    welcome.groups = 0xFFE;
+    welcome.agent = "raw";
+    return welcome;
+}
+
+// A sample in which nothing changed.
+std::string sample(MessageType type, std::uint64_t sequence)
+{
+    CSampleHead head;
+    head.sequence = sequence;
+    return encoded(type, head.body({}, std::string_view("\0\0", 2)));
+}
+
+std::string welcomed()
+{
+    return encoded(MessageType::welcome, someWelcome().body());
+}
+
+// What a console says to an agent that says that.
+std::string failureAgainst(std::string const & bytes)
+{
+    RawAgent const agent(bytes);
+    test::Outcome const outcome = test::ketmon({"console", agent.address(), "--json"});
+
+    EXPECT_EQ(outcome.exitCode, 1);
+    std::string const start = "ketmon: " + agent.address() + ": ";
+    EXPECT_EQ(outcome.errors.substr(0, start.size()), start);
+    EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1);
+    return outcome.errors.size() > start.size() ? outcome.errors.substr(start.size()) : "";
+}
+
+std::uint64_t framesOf(ordered_json const & rows)
+{
+    std::uint64_t sum = 0;
+    for (ordered_json const & row : rows)
+        for (char const * const column : {"frames", "frames_sent", "frames_received"})
+            if (row.contains(column))
+                sum += row[column].get<std::uint64_t>();
+    return sum;
+}
+
+TEST(Console, SaysWhyItCanNotConnect)
+{
+    std::string address;
+    {
+        Agent gone(replay("empty.pcap"));
+        address = gone.address();
+        EXPECT_EQ(gone.process().wait(), 0);
+    }
+    test::Outcome const outcome = test::ketmon({"console", address});
+
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_EQ(outcome.output, "");
+    EXPECT_EQ(outcome.errors, "ketmon: " + address + ": Connection refused\n");
+    EXPECT_EQ(test::ketmon({"console", "nonsense:here"}).exitCode, 2);
+    EXPECT_EQ(test::ketmon({"console", address, "--select", "1.5.1"}).exitCode, 2);
+}
+
+TEST(Console, SaysThatAnAgentIsGone)
+{
+    Agent agent(endless());
+    Process client({"console", agent.address(), "--json"});
+    EXPECT_NE(client.line(), "");
+
+    agent.process().signal(SIGKILL);
+
+    EXPECT_EQ(client.wait(), 1);
+    EXPECT_THAT(client.errors(), HasSubstr(agent.address() + ": "));
+}
+
+TEST(Console, PrintsTablesToo)
+{
+    Agent agent(replay("internet-mixed.pcap", {"--pace", "0", "--consoles", "1", "--name", "web7"}));
+    test::Outcome const outcome = test::ketmon({"console", agent.address(), "--top", "1", "--select", "1.7"});
+
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.output, HasSubstr("web7 counts " + capture("internet-mixed.pcap") + ", since 20"));
+    EXPECT_THAT(outcome.output, HasSubstr("Z: live, sample 1\n"));
+    EXPECT_THAT(outcome.output, HasSubstr("Z: the agent ended after 4709 frames\n"));
+    EXPECT_THAT(outcome.output, HasSubstr("MAC traffic"));
+}
+
+TEST(Console, EverySampleHasItsNumberItsTimeAndItsInterval)
+{
+    Agent agent(endless());
+    Process client({"console", agent.address(), "--json", "--count", "3", "--select", "stations"});
+
+    std::vector<ordered_json> samples;
+    for (std::string line = client.line(); !line.empty(); line = client.line())
+        samples.push_back(ordered_json::parse(line));
+
+    ASSERT_EQ(samples.size(), 3U) << client.errors();
+    EXPECT_EQ(samples[0]["source"]["kind"], "agent");
+    EXPECT_EQ(samples[0]["interval_seconds"], nullptr);
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+        EXPECT_EQ(samples[i]["format"], "ketmon/2");
+        EXPECT_EQ(samples[i]["sample"], i + 1);
+        EXPECT_EQ(samples[i]["zero"], samples[0]["zero"]);
+        EXPECT_FALSE(samples[i].contains("end"));
+        EXPECT_GE(samples[i]["time"], samples[0]["time"]);
+    }
+    // The second may follow the first at once, for it is taken when the agent's next one is due.
+    EXPECT_GT(samples[2]["time"], samples[1]["time"]);
+    EXPECT_GT(samples[2]["interval_seconds"].get<double>(), 0.0);
+}
+
+TEST(Console, SaysThatTheAgentWasInterrupted)
+{
+    Agent agent(endless());
+    Process client({"console", agent.address(), "--json"});
+    EXPECT_NE(client.line(), "");
+
+    agent.process().signal(SIGTERM);
+
+    EXPECT_EQ(outputOf(client).last["end"]["reason"], "interrupted");
+    EXPECT_EQ(client.wait(), 0) << client.errors();
+}
+
+// What has no zero point in a sample begins with the console as all else does.
+TEST(Console, HasOneZeroPoint)
+{
+    Agent agent(replay("internet-mixed.pcap", {"--pace", "0", "--consoles", "1", "--linger", "3600"}));
+    Process early({"console", agent.address(), "--json"});
+    ordered_json const whole = outputOf(early).last;
+    EXPECT_EQ(early.wait(), 0) << early.errors();
+
+    Process late({"console", agent.address(), "--json"});
+    ordered_json const rest = outputOf(late).last;
+    EXPECT_EQ(late.wait(), 0) << late.errors();
+
+    EXPECT_EQ(rest["totals"]["frames"], 0);
+    for (char const * const table : {"ip_protocols", "tcp_ports", "udp_ports", "ip_traffic"}) {
+        EXPECT_GT(framesOf(whole["tables"][table]["rows"]), 0U) << table;
+        EXPECT_EQ(framesOf(rest["tables"][table]["rows"]), 0U) << table;
+        EXPECT_EQ(rest["tables"][table]["zero"], rest["zero"]) << table;
+    }
+    std::uint64_t portFrames = 0;
+    for (ordered_json const & station : rest["tables"]["stations"]["rows"])
+        portFrames += framesOf(station["tcp_ports"]) + framesOf(station["udp_ports"]);
+    EXPECT_EQ(portFrames, 0U);
+    // Bindings are what is known, whenever it was learned.
+    EXPECT_EQ(rest["tables"]["arp"]["rows"], whole["tables"]["arp"]["rows"]);
+    EXPECT_LT(rest["tables"]["arp"]["zero"], rest["zero"]);
+    agent.process().signal(SIGTERM);
+    EXPECT_EQ(agent.process().wait(), 0);
+}
+
+TEST(Console, TellsWhatIsNotCounted)
+{
+    Agent agent(replay("internet-mixed.pcap", {"--pace", "0", "--consoles", "1", "--enable", "1.8"}));
+    Process client({"console", agent.address(), "--json"});
+
+    ordered_json const last = outputOf(client).last;
+
+    EXPECT_EQ(last["tables"]["stations"]["rows"], nullptr);
+    EXPECT_NE(last["tables"]["ip_traffic"]["rows"], nullptr);
+    EXPECT_EQ(last["capture"]["received"], nullptr);
+    EXPECT_EQ(last["errors"]["crc_errors"], nullptr);
+}
+
+TEST(Console, NamesAStrangerInThePlaceOfAnAgent)
+{
+    EXPECT_THAT(failureAgainst("HTTP/1.1 400 Bad Request\r\n\r\n"), HasSubstr("a web server is"));
+    EXPECT_THAT(failureAgainst("SSH-2.0-server\r\n"), HasSubstr("a speaker of SSH is"));
+    EXPECT_THAT(failureAgainst(std::string("\x15\x03\x01\x00\x02\x02\x46", 7)), HasSubstr("of TLS is"));
+    // Before the welcome nothing is large.
+    EXPECT_THAT(failureAgainst(std::string("\1\0\1\0\2", 5)), HasSubstr("is at the other end"));
+}
+
+TEST(Console, RefusesAnAgentOfVersionOne)
+{
+    CWelcome welcome = someWelcome();
+    welcome.version = 1;
+
+    EXPECT_THAT(failureAgainst(encoded(MessageType::welcome, welcome.body().substr(0, 18))),
+                HasSubstr("the agent speaks version 1 of the protocol, and this end version 2"));
+}
+
+TEST(Console, ShowsARefusalEscapedAndShort)
+{
+    std::string const refusal = "\x1B[2J" + std::string(60000, 'x');
+
+    std::string const shown = failureAgainst(encoded(MessageType::refusal, refusal));
+
+    EXPECT_THAT(shown, testing::StartsWith("refused: \\x1b[2Jxxx"));
+    EXPECT_LT(shown.size(), 1100U);
+}
+
+TEST(Console, ShowsTheNameOfAnAgentEscaped)
+{
+    CWelcome welcome = someWelcome();
+    welcome.agent = "a\x1B]0;b";
+    RawAgent const agent(encoded(MessageType::welcome, welcome.body()) + sample(MessageType::full, 1) +
+                         encoded(MessageType::end, CEnd().body()));
+
+    test::Outcome const outcome = test::ketmon({"console", agent.address(), "--select", "1.1"});
+
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.errors;
+    EXPECT_THAT(outcome.output, HasSubstr("a\\x1b]0;b counts"));
+    EXPECT_EQ(outcome.output.find('\x1B'), std::string::npos);
+}
+
+TEST(Console, RefusesMessagesThatDoNotBelongWhereTheyAre)
+{
+    std::string const full = sample(MessageType::full, 1);
+
+    EXPECT_THAT(failureAgainst(full), HasSubstr("a message of type 4"));
+    EXPECT_THAT(failureAgainst(encoded(MessageType::heartbeat, "")), HasSubstr("a message of type 7"));
+    EXPECT_THAT(failureAgainst(welcomed() + sample(MessageType::delta, 1)), HasSubstr("a message of type 5"));
+    EXPECT_THAT(failureAgainst(welcomed() + encoded(MessageType::end, CEnd().body())),
+                HasSubstr("a message of type 6"));
+    EXPECT_THAT(failureAgainst(welcomed() + welcomed()), HasSubstr("a message of type 2"));
+    EXPECT_THAT(failureAgainst(welcomed() + full + sample(MessageType::delta, 3)),
+                HasSubstr("sample 3 came where 2 was due"));
+    EXPECT_THAT(failureAgainst(welcomed() + full), HasSubstr("the agent closed the connection"));
+}
+
+TEST(Console, ExitsWithOneIfTheAgentLostItsInterface)
+{
+    CEnd const end{EndReason::interfaceGone, 5, "eth0: it disappeared"};
+
+    EXPECT_EQ(
+        failureAgainst(welcomed() + sample(MessageType::full, 1) + encoded(MessageType::end, end.body())),
+        "the agent lost its interface: eth0: it disappeared\n");
+}
+
+TEST(Console, AsksForWhatIsSelected)
+{
+    RawAgent agent(welcomed());
+    EXPECT_EQ(test::ketmon({"console", agent.address(), "--select", "1.5"}).exitCode, 1);
+
+    CMessageReader reader(largestToAgent);
+    reader.feed(agent.heard());
+    CMessage message;
+    ASSERT_TRUE(reader.next(message));
+    EXPECT_EQ(message.type, MessageType::hello);
+    EXPECT_EQ(CHello::parsed(message.body, schemaFingerprint()).selection,
+              (std::vector<std::string>{"1.1", "1.5"}));
+}
+
+TEST(Console, SaysWhenItsOutputCanNotBeWritten)
+{
+    Agent agent(endless());
+
+    test::Outcome const full = test::run(
+        {"sh", "-c", "exec \"$0\" \"$@\" >/dev/full", KETMON_PROGRAM, "console", agent.address(), "--json"});
+    EXPECT_EQ(full.exitCode, 1);
+    EXPECT_EQ(full.errors, "ketmon: the output can't be written: No space left on device\n");
+
+    Process client({"console", agent.address()});
+    EXPECT_NE(client.line(), "");
+    client.closeOutput();
+    EXPECT_EQ(client.wait(), 1);
+    EXPECT_EQ(client.errors(), "ketmon: the output can't be written: Broken pipe\n");
+}
+
+} // namespace
