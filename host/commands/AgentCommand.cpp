@@ -73,7 +73,7 @@ std::optional<CDrops> dropsOf(CInput const & input)
 void addAgentCommand(CLI::App & app)
 {
     auto const options = std::make_shared<CAgentOptions>();
-    options->analysis.rows.usual = rowsOfAgents;
+    options->analysis.rows = {{}, rowsOfAgents, costOfAgents};
     CLI::App * const command =
         app.add_subcommand("agent", "Count frames and serve the statistics to consoles over TCP");
     command->footer("The address that it listens on is printed as the first line. Whoever reaches that\n"

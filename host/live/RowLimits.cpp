@@ -95,10 +95,8 @@ void addRowsOption(CLI::App & command, CRowOptions & options)
             "--rows", options.given,
             fmt::format("Rows that a table keeps, 1 to {}: TABLE=N such as ip_traffic=20000, or all=N "
                         "for every table; 'standard' for the library's own limits. May be given again. "
-                        "{} unless given",
-                        mostRows,
-                        options.usual == 0 ? std::string(libraryLimits)
-                                           : fmt::format("{} rows a table", options.usual)))
+                        "{} rows a table unless given, about {}",
+                        mostRows, options.usual, options.cost))
         ->allow_extra_args(false)
         ->check(notEmpty())
         ->type_name("ROWS");
@@ -107,8 +105,7 @@ void addRowsOption(CLI::App & command, CRowOptions & options)
 CTableLimits tableLimits(CRowOptions const & options)
 {
     CTableLimits limits;
-    if (options.usual != 0)
-        setEveryTable(limits, options.usual);
+    setEveryTable(limits, options.usual);
     for (std::string const & text : options.given)
         apply(text, limits);
     return limits;

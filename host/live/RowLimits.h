@@ -9,16 +9,19 @@
 
 namespace ketmon {
 
-// How many rows a table keeps unless it is said. Rows take memory only as they come; README and manual tell how
-// much.
+// How many rows a table keeps unless it is said, and what they cost when all tables are full; they take memory
+// only as they come.
 inline constexpr unsigned int rowsOfFiles = 16384;
 inline constexpr unsigned int rowsOfAgents = 4096;
+inline constexpr char costOfFiles[] = "350 MB when all tables are full";
+inline constexpr char costOfAgents[] = "32 MB when all tables are full, and 37 MB for each console";
 
 // The option --rows.
 struct CRowOptions
 {
     std::vector<std::string> given;   // "TABLE=N", "all=N" or "standard", of which later ones win
-    unsigned int usual = rowsOfFiles; // 0 for the library's own limits
+    unsigned int usual = rowsOfFiles; // rows of each table
+    std::string cost = costOfFiles;   // of that
 };
 
 void addRowsOption(CLI::App & command, CRowOptions & options);
