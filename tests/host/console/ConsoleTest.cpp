@@ -219,7 +219,10 @@ TEST(Console, HasOneZeroPoint)
 // that was.
 TEST(Console, TablesAndWhatTheyGaveUpComeToTheWhole)
 {
-    Agent agent(replay("many-connections.pcap", {"--pace", "0.25", "--rows", "all=20", "--consoles", "1"}));
+    // Slow enough for a busy machine to start the second console meanwhile, with no more samples than fit its pipe
+    // until it is read.
+    Agent agent({"-r", capture("many-connections.pcap"), "--interval", "0.1", "--pace", "0.25", "--rows",
+                 "all=20", "--consoles", "1"});
     Process early({"console", agent.address(), "--json", "--select", "totals", "--select", "protocols",
                    "--select", "ip_traffic", "--select", "ip_protocols"});
     EXPECT_GT(framesWhenCounting(early), 0U);
