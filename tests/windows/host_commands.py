@@ -61,8 +61,19 @@ class Host(unittest.TestCase):
                 self.assertEqual(run.returncode, 0, run.stderr)
                 self.assertIn("statistics", json.loads(run.stdout))
 
+    def test_the_report_tells_what_the_json_tells(self):
+        run = ketmon("read", MIXED)
+        self.assertEqual(run.returncode, 0, run.stderr)
+        self.assertRegex(run.stdout, r"\n  Frames +4,709 ")
+        self.assertRegex(run.stdout, r"\nIP conversations, 10 of 61 by bytes\n")
+        run = ketmon("read", MIXED, "--json")
+        self.assertEqual(run.returncode, 0, run.stderr)
+        report = json.loads(run.stdout)
+        self.assertEqual(report["format"], "ketmon/2")
+        self.assertEqual(report["totals"]["frames"], 4709)
+
     def test_text_has_tables_with_units(self):
-        run = ketmon("read", MIXED, "--multiplier", "decimal", "--precision", "3")
+        run = ketmon("read", MIXED, "--tree", "--multiplier", "decimal", "--precision", "3")
         self.assertEqual(run.returncode, 0, run.stderr)
         self.assertRegex(run.stdout, r"Global transmitted data +2\.875 M  bytes\n")
         self.assertRegex(run.stdout, r"\n1\.8 IP traffic \(the busiest 20 of 121\)\n")
@@ -102,7 +113,7 @@ class Host(unittest.TestCase):
             stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
         try:
             address = agent.stdout.readline().split()[-1]
-            console = ketmon("console", address, "--json")
+            console = ketmon("console", address, "--tree", "--json")
             _, errors = agent.communicate(timeout=PATIENCE)
         finally:
             agent.kill()
@@ -126,7 +137,7 @@ class Host(unittest.TestCase):
         pathlib.Path(cut).write_bytes(pathlib.Path(MIXED).read_bytes()[:100000])
         run = ketmon("read", "--quiet", "--json", cut)
         self.assertEqual(run.returncode, 2)
-        self.assertGreater(json.loads(run.stdout)["frames"], 0)
+        self.assertGreater(json.loads(run.stdout)["totals"]["frames"], 0)
         self.assertIn("damaged behind frame ", run.stderr)
 
 
