@@ -35,7 +35,7 @@ CInput inputOf(CAgentOptions const & options)
         return openLiveCapture(options.interface, options.filter, options.analysis.linkSpeed);
     CInput input;
     input.hook = std::make_unique<CFileHook>(options.analysis.linkSpeed);
-    input.source = std::make_unique<CCaptureFiles>(options.files);
+    input.source = std::make_unique<CCaptureFiles>(options.files, FirstRead::byNext);
     return input;
 }
 
