@@ -1,6 +1,7 @@
 #include "tests/host/Process.h"
 
 #include "host/capture/posix/InterfaceCounters.h"
+#include "host/support/Failure.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -139,7 +140,8 @@ TEST(LiveCapture, TellsHowManyFramesWereLost)
 {
     bool const permitted = inOwnNetwork([] {
         constexpr unsigned int sent = 1000; // far more than the buffer takes
-        Agent agent({"-i", "lo", "-f", "udp dst port 4000", "--consoles", "1", "--interval", "0.02"});
+        Agent agent(
+            {"-i", "lo", "-f", "udp dst port 4000", "--consoles", "1", "--interval", "0.02", "-s", "0"});
         Process console({"console", agent.address(), "--json", "--tree"});
         ASSERT_NE(console.line(), "") << agent.process().errors();
 
@@ -223,7 +225,7 @@ TEST(LiveCapture, OfAnInterfaceThatGoesAwayEndsWithThatReason)
         EXPECT_EQ(last["errors"]["software_overflows"], 0);
         EXPECT_EQ(console.wait(), 1);
         EXPECT_THAT(console.errors(), HasSubstr("the agent lost its interface: passing0: "));
-        EXPECT_EQ(agent.process().wait(), 1);
+        EXPECT_EQ(agent.process().wait(), ketmon::exitInterfaceGone);
     });
     if (!permitted || !made)
         GTEST_SKIP() << "no right to a network and an interface of its own";
@@ -249,7 +251,7 @@ TEST(LiveCapture, EndsOnASignalWithoutAFrame)
 TEST(LiveCapture, SaysWhatIsWrongWithItsInput)
 {
     bool const permitted = inOwnNetwork([] {
-        test::Outcome const noInterface = test::ketmon({"agent", "-i", "no-such-if"});
+        test::Outcome const noInterface = test::ketmon({"agent", "-i", "no-such-if", "--no-wait"});
         EXPECT_EQ(noInterface.exitCode, 1);
         EXPECT_THAT(noInterface.errors, HasSubstr("no-such-if: there is no such interface"));
 
