@@ -1,3 +1,4 @@
+#include "tests/host/OwnNetwork.h"
 #include "tests/host/Process.h"
 
 #include "host/capture/posix/InterfaceCounters.h"
@@ -7,11 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <arpa/inet.h>
-#include <fcntl.h>
-#include <linux/if_tun.h>
-#include <net/if.h>
 #include <netinet/in.h>
-#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -19,31 +16,17 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <sched.h>
 #include <thread>
 
 using ketmon::CInterfaceCounters;
 using nlohmann::ordered_json;
 using test::Agent;
+using test::inOwnNetwork;
+using test::PassingInterface;
 using test::Process;
 using testing::HasSubstr;
 
 namespace {
-
-// A network of its own for the calling thread and whatever it starts, with nothing but a loopback interface
-// that is up. False if that isn't permitted.
-bool enterOwnNetwork()
-{
-    if (unshare(CLONE_NEWNET) != 0)
-        return false;
-    int const handle = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    ifreq request{};
-    std::string("lo").copy(request.ifr_name, sizeof request.ifr_name - 1);
-    request.ifr_flags = IFF_UP;
-    bool const up = handle >= 0 && ioctl(handle, SIOCSIFFLAGS, &request) == 0;
-    close(handle);
-    return up;
-}
 
 constexpr unsigned short port = 4000;
 constexpr std::size_t payload = 100;
@@ -96,18 +79,6 @@ void flood(unsigned int datagrams)
     close(handle);
 }
 
-// Runs a test in a network of its own; false if that isn't permitted.
-bool inOwnNetwork(void (*body)())
-{
-    bool permitted = false;
-    std::thread([&] {
-        permitted = enterOwnNetwork();
-        if (permitted)
-            body();
-    }).join();
-    return permitted;
-}
-
 TEST(LiveCapture, CountsWhatPassesTheFilter)
 {
     bool const permitted = inOwnNetwork([] {
@@ -130,6 +101,30 @@ TEST(LiveCapture, CountsWhatPassesTheFilter)
         EXPECT_EQ(statistics["IP traffic"][0]["Frames transmitted"], 200);
         EXPECT_EQ(agent.process().wait(), 0) << agent.process().errors();
         EXPECT_EQ(console.wait(), 0) << console.errors();
+    });
+    if (!permitted)
+        GTEST_SKIP() << "no right to a network of its own";
+}
+
+// Of each frame only the headers are kept, so that a flood fits the buffer, and all of its bytes are counted.
+TEST(LiveCapture, HoldsAFloodOfLargeFramesByTheirHeaders)
+{
+    bool const permitted = inOwnNetwork([] {
+        constexpr unsigned int sent = 1000;
+        Agent agent({"-i", "lo", "-f", "udp dst port 4000", "-c", "1000", "--consoles", "1"});
+        Process console({"console", agent.address(), "--json"});
+        ASSERT_NE(console.line(), "") << agent.process().errors();
+
+        agent.process().signal(SIGSTOP);
+        flood(sent);
+        agent.process().signal(SIGCONT);
+
+        ordered_json const last = test::outputOf(console).last;
+        EXPECT_EQ(last["totals"]["frames"], sent);
+        EXPECT_EQ(last["capture"]["dropped_by_kernel"], 0);
+        // Of a length the low 16 bits count.
+        EXPECT_EQ(last["totals"]["bytes"], sent * ((14 + 20 + 8 + 65507) % 65536 + 4));
+        EXPECT_EQ(agent.process().wait(), 0) << agent.process().errors();
     });
     if (!permitted)
         GTEST_SKIP() << "no right to a network of its own";
@@ -172,44 +167,12 @@ TEST(LiveCapture, TellsHowManyFramesWereLost)
         GTEST_SKIP() << "no right to a network of its own";
 }
 
-// An interface of the kind that goes with the program that made it.
-class PassingInterface
-{
-public:
-    explicit PassingInterface(char const * name) : m_handle(open("/dev/net/tun", O_RDWR | O_CLOEXEC))
-    {
-        ifreq request{};
-        std::string(name).copy(request.ifr_name, sizeof request.ifr_name - 1);
-        request.ifr_flags = IFF_TAP | IFF_NO_PI;
-        int const handle = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-        m_there = m_handle >= 0 && ioctl(m_handle, TUNSETIFF, &request) == 0;
-        request.ifr_flags = IFF_UP;
-        m_there = m_there && ioctl(handle, SIOCSIFFLAGS, &request) == 0;
-        close(handle);
-    }
-    ~PassingInterface() { remove(); }
-    PassingInterface(PassingInterface const &) = delete;
-    PassingInterface & operator=(PassingInterface const &) = delete;
-
-    bool there() const { return m_there; }
-    void remove()
-    {
-        if (m_handle >= 0)
-            close(m_handle);
-        m_handle = -1;
-    }
-
-private:
-    int m_handle;
-    bool m_there = false;
-};
-
 TEST(LiveCapture, OfAnInterfaceThatGoesAwayEndsWithThatReason)
 {
     static bool made = true;
     bool const permitted = inOwnNetwork([] {
         PassingInterface passing("passing0");
-        made = passing.there();
+        made = passing.there() && passing.setUp(true);
         if (!made)
             return;
         Agent agent({"-i", "passing0", "--interval", "0.02"});
