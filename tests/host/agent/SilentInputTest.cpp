@@ -186,4 +186,20 @@ TEST(EndlessInput, IsRefusedByWhatItBeginsWith)
         }
 }
 
+TEST(EndlessInput, BehindASnapshotIsRefused)
+{
+    TemporaryFile const snapshot("");
+    ASSERT_EQ(
+        test::ketmon({"read", "-q", test::capture("jumbo-ssh.pcap"), "--save-snapshot", snapshot.path()})
+            .exitCode,
+        0);
+
+    test::Outcome const outcome =
+        test::run({"bash", "-c", "ulimit -v 1000000; cat \"$1\" /dev/zero | \"$0\" show -", KETMON_PROGRAM,
+                   snapshot.path()});
+
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(outcome.errors, "ketmon: -: there are bytes behind its end\n");
+}
+
 } // namespace

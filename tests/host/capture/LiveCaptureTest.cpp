@@ -130,6 +130,27 @@ TEST(LiveCapture, HoldsAFloodOfLargeFramesByTheirHeaders)
         GTEST_SKIP() << "no right to a network of its own";
 }
 
+TEST(LiveCapture, HoldsNoMoreThanTheBufferThatItIsGiven)
+{
+    bool const permitted = inOwnNetwork([] {
+        Agent agent(
+            {"-i", "lo", "-f", "udp dst port 4000", "-B", "64", "--consoles", "1", "--interval", "0.02"});
+        Process console({"console", agent.address(), "--json"});
+        ASSERT_NE(console.line(), "") << agent.process().errors();
+
+        agent.process().signal(SIGSTOP);
+        flood(1000);
+        agent.process().signal(SIGCONT);
+
+        ordered_json dropped = 0;
+        for (int samples = 0; samples < 500 && dropped == 0; ++samples)
+            dropped = ordered_json::parse(console.line())["capture"]["dropped_by_kernel"];
+        EXPECT_GT(dropped, 0);
+    });
+    if (!permitted)
+        GTEST_SKIP() << "no right to a network of its own";
+}
+
 // An agent that is held up loses what its buffer can't take, and knows how much.
 TEST(LiveCapture, TellsHowManyFramesWereLost)
 {
