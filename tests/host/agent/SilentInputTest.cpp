@@ -175,7 +175,7 @@ TEST(SilentInput, ThatTurnsOutToBeNoCaptureFailsTheAgent)
 
 TEST(SilentInput, EndsTheAgentAtASignal)
 {
-    for (std::size_t const length : {0, 10, 50}) {
+    for (std::size_t const length : {0U, 10U, 50U}) {
         Fifo fifo;
         fifo.write(twoFrames().substr(0, length));
         Agent agent({"-r", fifo.path()});
