@@ -17,6 +17,7 @@ struct CAgentOptions
     std::string interface;
     std::string filter;
     std::string listen = usualEndpoint;
+    std::string socketMode = "660"; // octal
     std::string name;
     std::string identity;
     double pace = 1.0;
@@ -24,6 +25,8 @@ struct CAgentOptions
     double interval = 1.0;
     double linger = 0.0;
     unsigned long long count = 0;
+    bool quiet = false;
+    bool verbose = false;
     CServerOptions server;
     CAnalysisOptions analysis;
 };

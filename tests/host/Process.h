@@ -22,7 +22,9 @@ public:
         noRights, // those of nobody, which takes a test that runs as root; exit code 127 if it can't be done
     };
 
-    explicit Process(std::vector<std::string> const & arguments, Rights rights = ownRights);
+    // What it writes to stderr goes to `errors` instead of a file of the test's, if that is named.
+    explicit Process(std::vector<std::string> const & arguments, Rights rights = ownRights,
+                     std::string const & errors = "");
     ~Process();
     Process(Process const &) = delete;
     Process & operator=(Process const &) = delete;
@@ -49,11 +51,11 @@ private:
     std::string m_read;
 };
 
-// An agent on a port that the system chose.
+// An agent on a port that the system chose, unless it is told where to listen.
 class Agent
 {
 public:
-    explicit Agent(std::vector<std::string> arguments);
+    explicit Agent(std::vector<std::string> arguments, std::string const & errors = "");
 
     std::string const & address() const { return m_address; }
     unsigned short port() const;
