@@ -3,6 +3,7 @@
 #include "host/agent/CaptureThread.h"
 #include "host/capture/CaptureFiles.h"
 #include "host/capture/LiveCapture.h"
+#include "host/commands/LiveOptions.h"
 #include "host/live/EndLine.h"
 #include "host/live/FileCount.h"
 #include "host/support/Failure.h"
@@ -29,13 +30,19 @@ std::chrono::milliseconds milliseconds(double seconds)
     return std::chrono::milliseconds(static_cast<long long>(seconds * 1000.0));
 }
 
-CInput inputOf(CAgentOptions const & options)
+// Nothing if a signal came while an interface was waited for.
+std::optional<CInput> inputOf(CAgentOptions const & options)
 {
-    if (!options.interface.empty())
-        return openLiveCapture(options.interface, options.filter, options.analysis.linkSpeed);
+    if (!options.interface.empty()) {
+        CLiveOptions live = options.live;
+        live.interface = options.interface;
+        live.filter = options.filter;
+        live.linkSpeed = options.analysis.linkSpeed;
+        return openLiveCapture(live);
+    }
     CInput input;
     input.hook = std::make_unique<CFileHook>(options.analysis.linkSpeed);
-    input.source = std::make_unique<CCaptureFiles>(options.files);
+    input.source = std::make_unique<CCaptureFiles>(options.files, FirstRead::byNext);
     return input;
 }
 
@@ -116,6 +123,7 @@ void addAgentCommand(CLI::App & app)
                      "Count only what passes this filter of libpcap's, such as 'not port 22'")
         ->needs(interface)
         ->type_name("EXPRESSION");
+    addLiveOptions(*command, *interface, options->live);
     command
         ->add_option(
             "--listen", options->listen,
@@ -192,7 +200,10 @@ void runAgent(CAgentOptions const & options)
     serverOptions.interval = milliseconds(options.interval);
     serverOptions.linger = milliseconds(options.linger);
 
-    CInput const input = inputOf(options);
+    std::optional<CInput> const opened = inputOf(options);
+    if (!opened)
+        return;
+    CInput const & input = *opened;
     CServed const served = servedBy(options, input);
     CKetrinStatManager manager(tableLimits(options.analysis.rows));
     configure(manager, options.analysis);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/agent/AgentServer.h"
+#include "host/capture/LiveCapture.h"
 #include "host/live/AnalysisOptions.h"
 
 #include <CLI/CLI.hpp>
@@ -16,6 +17,7 @@ struct CAgentOptions
     std::vector<std::string> files; // one of these two
     std::string interface;
     std::string filter;
+    CLiveOptions live; // without these two
     std::string listen = usualEndpoint;
     std::string socketMode = "660"; // octal
     std::string name;

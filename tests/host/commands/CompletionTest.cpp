@@ -70,10 +70,10 @@ private:
 
 TEST(Completion, OffersTheCommands)
 {
-    EXPECT_THAT(offered({""}),
-                UnorderedElementsAre("read", "show", "filter", "schema", "agent", "console", "bench"));
+    EXPECT_THAT(offered({""}), UnorderedElementsAre("read", "show", "filter", "schema", "agent", "console",
+                                                    "bench", "interfaces"));
     EXPECT_THAT(offered({"s"}), UnorderedElementsAre("show", "schema"));
-    EXPECT_THAT(offered({"-"}), UnorderedElementsAre("-h", "--help", "--version"));
+    EXPECT_THAT(offered({"-"}), UnorderedElementsAre("-h", "--help", "--version", "-D", "--list-interfaces"));
 }
 
 TEST(Completion, OffersTheOptionsOfTheCommand)
@@ -145,6 +145,7 @@ TEST(Completion, OffersTheInterfacesOfTheSystem)
 {
     EXPECT_THAT(offered({"agent", "-i", ""}), Contains("lo"));
     EXPECT_THAT(offered({"agent", "--interface", "l"}), Contains("lo"));
+    EXPECT_THAT(offered({"agent", "--wait", "-p", "-i", "l"}), Contains("lo")) << "flags take no value";
 }
 
 TEST(Completion, OffersFilesWhereTheyAreMeant)

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <string>
+
+namespace test {
+
+// Runs a test in a network of its own, which is that of whatever it starts, too: with nothing but a loopback
+// interface that is up. False if that isn't permitted.
+bool inOwnNetwork(void (*body)());
+
+// An Ethernet interface of the kind that goes with the program that made it. It is down.
+class PassingInterface
+{
+public:
+    explicit PassingInterface(std::string const & name);
+    ~PassingInterface() { remove(); }
+    PassingInterface(PassingInterface const &) = delete;
+    PassingInterface & operator=(PassingInterface const &) = delete;
+
+    bool there() const { return m_handle >= 0; }
+    // False if the system doesn't do it.
+    bool setUp(bool up) const;
+    bool rename(std::string const & name);
+    // Sets what an "ethtool" question sets, such as ETHTOOL_SGRO.
+    bool setDriverValue(unsigned int command, unsigned int value) const;
+    // Has a frame come in.
+    bool send(std::string const & frame) const;
+    // How many programs want all frames of it; -1 if the system doesn't tell.
+    int promiscuity() const;
+    void remove();
+
+private:
+    std::string m_name;
+    int m_handle;
+};
+
+} // namespace test
