@@ -2,6 +2,7 @@
 
 #include "host/agent/AgentServer.h"
 #include "host/live/AnalysisOptions.h"
+#include "host/support/Rights.h"
 
 #include <CLI/CLI.hpp>
 
@@ -26,6 +27,7 @@ struct CAgentOptions
     unsigned long long count = 0;
     CServerOptions server;
     CAnalysisOptions analysis;
+    CRightsOptions rights;
 };
 
 void addAgentCommand(CLI::App & app);

@@ -7,7 +7,9 @@ find_package(Boost 1.74 REQUIRED) # headers alone: Asio
 find_package(Threads REQUIRED)
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(PCAP REQUIRED IMPORTED_TARGET libpcap)
+pkg_check_modules(CAPNG IMPORTED_TARGET libcap-ng)
 pkg_check_modules(CARES IMPORTED_TARGET libcares)
+pkg_check_modules(SECCOMP IMPORTED_TARGET libseccomp)
 pkg_check_modules(ZLIB IMPORTED_TARGET zlib)
 
 target_link_libraries(ketmon_support PUBLIC CLI11::CLI11 fmt::fmt nlohmann_json::nlohmann_json Threads::Threads)

@@ -20,6 +20,7 @@ public:
     {
         ownRights,
         noRights, // those of nobody, which takes a test that runs as root; exit code 127 if it can't be done
+        captureRight, // the same, and the capability to capture, alone; only for a test that runs as root
     };
 
     explicit Process(std::vector<std::string> const & arguments, Rights rights = ownRights);
@@ -32,6 +33,7 @@ public:
     // Waits for its end and gives the exit code; -1 if a signal ended it, or if it has to be killed.
     int wait();
     void signal(int number) const;
+    pid_t id() const { return m_id; }
     // Reads its output no more.
     void closeOutput();
 
@@ -53,7 +55,7 @@ private:
 class Agent
 {
 public:
-    explicit Agent(std::vector<std::string> arguments);
+    explicit Agent(std::vector<std::string> arguments, Process::Rights rights = Process::ownRights);
 
     std::string const & address() const { return m_address; }
     unsigned short port() const;

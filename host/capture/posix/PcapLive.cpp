@@ -9,6 +9,8 @@
 #include <poll.h>
 
 #include <algorithm>
+#include <filesystem>
+#include <system_error>
 
 namespace ketmon {
 
@@ -18,6 +20,14 @@ constexpr int snapLength = 262144;
 constexpr int bufferSize = 16 << 20;
 constexpr int patience = 100; // milliseconds until frames are handed over, and until a stop is seen
 constexpr std::chrono::milliseconds countersAge(200);
+
+// A capability belongs to the file itself and not to a link to it.
+std::string programPath()
+{
+    std::error_code error;
+    std::string const path = std::filesystem::read_symlink("/proc/self/exe", error).string();
+    return error ? "PATH/ketmon" : path;
+}
 
 } // namespace
 
@@ -63,8 +73,8 @@ void CPcapLive::activate()
         throw CFailure(
             exitFailure,
             fmt::format("{}: no permission to capture; run as root, or allow it to the program with "
-                        "'setcap cap_net_raw,cap_net_admin=eip PATH/ketmon'",
-                        m_interface));
+                        "'setcap cap_net_raw=ep {}'",
+                        m_interface, programPath()));
     if (result == PCAP_ERROR_NO_SUCH_DEVICE)
         throw CFailure(exitFailure, fmt::format("{}: there is no such interface", m_interface));
     if (result < 0) {
