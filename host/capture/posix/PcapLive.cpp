@@ -7,6 +7,7 @@
 #include <net/if.h>
 #include <pcap/pcap.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -106,7 +107,7 @@ bool CPcapLive::next(CCapturedFrame & frame)
         int const result = pcap_next_ex(m_handle.get(), &header, &data);
         if (result < 0) {
             std::string const why = fmt::format("{}: {}", m_interface, pcap_geterr(m_handle.get()));
-            if (if_nametoindex(m_interface.c_str()) == 0)
+            if (!isThere())
                 throw CInterfaceGone(why);
             throw CFailure(exitFailure, why);
         }
@@ -122,6 +123,14 @@ bool CPcapLive::next(CCapturedFrame & frame)
         return true;
     }
     return false;
+}
+
+// Asked through the capture's own socket: there may be no right left to make another one.
+bool CPcapLive::isThere() const
+{
+    ifreq request{};
+    m_interface.copy(request.ifr_name, sizeof request.ifr_name - 1);
+    return ioctl(pcap_fileno(m_handle.get()), SIOCGIFINDEX, &request) == 0;
 }
 
 void CPcapLive::wait()

@@ -39,6 +39,7 @@ private:
 
     void activate();
     void setFilter(std::string const & filter);
+    bool isThere() const; // the interface
     void wait();
     void tell();
 
