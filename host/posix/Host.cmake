@@ -19,3 +19,8 @@ target_link_libraries(ketmon_wire PUBLIC Boost::headers)
 configure_file(ketmon.1.in ketmon.1 @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/ketmon.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES ketmon.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME ketmon)
+
+# Where the manager of services and that of users look below any prefix; not where libraries lie.
+configure_file(${PROJECT_SOURCE_DIR}/packaging/systemd/ketmon-agent@.service.in ketmon-agent@.service @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/ketmon-agent@.service DESTINATION lib/systemd/system)
+install(FILES ${PROJECT_SOURCE_DIR}/packaging/systemd/ketmon.sysusers DESTINATION lib/sysusers.d RENAME ketmon.conf)
