@@ -6,9 +6,11 @@
 #include "host/commands/LiveOptions.h"
 #include "host/live/EndLine.h"
 #include "host/live/FileCount.h"
+#include "host/support/ByteSource.h"
 #include "host/support/Failure.h"
 #include "host/support/OptionChecks.h"
 #include "host/support/Output.h"
+#include "host/support/Rights.h"
 
 #include "ketstats/ketstats.h"
 
@@ -16,6 +18,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <map>
 #include <memory>
 #include <optional>
 
@@ -24,6 +27,9 @@ namespace ketmon {
 using KetStats::CKetrinStatManager;
 
 namespace {
+
+std::map<std::string, Sandbox> const sandboxes = {
+    {"on", Sandbox::on}, {"strict", Sandbox::strict}, {"off", Sandbox::off}};
 
 std::chrono::milliseconds milliseconds(double seconds)
 {
@@ -84,6 +90,38 @@ std::optional<CDrops> dropsOf(CInput const & input)
     if (!known.droppedByKernel && !known.droppedByInterface)
         return {};
     return CDrops{known.droppedByKernel.value_or(0), known.droppedByInterface.value_or(0)};
+}
+
+// What an agent reads while it counts: the counters of interfaces, which are links into the tree of devices, or
+// the files that it was given, each of which is opened when its time comes.
+CNeeds needsOf(CAgentOptions const & options)
+{
+    if (!options.interface.empty())
+        return {{"/sys/class/net", "/sys/devices"}, true};
+    CNeeds needs{{}, false};
+    for (std::string const & file : options.files)
+        if (file != standardInput)
+            needs.readable.push_back(file);
+    return needs;
+}
+
+// What the process may still do once its capture and its port are open.
+void addRightsOptions(CLI::App & command, CRightsOptions & options)
+{
+    command
+        .add_option(
+            "--user", options.user,
+            "Who the agent becomes once its capture is open, where root started it; with an interface "
+            "that is ketmon unless given, if there is such a user")
+        ->check(notEmpty())
+        ->type_name("USER");
+    command
+        .add_option_function<std::string>(
+            "--sandbox", [&options](std::string const & name) { options.sandbox = sandboxes.at(name); },
+            "What an agent does that it has no use for fails (on), or ends it (strict); off for neither")
+        ->check(CLI::IsMember({"on", "strict", "off"}))
+        ->default_str("on")
+        ->type_name("on|strict|off");
 }
 
 } // namespace
@@ -181,6 +219,7 @@ void addAgentCommand(CLI::App & app)
     command->add_option("-c,--count", options->count, "End after so many frames")
         ->check(notEmpty())
         ->type_name("COUNT");
+    addRightsOptions(*command, options->rights);
     addAnalysisOptions(*command, options->analysis);
     command->add_flag("-q,--quiet", options->quiet,
                       "Only warnings and errors, no lines about consoles that come and go");
@@ -220,7 +259,10 @@ void runAgent(CAgentOptions const & options)
     // It calls the server, so it is stopped before that is gone, whatever happens.
     double const pace = options.files.empty() ? 0.0 : options.pace;
     capture.emplace(manager, *input.source, CFeedOptions{pace, options.longestGap, options.count});
+    std::string const rights = dropRights(options.rights, needsOf(options));
     writeOutput(fmt::format("listening on {}\n", server.endpoint().toString()));
+    if (!rights.empty())
+        log.inform(rights);
     server.run();
     CCaptureSummary const & summary = capture->join();
     manager.endAnalyzing();

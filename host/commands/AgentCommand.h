@@ -3,6 +3,7 @@
 #include "host/agent/AgentServer.h"
 #include "host/capture/LiveCapture.h"
 #include "host/live/AnalysisOptions.h"
+#include "host/support/Rights.h"
 
 #include <CLI/CLI.hpp>
 
@@ -31,6 +32,7 @@ struct CAgentOptions
     bool verbose = false;
     CServerOptions server;
     CAnalysisOptions analysis;
+    CRightsOptions rights;
 };
 
 void addAgentCommand(CLI::App & app);

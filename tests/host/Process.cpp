@@ -1,9 +1,13 @@
 #include "tests/host/Process.h"
 
 #include <arpa/inet.h>
+#include <grp.h>
+#include <linux/capability.h>
 #include <netinet/in.h>
 #include <poll.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -34,6 +38,27 @@ bool readable(int handle)
 
 } // namespace
 
+namespace {
+
+// Nobody, with CAP_NET_RAW and nothing else in any set. The program that is started keeps it.
+bool keepOnlyCapture()
+{
+    constexpr unsigned int nobody = 65534;
+    for (unsigned long capability = 0; prctl(PR_CAPBSET_READ, capability, 0, 0, 0) >= 0; ++capability)
+        if (capability != CAP_NET_RAW && prctl(PR_CAPBSET_DROP, capability, 0, 0, 0) != 0)
+            return false;
+    if (prctl(PR_SET_KEEPCAPS, 1, 0, 0, 0) != 0 || setgroups(0, nullptr) != 0 || setgid(nobody) != 0 ||
+        setuid(nobody) != 0)
+        return false;
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    constexpr unsigned int only = 1U << CAP_NET_RAW;
+    __user_cap_data_struct const sets[2] = {{only, only, only}, {0, 0, 0}};
+    return syscall(SYS_capset, &header, sets) == 0 &&
+           prctl(PR_CAP_AMBIENT, PR_CAP_AMBIENT_RAISE, CAP_NET_RAW, 0, 0) == 0;
+}
+
+} // namespace
+
 Process::Process(std::vector<std::string> const & arguments, Rights rights, std::string const & errorPath)
     : m_errors("")
 {
@@ -54,6 +79,8 @@ Process::Process(std::vector<std::string> const & arguments, Rights rights, std:
             _exit(127);
         constexpr unsigned int nobody = 65534;
         if (rights == noRights && getuid() == 0 && (setgid(nobody) != 0 || setuid(nobody) != 0))
+            _exit(127);
+        if (rights == captureRight && !keepOnlyCapture())
             _exit(127);
         execv(KETMON_PROGRAM, argv.data());
         _exit(127);
@@ -146,8 +173,8 @@ std::vector<std::string> agentArguments(std::vector<std::string> arguments)
 
 } // namespace
 
-Agent::Agent(std::vector<std::string> arguments, std::string const & errors)
-    : m_process(agentArguments(std::move(arguments)), Process::ownRights, errors)
+Agent::Agent(std::vector<std::string> arguments, std::string const & errors, Process::Rights rights)
+    : m_process(agentArguments(std::move(arguments)), rights, errors)
 {
     std::string const line = m_process.line();
     std::string const start = "listening on ";

@@ -20,6 +20,7 @@ public:
     {
         ownRights,
         noRights, // those of nobody, which takes a test that runs as root; exit code 127 if it can't be done
+        captureRight, // the same, and the capability to capture, alone; only for a test that runs as root
     };
 
     // What it writes to stderr goes to `errors` instead of a file of the test's, if that is named.
@@ -34,6 +35,7 @@ public:
     // Waits for its end and gives the exit code; -1 if a signal ended it, or if it has to be killed.
     int wait();
     void signal(int number) const;
+    pid_t id() const { return m_id; }
     // Reads its output no more.
     void closeOutput();
 
@@ -55,7 +57,8 @@ private:
 class Agent
 {
 public:
-    explicit Agent(std::vector<std::string> arguments, std::string const & errors = "");
+    explicit Agent(std::vector<std::string> arguments, std::string const & errors = "",
+                   Process::Rights rights = Process::ownRights);
 
     std::string const & address() const { return m_address; }
     unsigned short port() const;
