@@ -7,10 +7,11 @@ endif()
 
 # ketmon_room(NAME [BELOW]...): the library ketmon_NAME of the sources in NAME/ and of those for this system below it.
 # A room includes the rooms that it names and what is below these, no other; scripts/check-rooms reads the same lines.
+# Each has the library within itself: a program that is given a capability may not look for libraries beside itself.
 function(ketmon_room name)
     file(GLOB sources CONFIGURE_DEPENDS ${name}/*.cpp ${name}/${ketmon_system}/*.cpp)
     add_library(ketmon_${name} STATIC ${sources})
-    target_link_libraries(ketmon_${name} PUBLIC ketstats PRIVATE ketstats_warnings)
+    target_link_libraries(ketmon_${name} PUBLIC ketstats_whole PRIVATE ketstats_warnings)
     foreach(below ${ARGN})
         target_link_libraries(ketmon_${name} PUBLIC ketmon_${below})
     endforeach()

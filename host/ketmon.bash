@@ -61,6 +61,7 @@ _ketmon_offer_values() {
         word=${word#*\{} word=${word%%\}*}
         _ketmon_offer ${word//,/ }
         ;;
+    --socket-mode:*) _ketmon_offer 600 660 666 ;;
     --enable:*) _ketmon_offer none 1.{1..9} ;;
     --rows:*)
         _ketmon_offer standard {all,stations,protocols,{mac,ip}_traffic,arp,ip_protocols,{,station_}{tcp,udp}_ports}=

@@ -6,9 +6,11 @@
 #include "host/commands/LiveOptions.h"
 #include "host/live/EndLine.h"
 #include "host/live/FileCount.h"
+#include "host/support/ByteSource.h"
 #include "host/support/Failure.h"
 #include "host/support/OptionChecks.h"
 #include "host/support/Output.h"
+#include "host/support/Rights.h"
 
 #include "ketstats/ketstats.h"
 
@@ -16,6 +18,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <map>
 #include <memory>
 #include <optional>
 
@@ -24,6 +27,9 @@ namespace ketmon {
 using KetStats::CKetrinStatManager;
 
 namespace {
+
+std::map<std::string, Sandbox> const sandboxes = {
+    {"on", Sandbox::on}, {"strict", Sandbox::strict}, {"off", Sandbox::off}};
 
 std::chrono::milliseconds milliseconds(double seconds)
 {
@@ -67,12 +73,55 @@ CServed servedBy(CAgentOptions const & options, CInput const & input)
     return served;
 }
 
+std::string isMode(std::string const & text)
+{
+    bool const good = text.size() == 3 && text.find_first_not_of("01234567") == text.npos;
+    return good ? "" : fmt::format("'{}' isn't three octal digits such as 660", text);
+}
+
+LogLevel levelOf(CAgentOptions const & options)
+{
+    return options.quiet ? LogLevel::warning : options.verbose ? LogLevel::debug : LogLevel::info;
+}
+
 std::optional<CDrops> dropsOf(CInput const & input)
 {
     CCaptureCounters const known = input.counters();
     if (!known.droppedByKernel && !known.droppedByInterface)
         return {};
     return CDrops{known.droppedByKernel.value_or(0), known.droppedByInterface.value_or(0)};
+}
+
+// What an agent reads while it counts: the counters of interfaces, which are links into the tree of devices, or
+// the files that it was given, each of which is opened when its time comes.
+CNeeds needsOf(CAgentOptions const & options)
+{
+    if (!options.interface.empty())
+        return {{"/sys/class/net", "/sys/devices"}, true};
+    CNeeds needs{{}, false};
+    for (std::string const & file : options.files)
+        if (file != standardInput)
+            needs.readable.push_back(file);
+    return needs;
+}
+
+// What the process may still do once its capture and its port are open.
+void addRightsOptions(CLI::App & command, CRightsOptions & options)
+{
+    command
+        .add_option(
+            "--user", options.user,
+            "Who the agent becomes once its capture is open, where root started it; with an interface "
+            "that is ketmon unless given, if there is such a user")
+        ->check(notEmpty())
+        ->type_name("USER");
+    command
+        .add_option_function<std::string>(
+            "--sandbox", [&options](std::string const & name) { options.sandbox = sandboxes.at(name); },
+            "What an agent does that it has no use for fails (on), or ends it (strict); off for neither")
+        ->check(CLI::IsMember({"on", "strict", "off"}))
+        ->default_str("on")
+        ->type_name("on|strict|off");
 }
 
 } // namespace
@@ -84,7 +133,8 @@ void addAgentCommand(CLI::App & app)
     CLI::App * const command =
         app.add_subcommand("agent", "Count frames and serve the statistics to consoles over TCP");
     command->footer("The address that it listens on is printed as the first line. Whoever reaches that\n"
-                    "address can read the statistics; there is no password and no encryption.");
+                    "address can read the statistics; there is no password and no encryption.\n"
+                    "SIGINT and SIGTERM end it in good order, a second one at once; SIGHUP does nothing.");
     CLI::Option * const file = command->add_option(
         "-r,--read", options->files, "Replay a capture file, - for the standard input; may be given again");
     file->allow_extra_args(false)->type_name("FILE");
@@ -112,9 +162,29 @@ void addAgentCommand(CLI::App & app)
         ->needs(interface)
         ->type_name("EXPRESSION");
     addLiveOptions(*command, *interface, options->live);
-    command->add_option("--listen", options->listen, "Where consoles connect; port 0 picks a free one")
+    command
+        ->add_option(
+            "--listen", options->listen,
+            "Where consoles connect; port 0 picks a free one, unix:PATH is a socket in the file system")
         ->capture_default_str()
         ->type_name("ADDRESS:PORT");
+    command
+        ->add_option(
+            "--socket-mode", options->socketMode,
+            "Permissions of a socket in the file system, which say who may connect, as three octal digits")
+        ->check(CLI::Validator(isMode, "", "mode"))
+        ->capture_default_str()
+        ->type_name("MODE");
+    command->add_flag(
+        "--plain", options->server.listen.plain,
+        "Listen on an address that other machines reach, though whoever reaches it can read the "
+        "statistics, without a password or encryption");
+    command
+        ->add_option("--most-consoles", options->server.mostConsoles,
+                     "Serve no more consoles than that, and from one address of another machine half of them")
+        ->check(notEmpty())
+        ->capture_default_str()
+        ->type_name("N");
     command->add_option("--interval", options->interval, "Time between two samples")
         ->check(between(0.001, 86400))
         ->capture_default_str()
@@ -149,8 +219,11 @@ void addAgentCommand(CLI::App & app)
     command->add_option("-c,--count", options->count, "End after so many frames")
         ->check(notEmpty())
         ->type_name("COUNT");
+    addRightsOptions(*command, options->rights);
     addAnalysisOptions(*command, options->analysis);
-    command->add_flag("-q,--quiet", options->server.quiet, "No lines about consoles that come and go");
+    command->add_flag("-q,--quiet", options->quiet,
+                      "Only warnings and errors, no lines about consoles that come and go");
+    command->add_flag("-v,--verbose", options->verbose, "More lines than usual, for who looks for an error");
     command->callback([options] { runAgent(*options); });
 }
 
@@ -161,7 +234,8 @@ void runAgent(CAgentOptions const & options)
                        "agent: what to count is missing: -r FILE or -i INTERFACE (see ketmon agent --help)");
 
     CServerOptions serverOptions = options.server;
-    serverOptions.listen = CEndpoint::parsed(options.listen);
+    serverOptions.listen.where = CEndpoint::parsed(options.listen);
+    serverOptions.listen.permissions = static_cast<unsigned int>(std::stoul(options.socketMode, nullptr, 8));
     serverOptions.interval = milliseconds(options.interval);
     serverOptions.linger = milliseconds(options.linger);
 
@@ -174,17 +248,25 @@ void runAgent(CAgentOptions const & options)
     configure(manager, options.analysis);
     manager.beginAnalyzing(input.hook.get());
 
-    double const pace = options.files.empty() ? 0.0 : options.pace;
-    CCaptureThread capture(manager, *input.source, {pace, options.longestGap, options.count});
+    CLog log(levelOf(options));
+    std::optional<CCaptureThread> capture;
     CAgentServer server(
-        manager, serverOptions, served,
-        [&] { capture.start([&server](CEnd const & end) { server.captureEnded(end); }); },
-        [&] { capture.stop(); });
+        manager, serverOptions, served, log,
+        [&] { capture->start([&server](CEnd const & end) { server.captureEnded(end); }); },
+        [&] { capture->stop(); });
+    if (!server.isNear())
+        log.warn(fmt::format("whoever reaches {} can read the statistics", server.endpoint().toString()));
+    // It calls the server, so it is stopped before that is gone, whatever happens.
+    double const pace = options.files.empty() ? 0.0 : options.pace;
+    capture.emplace(manager, *input.source, CFeedOptions{pace, options.longestGap, options.count});
+    std::string const rights = dropRights(options.rights, needsOf(options));
     writeOutput(fmt::format("listening on {}\n", server.endpoint().toString()));
+    if (!rights.empty())
+        log.inform(rights);
     server.run();
-    CCaptureSummary const & summary = capture.join();
+    CCaptureSummary const & summary = capture->join();
     manager.endAnalyzing();
-    tellEnd(summary, manager.getAgentStatistic().ledgers(), dropsOf(input), options.server.quiet);
+    tellEnd(summary, manager.getAgentStatistic().ledgers(), dropsOf(input), options.quiet);
 }
 
 } // namespace ketmon

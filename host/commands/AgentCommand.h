@@ -3,6 +3,7 @@
 #include "host/agent/AgentServer.h"
 #include "host/capture/LiveCapture.h"
 #include "host/live/AnalysisOptions.h"
+#include "host/support/Rights.h"
 
 #include <CLI/CLI.hpp>
 
@@ -19,6 +20,7 @@ struct CAgentOptions
     std::string filter;
     CLiveOptions live; // without these two
     std::string listen = usualEndpoint;
+    std::string socketMode = "660"; // octal
     std::string name;
     std::string identity;
     double pace = 1.0;
@@ -26,8 +28,11 @@ struct CAgentOptions
     double interval = 1.0;
     double linger = 0.0;
     unsigned long long count = 0;
+    bool quiet = false;
+    bool verbose = false;
     CServerOptions server;
     CAnalysisOptions analysis;
+    CRightsOptions rights;
 };
 
 void addAgentCommand(CLI::App & app);

@@ -8,6 +8,7 @@
 #include <linux/rtnetlink.h>
 #include <linux/sockios.h>
 #include <net/if.h>
+#include <netinet/in.h>
 #include <sched.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
@@ -37,7 +38,7 @@ bool setUp(std::string const & name, bool up)
 
 } // namespace
 
-bool inOwnNetwork(void (*body)())
+bool inOwnNetwork(std::function<void()> const & body)
 {
     bool permitted = false;
     std::thread([&] {
@@ -46,6 +47,17 @@ bool inOwnNetwork(void (*body)())
             body();
     }).join();
     return permitted;
+}
+
+void sendDatagram(unsigned short port, std::string const & bytes)
+{
+    int const handle = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    sockaddr_in to{};
+    to.sin_family = AF_INET;
+    to.sin_port = htons(port);
+    to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    sendto(handle, bytes.data(), bytes.size(), 0, reinterpret_cast<sockaddr *>(&to), sizeof to);
+    close(handle);
 }
 
 PassingInterface::PassingInterface(std::string const & name)

@@ -1,12 +1,16 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 namespace test {
 
 // Runs a test in a network of its own, which is that of whatever it starts, too: with nothing but a loopback
 // interface that is up. False if that isn't permitted.
-bool inOwnNetwork(void (*body)());
+bool inOwnNetwork(std::function<void()> const & body);
+
+// Sends a datagram to that port of the loopback interface.
+void sendDatagram(unsigned short port, std::string const & bytes);
 
 // An Ethernet interface of the kind that goes with the program that made it. It is down.
 class PassingInterface

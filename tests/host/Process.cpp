@@ -1,12 +1,17 @@
 #include "tests/host/Process.h"
 
 #include <arpa/inet.h>
+#include <grp.h>
+#include <linux/capability.h>
 #include <netinet/in.h>
 #include <poll.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <fcntl.h>
@@ -33,7 +38,29 @@ bool readable(int handle)
 
 } // namespace
 
-Process::Process(std::vector<std::string> const & arguments, Rights rights) : m_errors("")
+namespace {
+
+// Nobody, with CAP_NET_RAW and nothing else in any set. The program that is started keeps it.
+bool keepOnlyCapture()
+{
+    constexpr unsigned int nobody = 65534;
+    for (unsigned long capability = 0; prctl(PR_CAPBSET_READ, capability, 0, 0, 0) >= 0; ++capability)
+        if (capability != CAP_NET_RAW && prctl(PR_CAPBSET_DROP, capability, 0, 0, 0) != 0)
+            return false;
+    if (prctl(PR_SET_KEEPCAPS, 1, 0, 0, 0) != 0 || setgroups(0, nullptr) != 0 || setgid(nobody) != 0 ||
+        setuid(nobody) != 0)
+        return false;
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    constexpr unsigned int only = 1U << CAP_NET_RAW;
+    __user_cap_data_struct const sets[2] = {{only, only, only}, {0, 0, 0}};
+    return syscall(SYS_capset, &header, sets) == 0 &&
+           prctl(PR_CAP_AMBIENT, PR_CAP_AMBIENT_RAISE, CAP_NET_RAW, 0, 0) == 0;
+}
+
+} // namespace
+
+Process::Process(std::vector<std::string> const & arguments, Rights rights, std::string const & errorPath)
+    : m_errors("")
 {
     std::vector<char *> argv{const_cast<char *>(KETMON_PROGRAM)};
     for (std::string const & argument : arguments)
@@ -44,13 +71,16 @@ Process::Process(std::vector<std::string> const & arguments, Rights rights) : m_
         throw std::runtime_error("no pipe");
     m_id = fork();
     if (m_id == 0) {
-        int const errors = open(m_errors.path().c_str(), O_WRONLY | O_APPEND);
+        int const errors =
+            open((errorPath.empty() ? m_errors.path() : errorPath).c_str(), O_WRONLY | O_APPEND);
         int const nothing = open("/dev/null", O_RDONLY);
         if (dup2(nothing, STDIN_FILENO) < 0 || dup2(ends[1], STDOUT_FILENO) < 0 ||
             dup2(errors, STDERR_FILENO) < 0)
             _exit(127);
         constexpr unsigned int nobody = 65534;
         if (rights == noRights && getuid() == 0 && (setgid(nobody) != 0 || setuid(nobody) != 0))
+            _exit(127);
+        if (rights == captureRight && !keepOnlyCapture())
             _exit(127);
         execv(KETMON_PROGRAM, argv.data());
         _exit(127);
@@ -135,13 +165,16 @@ namespace {
 
 std::vector<std::string> agentArguments(std::vector<std::string> arguments)
 {
-    arguments.insert(arguments.begin(), {"agent", "--listen", "127.0.0.1:0"});
+    arguments.insert(arguments.begin(), "agent");
+    if (std::find(arguments.begin(), arguments.end(), "--listen") == arguments.end())
+        arguments.insert(arguments.end(), {"--listen", "127.0.0.1:0"});
     return arguments;
 }
 
 } // namespace
 
-Agent::Agent(std::vector<std::string> arguments) : m_process(agentArguments(std::move(arguments)))
+Agent::Agent(std::vector<std::string> arguments, std::string const & errors, Process::Rights rights)
+    : m_process(agentArguments(std::move(arguments)), rights, errors)
 {
     std::string const line = m_process.line();
     std::string const start = "listening on ";

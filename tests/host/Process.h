@@ -20,9 +20,12 @@ public:
     {
         ownRights,
         noRights, // those of nobody, which takes a test that runs as root; exit code 127 if it can't be done
+        captureRight, // the same, and the capability to capture, alone; only for a test that runs as root
     };
 
-    explicit Process(std::vector<std::string> const & arguments, Rights rights = ownRights);
+    // What it writes to stderr goes to `errors` instead of a file of the test's, if that is named.
+    explicit Process(std::vector<std::string> const & arguments, Rights rights = ownRights,
+                     std::string const & errors = "");
     ~Process();
     Process(Process const &) = delete;
     Process & operator=(Process const &) = delete;
@@ -32,6 +35,7 @@ public:
     // Waits for its end and gives the exit code; -1 if a signal ended it, or if it has to be killed.
     int wait();
     void signal(int number) const;
+    pid_t id() const { return m_id; }
     // Reads its output no more.
     void closeOutput();
 
@@ -49,11 +53,12 @@ private:
     std::string m_read;
 };
 
-// An agent on a port that the system chose.
+// An agent on a port that the system chose, unless it is told where to listen.
 class Agent
 {
 public:
-    explicit Agent(std::vector<std::string> arguments);
+    explicit Agent(std::vector<std::string> arguments, std::string const & errors = "",
+                   Process::Rights rights = Process::ownRights);
 
     std::string const & address() const { return m_address; }
     unsigned short port() const;

@@ -11,7 +11,9 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <iterator>
+#include <system_error>
 
 namespace ketmon {
 
@@ -29,6 +31,14 @@ unsigned int boundIndex(pcap * handle)
     socklen_t size = sizeof address;
     int const bound = getsockname(pcap_fileno(handle), reinterpret_cast<sockaddr *>(&address), &size);
     return bound == 0 && address.sll_family == AF_PACKET ? static_cast<unsigned int>(address.sll_ifindex) : 0;
+}
+
+// A capability belongs to the file itself and not to a link to it.
+std::string programPath()
+{
+    std::error_code error;
+    std::string const path = std::filesystem::read_symlink("/proc/self/exe", error).string();
+    return error ? "PATH/ketmon" : path;
 }
 
 } // namespace
@@ -77,8 +87,8 @@ void CPcapLive::activate(CLiveOptions const & options)
         throw CFailure(
             exitFailure,
             fmt::format("{}: no permission to capture; run as root, or allow it to the program with "
-                        "'setcap cap_net_raw,cap_net_admin=eip PATH/ketmon'",
-                        m_interface));
+                        "'setcap cap_net_raw=ep {}'",
+                        m_interface, programPath()));
     if (result == PCAP_ERROR_NO_SUCH_DEVICE)
         throw CInterfaceNotReady(fmt::format("{}: there is no such interface", m_interface));
     if (result == PCAP_ERROR_IFACE_NOT_UP)

@@ -81,7 +81,7 @@ TEST(Completion, OffersTheOptionsOfTheCommand)
     EXPECT_THAT(
         offered({"read", "--"}),
         AllOf(IsSupersetOf({"--read", "--json", "--save-snapshot", "--quiet"}), Not(Contains("--pace"))));
-    EXPECT_THAT(offered({"agent", "--p"}), ElementsAre("--pace"));
+    EXPECT_THAT(offered({"agent", "--pa"}), ElementsAre("--pace"));
     EXPECT_THAT(offered({"schema", "-"}), UnorderedElementsAre("-h", "--help", "--json"));
     EXPECT_THAT(offered({"filter", "-q", "-"}), IsSupersetOf({"-q", "-w", "--frames"}));
 }
