@@ -10,16 +10,18 @@ _ketmon_help() {
     # Descriptions are indented further. Several blanks stand in front of one, a single one in front of a value.
     local option='^ {1,12}((-[[:alnum:]]),? *)?(--[[:alnum:]-]+)( ([^ ].*))?( {2,}.*)?$'
     local other='^ {1,4}([[:alnum:]_-]+)( .*)?$'
-    local line part='' short long
+    local line part='' short long value
     commands=() options=() value_of=() arguments=()
     while IFS= read -r line; do
         if [[ $line =~ ^([[:alpha:]]+):$ ]]; then
             part=${line,,}
         elif [[ $line =~ $option ]]; then
-            short=${BASH_REMATCH[2]} long=${BASH_REMATCH[3]}
+            short=${BASH_REMATCH[2]} long=${BASH_REMATCH[3]} value=${BASH_REMATCH[5]}
+            # What a flag goes with is no value.
+            [[ ! $value =~ ^(Needs|Excludes): ]] || value=''
             options+=(${short:+"$short"} "$long")
-            value_of[$long]=${BASH_REMATCH[5]}
-            [[ -z $short ]] || value_of[$short]=${BASH_REMATCH[5]}
+            value_of[$long]=$value
+            [[ -z $short ]] || value_of[$short]=$value
         elif [[ $line =~ $other ]]; then
             case $part in
             subcommands:) commands+=("${BASH_REMATCH[1]}") ;;
@@ -53,12 +55,13 @@ _ketmon_offer_files() {
 
 # _ketmon_offer_values OPTION WORD: values for an option, or for an argument, where the help has that word for them.
 _ketmon_offer_values() {
-    local word=${2%% *} line folder
+    local word=${2%% *} line
     case $1:$word in
     *{*}*)
         word=${word#*\{} word=${word%%\}*}
         _ketmon_offer ${word//,/ }
         ;;
+    --socket-mode:*) _ketmon_offer 600 660 666 ;;
     --enable:*) _ketmon_offer none 1.{1..9} ;;
     --rows:*)
         _ketmon_offer standard {all,stations,protocols,{mac,ip}_traffic,arp,ip_protocols,{,station_}{tcp,udp}_ports}=
@@ -78,10 +81,10 @@ _ketmon_offer_values() {
         ;;
     *:FILE* | *:OUT*) _ketmon_offer_files ;;
     *:INTERFACE*)
-        for folder in /sys/class/net/*/; do
-            folder=${folder%/}
-            [[ ! -d $folder ]] || _ketmon_offer "${folder##*/}"
-        done
+        # Those whose frames can't be counted can't be captured on. The first line is the heading.
+        while read -r line _; do
+            _ketmon_offer "$line"
+        done < <("$program" interfaces 2>/dev/null </dev/null | sed -e 1d -e "/can't be counted/d")
         ;;
     esac
 }

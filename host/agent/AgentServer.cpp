@@ -1,9 +1,8 @@
 #include "host/agent/AgentServer.h"
 
 #include "host/agent/ConsoleLinks.h"
-#include "host/agent/Listener.h"
+#include "host/agent/Recurrence.h"
 #include "host/live/Groups.h"
-#include "host/support/Output.h"
 #include "host/wire/Fingerprint.h"
 #include "host/wire/SampleTime.h"
 
@@ -13,6 +12,10 @@
 
 #include <algorithm>
 #include <csignal>
+#include <exception>
+#include <mutex>
+#include <optional>
+#include <thread>
 
 namespace ketmon {
 
@@ -22,7 +25,11 @@ namespace {
 
 // A sample needs more than a millisecond since the one before to count anything.
 constexpr milliseconds beforeLastSample(20);
-constexpr milliseconds shortestHeartbeat(1000);
+// Between two looks after what needs it.
+constexpr milliseconds beforeNextLook(1000);
+// So that a program that is out of memory leaves others some time.
+constexpr milliseconds afterFailure(50);
+constexpr milliseconds shortestHeartbeat(3000);
 constexpr milliseconds longestHeartbeat(5000);
 
 CWelcome welcomeOf(KetStats::CKetrinStatManager & manager, CServerOptions const & options,
@@ -51,9 +58,10 @@ class CAgentServer::CServer
 {
 public:
     CServer(KetStats::CKetrinStatManager & manager, CServerOptions const & options, CServed const & served,
-            std::function<void()> startCapture, std::function<void()> stopCapture)
+            CLog & log, std::function<void()> startCapture, std::function<void()> stopCapture)
         : m_manager(manager),
           m_options(options),
+          m_log(log),
           m_startCapture(std::move(startCapture)),
           m_stopCapture(std::move(stopCapture)),
           m_adapter(manager.limits()),
@@ -62,33 +70,71 @@ public:
                     welcomeOf(manager, options, served),
                     options.backlog,
                     served.counters,
+                    [this](CConsoleLink const & link, CSelection const &) {
+                        return m_links.objection(link.peer());
+                    },
                     [this] { joined(); },
                     [this] { gone(); },
-                    [this](std::string const & line, bool always) { log(line, always); }},
+                    log},
+          m_links(m_context, options.mostConsoles),
           m_listener(
               m_io, options.listen, [this](auto socket) { m_links.add(std::move(socket)); },
-              [this](std::string const & why) { log("can't accept a console: " + why, true); })
+              [this](std::string const & why) {
+                  m_log.say(LogLevel::warning, CLog::peer, "can't take a console in: " + why);
+              }),
+          m_samples(options.interval)
     {
         m_signals.add(SIGINT);
         m_signals.add(SIGTERM);
-        awaitSignal();
+#ifdef SIGHUP
+        m_signals.add(SIGHUP); // a terminal that is gone ends no agent
+#endif
     }
 
-    CEndpoint endpoint() const { return m_listener.endpoint(); }
+    CEndpoint endpoint() const
+    {
+        return m_listener.endpoint();
+    }
+    bool isNear() const
+    {
+        return m_listener.isNear();
+    }
 
     void run()
     {
-        startIfEnough();
-        m_io.run();
+        for (bool again = true; again;) {
+            try {
+                revive();
+                startIfEnough();
+                m_io.run();
+                again = false;
+            } catch (std::exception const & error) {
+                m_log.error(error.what());
+                std::this_thread::sleep_for(afterFailure);
+            }
+        }
         m_links.closeAll();
+        m_log.settle();
+        if (m_failure)
+            std::rethrow_exception(m_failure);
     }
 
-    void captureEnded(CEnd const & end)
+    void captureEnded(CEnd const & end) noexcept
     {
-        asio::post(m_io, [this, end] { ending(end); });
+        try {
+            {
+                std::scoped_lock const lock(m_mutex);
+                m_captureEnd = end;
+            }
+            asio::post(m_io, [this] { lookForEnd(); });
+        } catch (std::exception const &) {
+            // It is found at the next look.
+        }
     }
 
 private:
+    using Clock = CRecurrence::Clock;
+
     enum Phase
     {
         waiting,
@@ -98,11 +144,64 @@ private:
         over,
     };
 
+    // Whatever goes on by itself, from the start and if an exception has ended it.
+    void revive()
+    {
+        if (!m_awaitsSignal)
+            awaitSignal();
+        if (!m_looks)
+            lookAgain();
+        if (!m_timed)
+            awaitPhase();
+        m_listener.revive();
+    }
+
+    // What is due next in this phase.
+    void awaitPhase()
+    {
+        switch (m_phase) {
+        case counting:
+            await(m_samples.due(), [this] { tick(); });
+            break;
+        case isEnding:
+            await(m_phaseEnd, [this] { linger(); });
+            break;
+        case lingering:
+            await(m_phaseEnd, [this] { close(); });
+            break;
+        case waiting:
+        case over:
+            break;
+        }
+    }
+
+    void await(Clock::time_point due, std::function<void()> deed)
+    {
+        m_timed = false;
+        m_timer.expires_at(due);
+        m_timer.async_wait([this, phase = m_phase, deed = std::move(deed)](auto error) {
+            // One that is due already when it is put off comes here without an error.
+            if (error || m_phase != phase)
+                return;
+            m_timed = false;
+            deed();
+        });
+        m_timed = true;
+    }
+
     void awaitSignal()
     {
-        m_signals.async_wait([this](auto error, int) {
+        m_signals.async_wait([this](auto error, [[maybe_unused]] int number) {
+            m_awaitsSignal = false;
             if (error)
                 return;
+#ifdef SIGHUP
+            if (number == SIGHUP) {
+                awaitSignal();
+                m_log.inform("SIGHUP changes nothing here");
+                return;
+            }
+#endif
             if (m_interrupted || m_phase >= lingering) {
                 m_io.stop();
                 return;
@@ -114,6 +213,7 @@ private:
             else
                 m_stopCapture();
         });
+        m_awaitsSignal = true;
     }
 
     void startIfEnough()
@@ -121,26 +221,66 @@ private:
         if (m_phase != waiting || m_links.serving() < m_options.consoles)
             return;
         m_phase = counting;
-        tick();
-        m_startCapture();
+        m_samples.start(Clock::now());
+        awaitPhase();
+        try {
+            m_startCapture();
+        } catch (std::exception const & error) {
+            m_failure = std::current_exception();
+            ending({EndReason::failed, 0, error.what()});
+        }
     }
 
     void tick()
     {
-        m_timer.expires_after(m_options.interval);
-        m_timer.async_wait([this](auto error) {
-            // One that is due already when it is cancelled comes here without an error.
-            if (error || m_phase != counting)
-                return;
-            sampleAll();
-            tick();
-        });
+        sampleAll();
+        if (auto const missed = m_samples.goOn(Clock::now()); missed > 0)
+            m_log.warn(fmt::format("{} samples were missed: one took longer than the interval", missed));
+        awaitPhase();
     }
 
     void sampleAll()
     {
-        m_adapter.initSnapshot(m_manager);
+        try {
+            m_adapter.initSnapshot(m_manager);
+        } catch (std::exception const & error) {
+            m_log.error(fmt::format("the adapter's counters can't be had: {}", error.what()));
+        }
         m_links.sample();
+    }
+
+    void lookAgain()
+    {
+        m_look.expires_after(beforeNextLook);
+        m_look.async_wait([this](auto error) {
+            m_looks = false;
+            if (error)
+                return;
+            lookForEnd();
+            look();
+            lookAgain();
+        });
+        m_looks = true;
+    }
+
+    // After what nobody tells of.
+    void look()
+    {
+        m_listener.revive();
+        m_links.sweep();
+        m_log.settle();
+        endIfDone();
+    }
+
+    void lookForEnd()
+    {
+        std::optional<CEnd> end;
+        {
+            std::scoped_lock const lock(m_mutex);
+            end.swap(m_captureEnd);
+        }
+        if (end && m_phase <= counting)
+            ending(*end);
     }
 
     void ending(CEnd const & end)
@@ -149,28 +289,26 @@ private:
         if (m_interrupted && m_end.reason == EndReason::ended)
             m_end.reason = EndReason::interrupted;
         m_phase = isEnding;
-        m_timer.expires_after(beforeLastSample);
-        m_timer.async_wait([this](auto error) {
-            if (!error)
-                linger();
-        });
+        m_phaseEnd = Clock::now() + beforeLastSample;
+        awaitPhase();
     }
 
     void linger()
     {
         m_phase = lingering;
+        m_phaseEnd = Clock::now() + (m_interrupted ? milliseconds(0) : m_options.linger);
         sampleAll();
         m_links.end(m_end);
-        m_timer.expires_after(m_interrupted ? milliseconds(0) : m_options.linger);
-        m_timer.async_wait([this](auto error) {
-            if (error)
-                return;
-            m_phase = over;
-            m_listener.close();
-            // Those that never said hello have nothing to wait for.
-            m_links.closeIdle();
-            gone();
-        });
+        awaitPhase();
+    }
+
+    void close()
+    {
+        m_phase = over;
+        m_listener.close();
+        // Those that never said hello have nothing to wait for.
+        m_links.closeIdle();
+        gone();
     }
 
     void joined()
@@ -186,38 +324,47 @@ private:
         // Called from within the links themselves.
         asio::post(m_io, [this] {
             m_links.sweep();
-            if (m_phase == over && m_links.empty())
-                m_io.stop();
+            endIfDone();
         });
     }
 
-    void log(std::string const & line, bool always) const
+    void endIfDone()
     {
-        if (always || !m_options.quiet)
-            tell(line);
+        if (m_phase == over && m_links.empty())
+            m_io.stop();
     }
 
     asio::io_context m_io;
     KetStats::CKetrinStatManager & m_manager;
     CServerOptions m_options;
+    CLog & m_log;
     std::function<void()> m_startCapture;
     std::function<void()> m_stopCapture;
     KetStats::CAgentStatistic m_shape;
     KetStats::CStatSnapshot m_adapter; // asks the adapter for its counters whenever it is initialised
     CLinkContext m_context;
-    CConsoleLinks m_links{m_context};
+    CConsoleLinks m_links;
     CListener m_listener;
+    CRecurrence m_samples;
     asio::steady_timer m_timer{m_io}; // of the phase
+    asio::steady_timer m_look{m_io};
     asio::signal_set m_signals{m_io};
+    bool m_timed = false; // these three: whether it is under way
+    bool m_looks = false;
+    bool m_awaitsSignal = false;
     Phase m_phase = waiting;
-    bool m_interrupted = false; // by a signal
-    CEnd m_end;                 // once it is ending
+    Clock::time_point m_phaseEnd{}; // of ending and lingering
+    bool m_interrupted = false;     // by a signal
+    CEnd m_end;                     // once it is ending
+    std::exception_ptr m_failure;
+    std::mutex m_mutex;
+    std::optional<CEnd> m_captureEnd; // under the mutex, until it is seen
 };
 
 CAgentServer::CAgentServer(KetStats::CKetrinStatManager & manager, CServerOptions const & options,
-                           CServed const & served, std::function<void()> startCapture,
+                           CServed const & served, CLog & log, std::function<void()> startCapture,
                            std::function<void()> stopCapture)
-    : m_server(std::make_unique<CServer>(manager, options, served, std::move(startCapture),
+    : m_server(std::make_unique<CServer>(manager, options, served, log, std::move(startCapture),
                                          std::move(stopCapture)))
 {}
 
@@ -228,12 +375,17 @@ CEndpoint CAgentServer::endpoint() const
     return m_server->endpoint();
 }
 
+bool CAgentServer::isNear() const
+{
+    return m_server->isNear();
+}
+
 void CAgentServer::run()
 {
     m_server->run();
 }
 
-void CAgentServer::captureEnded(CEnd const & end)
+void CAgentServer::captureEnded(CEnd const & end) noexcept
 {
     m_server->captureEnded(end);
 }

@@ -1,7 +1,8 @@
 #pragma once
 
 #include "host/agent/Identity.h"
-#include "host/wire/Endpoint.h"
+#include "host/agent/Listener.h"
+#include "host/support/Log.h"
 #include "host/wire/SampleMessage.h"
 
 #include "ketstats/ketstats.h"
@@ -17,12 +18,13 @@ namespace ketmon {
 
 struct CServerOptions
 {
-    CEndpoint listen;
+    CListenOptions listen;
     std::chrono::milliseconds interval{1000};
     std::chrono::milliseconds linger{0};
     unsigned int consoles = 0;                  // how many must be connected before the capture starts
     std::size_t backlog = std::size_t{4} << 20; // bytes that may wait for one console
-    bool quiet = false;                         // says nothing of consoles that come and go
+    std::size_t mostConsoles = 100;
+    std::size_t memory = std::size_t{1} << 30; // bytes that the program may take
 };
 
 // Who the agent is and what it counts, for the consoles.
@@ -47,11 +49,13 @@ struct CServed
 // 1. All of it runs on the thread that calls `run`; samples go through the manager's gate beside the thread
 //    that analyses frames. Only `captureEnded` may be called from another thread.
 // 2. Before every round of samples a snapshot of the server's own is initialised: that asks the adapter for
-//    its counters and moves no console's zero point.
-// 3. A console that doesn't keep up, or sends what makes no sense, is dropped with a line on stderr. It never
-//    holds up the capture or another console.
+//    its counters and moves no console's zero point. Rounds are due at fixed times; one whose time is over when
+//    its turn comes is left out, and told.
+// 3. A console that doesn't keep up, sends what makes no sense, or can't be afforded is dropped with a line in the
+//    log. It never holds up the capture or another console.
 // 4. After the capture every console gets a last sample and the end. A console that comes later gets a full
 //    one and the end, for as long as the server lingers.
+// 5. No exception of what it does for others ends it: it is told, and the server goes on.
 class CAgentServer
 {
 public:
@@ -59,7 +63,7 @@ public:
     // called on a signal to end; either way `captureEnded` must follow. The manager must be analysing. Throws
     // CFailure if it can't listen.
     CAgentServer(KetStats::CKetrinStatManager & manager, CServerOptions const & options,
-                 CServed const & served, std::function<void()> startCapture,
+                 CServed const & served, CLog & log, std::function<void()> startCapture,
                  std::function<void()> stopCapture);
     ~CAgentServer();
 
@@ -69,11 +73,15 @@ public:
     // Where it listens, with the port that it got.
     CEndpoint endpoint() const;
 
-    // Returns when the capture has ended and all consoles are served, or at a second signal.
+    // Whether only this machine can reach that.
+    bool isNear() const;
+
+    // Returns when the capture has ended and all consoles are served, or at a second signal. Throws what
+    // `startCapture` throws, once the consoles were told.
     void run();
 
     // The capture is over. That it was a signal which ended it is known here. Any thread.
-    void captureEnded(CEnd const & end);
+    void captureEnded(CEnd const & end) noexcept;
 
 private:
     class CServer;

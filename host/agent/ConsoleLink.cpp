@@ -2,16 +2,17 @@
 
 #include "host/wire/Fingerprint.h"
 #include "host/wire/SampleTime.h"
-#include "host/wire/Selection.h"
 #include "host/wire/SnapshotBytes.h"
 
 #include <fmt/core.h>
+
+#include <new>
 
 namespace ketmon {
 
 namespace {
 
-constexpr std::chrono::seconds timeToGreet(10);
+constexpr std::chrono::seconds timeToGreet(5);
 constexpr std::chrono::seconds timeToEnd(5);
 // A sample needs more than a millisecond since the one before to count anything.
 constexpr long long leastInterval = 2 * ticksPerSecond / 1000;
@@ -29,7 +30,7 @@ CCaptureCounters since(CCaptureCounters const & now, CCaptureCounters const & ba
 
 } // namespace
 
-CConsoleLink::CConsoleLink(CSocket socket, std::string peer, CLinkContext const & context)
+CConsoleLink::CConsoleLink(CSocket socket, CPeer peer, CLinkContext const & context)
     : CMessageStream(std::move(socket), largestToAgent, context.backlog),
       m_context(context),
       m_peer(std::move(peer)),
@@ -59,24 +60,37 @@ void CConsoleLink::greet(CMessage const & message)
     CHello const hello = CHello::parsed(message.body, schemaFingerprint());
     try {
         CSelection const selection(hello.selection, m_context.shape);
-        m_snapshot = std::make_unique<KetStats::CStatSnapshot>(m_context.manager.limits());
-        selection.select(*m_snapshot);
+        std::string const objection = m_context.objection(*this, selection);
+        if (objection.empty())
+            begin(selection);
+        else
+            refuse(objection);
     } catch (CBadSelection const & error) {
         throw CProtocolError(error.what());
+    } catch (std::bad_alloc const &) {
+        m_snapshot.reset();
+        refuse("the agent has no memory left for another console");
     }
+}
+
+void CConsoleLink::begin(CSelection const & selection)
+{
+    m_snapshot = std::make_unique<KetStats::CStatSnapshot>(m_context.manager.limits());
+    selection.select(*m_snapshot);
     m_counterBase = m_context.counters();
     m_snapshot->tellRowsApart(true);
     m_snapshot->startSampling(m_context.manager);
     m_last.zero = m_last.moment = ticksOf(m_snapshot->getSampleStart());
     m_deadline.cancel();
     m_greeted = true;
-    log("joined", false);
+    log(LogLevel::info, "joined");
 
     deliver(encoded(MessageType::welcome, m_context.welcome.body()));
-    keepAlive(std::chrono::milliseconds(m_context.welcome.heartbeat));
     sendSample();
-    if (serving())
-        m_context.joined();
+    if (!serving())
+        return;
+    keepAlive(std::chrono::milliseconds(m_context.welcome.heartbeat));
+    m_context.joined();
 }
 
 void CConsoleLink::sample()
@@ -87,8 +101,10 @@ void CConsoleLink::sample()
     long long const age = statisticsTime() - m_last.moment;
     if (age >= 0 && age < leastInterval)
         return;
-    m_snapshot->nextSample(m_context.manager);
-    sendSample();
+    guarded([this] {
+        m_snapshot->nextSample(m_context.manager);
+        sendSample();
+    });
 }
 
 void CConsoleLink::sendSample()
@@ -109,15 +125,24 @@ void CConsoleLink::end(CEnd const & end)
 {
     if (!serving())
         return;
-    deliver(encoded(MessageType::end, end.body()));
-    leave();
+    guarded([&] {
+        deliver(encoded(MessageType::end, end.body()));
+        leave();
+    });
 }
 
 void CConsoleLink::misunderstood(std::string const & why)
 {
-    log("refused: " + shownText(why), true);
-    deliver(encoded(MessageType::refusal, why.substr(0, longestText)));
-    leave();
+    refuse(why);
+}
+
+void CConsoleLink::refuse(std::string const & why)
+{
+    guarded([&] {
+        log(LogLevel::warning, "refused: " + shownText(why));
+        deliver(encoded(MessageType::refusal, why.substr(0, longestText)));
+        leave();
+    });
 }
 
 void CConsoleLink::deliver(std::string message)
@@ -125,7 +150,7 @@ void CConsoleLink::deliver(std::string message)
     m_answered = true;
     if (closed() || send(std::move(message)))
         return;
-    log(fmt::format("dropped: it doesn't keep up, {} bytes wait for it", waiting()), true);
+    log(LogLevel::warning, fmt::format("dropped: it doesn't keep up, {} bytes wait for it", waiting()));
     close();
 }
 
@@ -133,8 +158,12 @@ void CConsoleLink::leave()
 {
     if (closed())
         return;
-    log("done", false);
+    log(LogLevel::info, "done");
     finish();
+}
+
+void CConsoleLink::sentAll()
+{
     closeAfter(timeToEnd, "");
 }
 
@@ -147,18 +176,20 @@ void CConsoleLink::closeAfter(std::chrono::seconds time, std::string const & com
             bool const putOff = self->m_deadline.expiry() > Clock::now();
             if (error || putOff || self->closed() || self->serving())
                 return;
-            if (!complaint.empty())
-                self->log(complaint, true);
-            self->close();
+            self->guarded([&] {
+                if (!complaint.empty())
+                    self->log(LogLevel::warning, complaint);
+                self->close();
+            });
         });
 }
 
 void CConsoleLink::lost(bool hungUp, std::string const & why)
 {
     if (hungUp && m_answered)
-        log("left", false);
+        log(LogLevel::info, "left");
     else
-        log("lost: " + why, true);
+        log(LogLevel::warning, "lost: " + why);
 }
 
 void CConsoleLink::wasClosed()

@@ -1,8 +1,10 @@
 #pragma once
 
+#include "host/support/Log.h"
 #include "host/wire/Greeting.h"
 #include "host/wire/MessageStream.h"
 #include "host/wire/SampleMessage.h"
+#include "host/wire/Selection.h"
 
 #include "ketstats/ketstats.h"
 
@@ -15,6 +17,8 @@
 
 namespace ketmon {
 
+class CConsoleLink;
+
 // What all consoles of an agent share.
 struct CLinkContext
 {
@@ -23,10 +27,12 @@ struct CLinkContext
     CWelcome welcome;
     std::size_t backlog;
     std::function<CCaptureCounters()> counters;
-    // Told of a console that said hello, of one that is gone, and what is worth a line in the log.
+    // Why a console that said hello can't be served, with what it asks for; empty if it can.
+    std::function<std::string(CConsoleLink const & link, CSelection const & selection)> objection;
+    // Told of a console that is served, and of one that is gone.
     std::function<void()> joined;
     std::function<void()> gone;
-    std::function<void(std::string const & line, bool always)> log;
+    CLog & log;
 };
 
 // The agent's end of one connection.
@@ -34,7 +40,8 @@ struct CLinkContext
 //     greeting ---hello---> serving ---end()---> ending ---> closed
 //        |                     |                   ^            ^
 //        |                     |                   |            |
-//        +---no good hello, or more than that------+            |
+//        +---no good hello, not wanted-------------+            |
+//        |                     +---not wanted any more---+      |
 //        +---too late, lost----+---lost, doesn't keep up--------+
 //
 //     greeting    waits for hello, and not for ever
@@ -43,7 +50,7 @@ struct CLinkContext
 class CConsoleLink : public CMessageStream
 {
 public:
-    CConsoleLink(CSocket socket, std::string peer, CLinkContext const & context);
+    CConsoleLink(CSocket socket, CPeer peer, CLinkContext const & context);
     ~CConsoleLink() override;
 
     void start();
@@ -51,7 +58,11 @@ public:
     void sample();
     // Sends the end and closes.
     void end(CEnd const & end);
+    // Tells it why it isn't served, or no more, and closes.
+    void refuse(std::string const & why);
 
+    CPeer const & peer() const { return m_peer; }
+    bool greeting() const { return !m_greeted && !finishing() && !closed(); }
     bool serving() const { return m_greeted && !finishing() && !closed(); }
     bool leaving() const { return finishing(); }
 
@@ -59,17 +70,22 @@ private:
     void received(CMessage const & message) override;
     void misunderstood(std::string const & why) override;
     void lost(bool hungUp, std::string const & why) override;
+    void sentAll() override;
     void wasClosed() override;
 
     void greet(CMessage const & message);
+    void begin(CSelection const & selection);
     void sendSample();
     void deliver(std::string message);
     void leave();
     void closeAfter(std::chrono::seconds time, std::string const & complaint);
-    void log(std::string const & line, bool always) const { m_context.log(m_peer + ": " + line, always); }
+    void log(LogLevel level, std::string const & line) const
+    {
+        m_context.log.say(level, CLog::peer, m_peer.name + ": " + line);
+    }
 
     CLinkContext const & m_context;
-    std::string m_peer;
+    CPeer m_peer;
     asio::steady_timer m_deadline;
     bool m_greeted = false;
     bool m_answered = false; // with a welcome or a refusal

@@ -2,28 +2,41 @@
 
 #include "host/agent/ConsoleLink.h"
 
-#include <boost/asio/ip/tcp.hpp>
-
 #include <cstddef>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace ketmon {
 
 // All connections of an agent.
+//
+// 1. Consoles, those that are served, are as many as the agent was told to have at most; from one address of
+//    another machine come at most half of them, so that none locks out the others.
+// 2. Who hasn't said hello is limited apart from them, so that whoever is mute keeps no console out. Where there are
+//    too many, the oldest goes of the address that has the most.
+// 3. Who is turned away hears why, and has little time to.
 class CConsoleLinks
 {
 public:
     // Both must live longer.
-    explicit CConsoleLinks(CLinkContext const & context) : m_context(context) {}
+    CConsoleLinks(CLinkContext const & context, std::size_t mostConsoles)
+        : m_context(context),
+          m_most(mostConsoles)
+    {}
 
-    // Takes a connection in, or turns it away if there are too many.
-    void add(asio::ip::tcp::socket socket);
-    // Drops those that are closed.
-    void sweep();
+    // Takes a connection in.
+    void add(CStreamSocket socket);
+    // Drops those that are closed; true if there were any.
+    bool sweep();
+
+    // Why another console can't be served; empty if it can.
+    std::string objection(CPeer const & peer) const;
 
     void sample();
     void end(CEnd const & end);
+    // Turns away the console that came last; false if there is none.
+    bool refuseLast(std::string const & why);
     // Closes those that wait for nothing, or all of them.
     void closeIdle();
     void closeAll();
@@ -32,8 +45,11 @@ public:
     bool empty() const { return m_links.empty(); }
 
 private:
+    void makeRoom(std::string const & origin);
+
     CLinkContext const & m_context;
-    std::vector<std::shared_ptr<CConsoleLink>> m_links;
+    std::size_t m_most;
+    std::vector<std::shared_ptr<CConsoleLink>> m_links; // the oldest first
 };
 
 } // namespace ketmon

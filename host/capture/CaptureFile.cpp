@@ -6,6 +6,7 @@
 #include "host/capture/LinkType.h"
 #include "host/capture/NextGenerationReader.h"
 #include "host/support/Failure.h"
+#include "host/support/Interrupt.h"
 
 #include <fmt/core.h>
 
@@ -34,22 +35,19 @@ std::unique_ptr<CFrameReader> readerOf(CByteInput & input)
 class CCaptureFile : public CCaptureSource
 {
 public:
-    explicit CCaptureFile(std::string const & path) : m_path(path)
+    CCaptureFile(std::string const & path, FirstRead firstRead, CInterrupt const * interrupt)
+        : m_path(path),
+          m_interrupt(interrupt),
+          m_input(std::make_unique<CByteInput>(openByteSource(path, interrupt)))
     {
-        m_input = std::make_unique<CByteInput>(openByteSource(path));
-        m_compressed = isGzip(*m_input);
-        if (m_compressed)
-            m_input = std::make_unique<CByteInput>(gzipSource(path, std::move(m_input)));
-        try {
-            m_reader = readerOf(*m_input);
-            findEthernet();
-        } catch (CDamagedCapture const & damage) {
-            throw CFailure(exitBadInput, fmt::format("{}: {}", path, damage.what()));
-        }
+        if (firstRead == FirstRead::toOpen)
+            start();
     }
 
     bool next(CCapturedFrame & frame) override
     {
+        if (!m_reader && !m_ended)
+            start();
         if (m_ended)
             return false;
         try {
@@ -60,6 +58,8 @@ public:
                 }
         } catch (CDamagedCapture const & damage) {
             m_ended = true;
+            if (isInterrupted())
+                return false;
             if (!damage.isCut() || !hasGrown())
                 throw CFailure(exitBadInput, fmt::format("{}: damaged behind frame {}: {}", m_path, m_frames,
                                                          damage.what()));
@@ -77,6 +77,24 @@ public:
     CSourceFaults faults() const override { return m_faults; }
 
 private:
+    void start()
+    {
+        m_ended = true; // unless all goes well
+        m_compressed = isGzip(*m_input);
+        if (m_compressed)
+            m_input = std::make_unique<CByteInput>(gzipSource(m_path, std::move(m_input)));
+        try {
+            m_reader = readerOf(*m_input);
+            findEthernet();
+            m_ended = false;
+        } catch (CDamagedCapture const & damage) {
+            if (!isInterrupted())
+                throw CFailure(exitBadInput, fmt::format("{}: {}", m_path, damage.what()));
+        }
+    }
+
+    bool isInterrupted() const { return m_interrupt && m_interrupt->raised(); }
+
     // A step of the reader, of whose frames those that can't be counted are left out.
     Step read(CCapturedFrame & frame)
     {
@@ -113,6 +131,7 @@ private:
     }
 
     std::string m_path;
+    CInterrupt const * m_interrupt;
     std::unique_ptr<CByteInput> m_input;
     std::unique_ptr<CFrameReader> m_reader;
     CSourceFaults m_faults;
@@ -126,7 +145,13 @@ private:
 
 std::unique_ptr<CCaptureSource> openCaptureFile(std::string const & path)
 {
-    return std::make_unique<CCaptureFile>(path);
+    return openCaptureFile(path, FirstRead::toOpen, nullptr);
+}
+
+std::unique_ptr<CCaptureSource> openCaptureFile(std::string const & path, FirstRead firstRead,
+                                                CInterrupt const * interrupt)
+{
+    return std::make_unique<CCaptureFile>(path, firstRead, interrupt);
 }
 
 } // namespace ketmon

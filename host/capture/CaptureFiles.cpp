@@ -1,6 +1,5 @@
 #include "host/capture/CaptureFiles.h"
 
-#include "host/capture/CaptureFile.h"
 #include "host/support/ByteSource.h"
 #include "host/support/Failure.h"
 
@@ -44,7 +43,7 @@ bool canBeOpenedAgain(std::string const & path)
 
 } // namespace
 
-CCaptureFiles::CCaptureFiles(std::vector<std::string> const & paths)
+CCaptureFiles::CCaptureFiles(std::vector<std::string> const & paths, FirstRead ofPipes)
 {
     if (std::count(paths.begin(), paths.end(), standardInput) > 1)
         throw CFailure(exitBadInput, "-: the standard input can be read only once");
@@ -52,9 +51,14 @@ CCaptureFiles::CCaptureFiles(std::vector<std::string> const & paths)
     for (std::string const & path : paths) {
         m_files.push_back(std::make_unique<CFile>(CFile{path, m_files.size(), nullptr, {}}));
         CFile & file = *m_files.back();
-        if (!open(file))
+        FirstRead const firstRead = canBeOpenedAgain(path) ? FirstRead::toOpen : ofPipes;
+        if (!open(file, firstRead))
             continue;
         some = true;
+        if (firstRead == FirstRead::byNext) {
+            m_unread.push_back(&file);
+            continue;
+        }
         m_size += file.source->size();
         advance(file);
         // What was seen behind its first frame is seen again when its time has come.
@@ -71,7 +75,9 @@ bool CCaptureFiles::next(CCapturedFrame & frame)
 {
     if (m_given)
         advance(*std::exchange(m_given, nullptr));
-    while (!m_waiting.empty()) {
+    for (CFile * const file : std::exchange(m_unread, {}))
+        advance(*file);
+    while (!m_waiting.empty() && !m_interrupt.raised()) {
         std::pop_heap(m_waiting.begin(), m_waiting.end(), CFile::isLater);
         CFile & file = *m_waiting.back();
         m_waiting.pop_back();
@@ -80,7 +86,7 @@ bool CCaptureFiles::next(CCapturedFrame & frame)
             frame = file.frame;
             return true;
         }
-        if (open(file))
+        if (open(file, FirstRead::toOpen))
             advance(file);
     }
     return false;
@@ -103,10 +109,10 @@ CSourceFaults CCaptureFiles::faults() const
     return all;
 }
 
-bool CCaptureFiles::open(CFile & file)
+bool CCaptureFiles::open(CFile & file, FirstRead firstRead)
 {
     try {
-        file.source = openCaptureFile(file.path);
+        file.source = openCaptureFile(file.path, firstRead, &m_interrupt);
         return true;
     } catch (CFailure const & failure) {
         m_faults.damage.emplace_back(failure.what());

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "host/capture/CaptureFile.h"
 #include "host/capture/CaptureSource.h"
+#include "host/support/Interrupt.h"
 
 #include <memory>
 #include <string>
@@ -16,15 +18,20 @@ namespace ketmon {
 //    read on. `next` throws for none.
 // 3. Of several files only those are held open whose time has come, so there may be any number of them. A pipe
 //    is open from the start.
+// 4. `stop` ends it wherever it is, also while it waits for a pipe.
 class CCaptureFiles : public CCaptureSource
 {
 public:
     // "-" stands for the standard input. Throws CFailure, exit code 2, where there is nothing to read: for a
     // file alone that can't be opened, several of which none can, and the standard input named twice.
-    explicit CCaptureFiles(std::vector<std::string> const & paths);
+    //
+    // With FirstRead::byNext pipes are opened, and read when the first frame is asked for: an agent serves
+    // meanwhile. What is wrong with one is then told by `faults`.
+    explicit CCaptureFiles(std::vector<std::string> const & paths, FirstRead ofPipes = FirstRead::toOpen);
     ~CCaptureFiles() override;
 
     bool next(CCapturedFrame & frame) override;
+    void stop() override { m_interrupt.raise(); }
     std::uint64_t position() const override;
     std::uint64_t size() const override { return m_size; }
     CSourceFaults faults() const override;
@@ -32,11 +39,13 @@ public:
 private:
     struct CFile;
 
-    bool open(CFile & file);
+    bool open(CFile & file, FirstRead firstRead);
     void advance(CFile & file);
     void close(CFile & file);
 
+    CInterrupt m_interrupt; // of the sources below
     std::vector<std::unique_ptr<CFile>> m_files;
+    std::vector<CFile *> m_unread;  // pipes that are read when the first frame is asked for
     std::vector<CFile *> m_waiting; // a heap, at its front the one whose frame comes next
     CFile * m_given = nullptr;      // the one whose frame was given last
     CSourceFaults m_faults;         // of what is closed

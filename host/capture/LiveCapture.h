@@ -2,12 +2,14 @@
 
 #include "host/capture/CaptureCounters.h"
 #include "host/capture/CaptureSource.h"
+#include "host/capture/SnapLength.h"
 
 #include "ketstats/capture/Requester.h"
 
 #include <bitset>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace ketmon {
@@ -23,10 +25,29 @@ struct CInput
     std::function<CCaptureCounters()> counters = [] { return CCaptureCounters(); };
 };
 
-// The frames that pass a network interface and that `filter` lets through, all if it is empty. `linkSpeed` in
-// bits per second stands in for the interface's own if it isn't 0. Throws CFailure: exit code 1 for an
-// interface that isn't there, can't be captured on or isn't Ethernet, 2 for a filter that is none, and 2 on a
-// system on which ketmon can't capture.
-CInput openLiveCapture(std::string const & interface, std::string const & filter, long linkSpeed);
+// How an interface is captured on.
+struct CLiveOptions
+{
+    std::string interface;
+    std::string filter;                      // empty for all frames
+    long linkSpeed = 0;                      // bits per second; stands in for the interface's own unless 0
+    int bufferBytes = 16 << 20;              // for frames that the program hasn't fetched yet
+    unsigned int snapLength = headersLength; // bytes that are kept of a frame; 0 for all
+    bool promiscuous = true;
+    bool wait = false; // for an interface that isn't there or is down
+    // Called about once a second while it waits.
+    std::function<void()> waiting = [] {};
+};
+
+// Opens the capture of the frames that pass a network interface. A line on stderr tells of waiting, and of
+// offloading that makes frames look larger than they are on the wire. Nothing if SIGINT or SIGTERM came while it
+// waited, which are its own then: so it must be called before there are other threads.
+//
+// Throws CFailure: exit code 1 for an interface that isn't there, can't be captured on or isn't Ethernet, 2 for
+// a filter that is none, and 2 on a system on which ketmon can't capture.
+//
+// The source follows the interface when it goes down and comes up again, or gets another name. Its `next`
+// throws CInterfaceGone when it is removed.
+std::optional<CInput> openLiveCapture(CLiveOptions const & options);
 
 } // namespace ketmon

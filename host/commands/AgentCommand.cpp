@@ -3,6 +3,7 @@
 #include "host/agent/CaptureThread.h"
 #include "host/capture/CaptureFiles.h"
 #include "host/capture/LiveCapture.h"
+#include "host/commands/LiveOptions.h"
 #include "host/live/EndLine.h"
 #include "host/live/FileCount.h"
 #include "host/support/ByteSource.h"
@@ -35,13 +36,19 @@ std::chrono::milliseconds milliseconds(double seconds)
     return std::chrono::milliseconds(static_cast<long long>(seconds * 1000.0));
 }
 
-CInput inputOf(CAgentOptions const & options)
+// Nothing if a signal came while an interface was waited for.
+std::optional<CInput> inputOf(CAgentOptions const & options)
 {
-    if (!options.interface.empty())
-        return openLiveCapture(options.interface, options.filter, options.analysis.linkSpeed);
+    if (!options.interface.empty()) {
+        CLiveOptions live = options.live;
+        live.interface = options.interface;
+        live.filter = options.filter;
+        live.linkSpeed = options.analysis.linkSpeed;
+        return openLiveCapture(live);
+    }
     CInput input;
     input.hook = std::make_unique<CFileHook>(options.analysis.linkSpeed);
-    input.source = std::make_unique<CCaptureFiles>(options.files);
+    input.source = std::make_unique<CCaptureFiles>(options.files, FirstRead::byNext);
     return input;
 }
 
@@ -64,6 +71,17 @@ CServed servedBy(CAgentOptions const & options, CInput const & input)
     served.errors = input.errors;
     served.counters = input.counters;
     return served;
+}
+
+std::string isMode(std::string const & text)
+{
+    bool const good = text.size() == 3 && text.find_first_not_of("01234567") == text.npos;
+    return good ? "" : fmt::format("'{}' isn't three octal digits such as 660", text);
+}
+
+LogLevel levelOf(CAgentOptions const & options)
+{
+    return options.quiet ? LogLevel::warning : options.verbose ? LogLevel::debug : LogLevel::info;
 }
 
 std::optional<CDrops> dropsOf(CInput const & input)
@@ -115,7 +133,8 @@ void addAgentCommand(CLI::App & app)
     CLI::App * const command =
         app.add_subcommand("agent", "Count frames and serve the statistics to consoles over TCP");
     command->footer("The address that it listens on is printed as the first line. Whoever reaches that\n"
-                    "address can read the statistics; there is no password and no encryption.");
+                    "address can read the statistics; there is no password and no encryption.\n"
+                    "SIGINT and SIGTERM end it in good order, a second one at once; SIGHUP does nothing.");
     CLI::Option * const file = command->add_option(
         "-r,--read", options->files, "Replay a capture file, - for the standard input; may be given again");
     file->allow_extra_args(false)->type_name("FILE");
@@ -142,9 +161,30 @@ void addAgentCommand(CLI::App & app)
                      "Count only what passes this filter of libpcap's, such as 'not port 22'")
         ->needs(interface)
         ->type_name("EXPRESSION");
-    command->add_option("--listen", options->listen, "Where consoles connect; port 0 picks a free one")
+    addLiveOptions(*command, *interface, options->live);
+    command
+        ->add_option(
+            "--listen", options->listen,
+            "Where consoles connect; port 0 picks a free one, unix:PATH is a socket in the file system")
         ->capture_default_str()
         ->type_name("ADDRESS:PORT");
+    command
+        ->add_option(
+            "--socket-mode", options->socketMode,
+            "Permissions of a socket in the file system, which say who may connect, as three octal digits")
+        ->check(CLI::Validator(isMode, "", "mode"))
+        ->capture_default_str()
+        ->type_name("MODE");
+    command->add_flag(
+        "--plain", options->server.listen.plain,
+        "Listen on an address that other machines reach, though whoever reaches it can read the "
+        "statistics, without a password or encryption");
+    command
+        ->add_option("--most-consoles", options->server.mostConsoles,
+                     "Serve no more consoles than that, and from one address of another machine half of them")
+        ->check(notEmpty())
+        ->capture_default_str()
+        ->type_name("N");
     command->add_option("--interval", options->interval, "Time between two samples")
         ->check(between(0.001, 86400))
         ->capture_default_str()
@@ -181,7 +221,9 @@ void addAgentCommand(CLI::App & app)
         ->type_name("COUNT");
     addRightsOptions(*command, options->rights);
     addAnalysisOptions(*command, options->analysis);
-    command->add_flag("-q,--quiet", options->server.quiet, "No lines about consoles that come and go");
+    command->add_flag("-q,--quiet", options->quiet,
+                      "Only warnings and errors, no lines about consoles that come and go");
+    command->add_flag("-v,--verbose", options->verbose, "More lines than usual, for who looks for an error");
     command->callback([options] { runAgent(*options); });
 }
 
@@ -192,30 +234,39 @@ void runAgent(CAgentOptions const & options)
                        "agent: what to count is missing: -r FILE or -i INTERFACE (see ketmon agent --help)");
 
     CServerOptions serverOptions = options.server;
-    serverOptions.listen = CEndpoint::parsed(options.listen);
+    serverOptions.listen.where = CEndpoint::parsed(options.listen);
+    serverOptions.listen.permissions = static_cast<unsigned int>(std::stoul(options.socketMode, nullptr, 8));
     serverOptions.interval = milliseconds(options.interval);
     serverOptions.linger = milliseconds(options.linger);
 
-    CInput const input = inputOf(options);
+    std::optional<CInput> const opened = inputOf(options);
+    if (!opened)
+        return;
+    CInput const & input = *opened;
     CServed const served = servedBy(options, input);
     CKetrinStatManager manager(tableLimits(options.analysis.rows));
     configure(manager, options.analysis);
     manager.beginAnalyzing(input.hook.get());
 
-    double const pace = options.files.empty() ? 0.0 : options.pace;
-    CCaptureThread capture(manager, *input.source, {pace, options.longestGap, options.count});
+    CLog log(levelOf(options));
+    std::optional<CCaptureThread> capture;
     CAgentServer server(
-        manager, serverOptions, served,
-        [&] { capture.start([&server](CEnd const & end) { server.captureEnded(end); }); },
-        [&] { capture.stop(); });
+        manager, serverOptions, served, log,
+        [&] { capture->start([&server](CEnd const & end) { server.captureEnded(end); }); },
+        [&] { capture->stop(); });
+    if (!server.isNear())
+        log.warn(fmt::format("whoever reaches {} can read the statistics", server.endpoint().toString()));
+    // It calls the server, so it is stopped before that is gone, whatever happens.
+    double const pace = options.files.empty() ? 0.0 : options.pace;
+    capture.emplace(manager, *input.source, CFeedOptions{pace, options.longestGap, options.count});
     std::string const rights = dropRights(options.rights, needsOf(options));
     writeOutput(fmt::format("listening on {}\n", server.endpoint().toString()));
-    if (!rights.empty() && !options.server.quiet)
-        tell(rights);
+    if (!rights.empty())
+        log.inform(rights);
     server.run();
-    CCaptureSummary const & summary = capture.join();
+    CCaptureSummary const & summary = capture->join();
     manager.endAnalyzing();
-    tellEnd(summary, manager.getAgentStatistic().ledgers(), dropsOf(input), options.server.quiet);
+    tellEnd(summary, manager.getAgentStatistic().ledgers(), dropsOf(input), options.quiet);
 }
 
 } // namespace ketmon

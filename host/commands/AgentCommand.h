@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/agent/AgentServer.h"
+#include "host/capture/LiveCapture.h"
 #include "host/live/AnalysisOptions.h"
 #include "host/support/Rights.h"
 
@@ -17,7 +18,9 @@ struct CAgentOptions
     std::vector<std::string> files; // one of these two
     std::string interface;
     std::string filter;
+    CLiveOptions live; // without these two
     std::string listen = usualEndpoint;
+    std::string socketMode = "660"; // octal
     std::string name;
     std::string identity;
     double pace = 1.0;
@@ -25,6 +28,8 @@ struct CAgentOptions
     double interval = 1.0;
     double linger = 0.0;
     unsigned long long count = 0;
+    bool quiet = false;
+    bool verbose = false;
     CServerOptions server;
     CAnalysisOptions analysis;
     CRightsOptions rights;

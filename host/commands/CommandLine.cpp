@@ -4,6 +4,7 @@
 #include "host/commands/BenchCommand.h"
 #include "host/commands/ConsoleCommand.h"
 #include "host/commands/FilterCommand.h"
+#include "host/commands/InterfacesCommand.h"
 #include "host/commands/ReadCommand.h"
 #include "host/commands/SchemaCommand.h"
 #include "host/commands/ShowCommand.h"
@@ -26,6 +27,10 @@ bool hasCommand(CLI::App const & app, std::string const & name)
                        [&](CLI::App const * command) { return command->get_name() == name; });
 }
 
+// Thrown where the list was asked for without a command.
+struct CListInterfaces
+{};
+
 int runCommands(int argc, char const * const * argv)
 {
     CLI::App app("Network statistics of captured Ethernet frames", "ketmon");
@@ -33,7 +38,9 @@ int runCommands(int argc, char const * const * argv)
     app.require_subcommand(1);
     app.allow_windows_style_options(false); // paths start with a slash there too
     app.footer("'ketmon COMMAND --help' tells the options of a command.\n"
-               "Exit: 0 success, 1 failure while running, 2 bad usage or unreadable input.");
+               "Exit: 0 success, 1 failure while running, 2 bad usage or unreadable input, 3 the interface "
+               "that was\n"
+               "captured on is gone.");
     addReadCommand(app);
     addShowCommand(app);
     addFilterCommand(app);
@@ -41,9 +48,17 @@ int runCommands(int argc, char const * const * argv)
     addConsoleCommand(app);
     addBenchCommand(app);
     addSchemaCommand(app);
+    addInterfacesCommand(app);
+    // As people know it from other programs that capture. Nothing that stands behind it matters.
+    app.add_flag_callback(
+        "-D,--list-interfaces", [] { throw CListInterfaces(); },
+        "The same as the command interfaces, and exit");
 
     try {
         app.parse(argc, argv);
+        return exitSuccess;
+    } catch (CListInterfaces const &) {
+        printInterfaces(false);
         return exitSuccess;
     } catch (CLI::CallForHelp const &) {
         // The help of the command that it was asked for.

@@ -14,10 +14,18 @@ void addConsoleCommand(CLI::App & app)
     command->footer(
         "Counts start at the moment of connecting; ARP connections are those that the agent has\n"
         "seen since it began. With --tree, IP subprotocols and IP ports, also those of stations,\n"
-        "show what it has counted altogether. It exits with 1 if the agent failed.");
-    command->add_option("AGENT", options->agent, "Where the agent listens")
+        "show what it has counted altogether. A connection that is lost is made anew, which takes\n"
+        "1 s at first and up to 30 s later; then counts start again. It exits with 1 if the agent failed.");
+    command
+        ->add_option("AGENT", options->agent,
+                     "Where the agent listens; unix:PATH for a socket in the file system")
         ->capture_default_str()
         ->type_name("ADDRESS:PORT");
+    command->add_flag(
+        "--plain", options->plain,
+        "Connect to another machine, too, though nothing protects what the agent says on its way");
+    command->add_flag("--no-reconnect", options->noReconnect,
+                      "End with exit code 1 where the connection is lost, instead of making it anew");
     command->add_option("--count", options->count, "End after so many samples")
         ->check(notEmpty())
         ->type_name("N");

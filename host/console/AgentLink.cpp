@@ -26,11 +26,7 @@ CAgentLink::~CAgentLink() = default;
 
 void CAgentLink::start()
 {
-    m_deadline.expires_after(timeToGreet);
-    m_deadline.async_wait([self = std::static_pointer_cast<CAgentLink>(shared_from_this())](auto error) {
-        if (!error && !self->closed() && self->m_stage == greeting)
-            self->fail("the agent doesn't answer");
-    });
+    expect(greeting);
     CHello hello;
     hello.fingerprint = schemaFingerprint();
     hello.selection = m_selection;
@@ -38,11 +34,26 @@ void CAgentLink::start()
     startReading();
 }
 
+// The next stage, in time; a first sample that is on its way has more of it.
+void CAgentLink::expect(Stage stage)
+{
+    m_deadline.expires_after(timeToGreet);
+    m_deadline.async_wait(
+        [self = std::static_pointer_cast<CAgentLink>(shared_from_this()), stage](auto error) {
+            if (error || self->closed() || self->m_stage != stage)
+                return;
+            if (stage == welcomed && self->receiving())
+                self->expect(stage);
+            else
+                self->fail("the agent doesn't answer", true);
+        });
+}
+
 void CAgentLink::received(CMessage const & message)
 {
     switch (message.type) {
     case MessageType::refusal:
-        fail("refused: " + shownText(message.body));
+        fail("refused: " + shownText(message.body), true);
         return;
     case MessageType::heartbeat:
         if (m_stage != greeting)
@@ -58,6 +69,7 @@ void CAgentLink::received(CMessage const & message)
         if (m_stage == greeting || (m_stage == welcomed && message.type == MessageType::delta))
             break;
         m_stage = following;
+        m_deadline.cancel();
         m_events.sampled(message);
         return;
     case MessageType::end:
@@ -79,8 +91,8 @@ void CAgentLink::received(CMessage const & message)
 void CAgentLink::welcome(CMessage const & message)
 {
     CWelcome const welcome = CWelcome::parsed(message.body, schemaFingerprint());
-    m_deadline.cancel();
     m_stage = welcomed;
+    expect(welcomed);
     allow(largestToConsole);
     keepAlive(std::chrono::milliseconds(welcome.heartbeat));
     m_events.welcomed(welcome);
@@ -88,18 +100,18 @@ void CAgentLink::welcome(CMessage const & message)
 
 void CAgentLink::misunderstood(std::string const & why)
 {
-    fail(why);
+    fail(why, m_stage != greeting);
 }
 
 void CAgentLink::lost(bool hungUp, std::string const & why)
 {
-    m_events.failed(hungUp ? "the agent closed the connection" : why);
+    m_events.failed(hungUp ? "the agent closed the connection" : why, true);
 }
 
-void CAgentLink::fail(std::string const & why)
+void CAgentLink::fail(std::string const & why, bool again)
 {
     close();
-    m_events.failed(why);
+    m_events.failed(why, again);
 }
 
 void CAgentLink::wasClosed()

@@ -18,7 +18,8 @@ struct CAgentEvents
     std::function<void(CWelcome const & welcome)> welcomed;
     std::function<void(CMessage const & message)> sampled; // full or delta; may throw CProtocolError
     std::function<void(CEnd const & end)> ended;
-    std::function<void(std::string const & why)> failed;
+    // `again` says whether it may go better another time: it doesn't with an agent of another version.
+    std::function<void(std::string const & why, bool again)> failed;
 };
 
 // The console's end of a connection.
@@ -28,6 +29,8 @@ struct CAgentEvents
 //        |                       |              full,+-+  |               |
 //        |                       |              delta     |               |
 //        +---refusal, too late---+------nonsense, lost----+---------------+
+//
+// An agent that is silent for three heartbeats is lost, too.
 class CAgentLink : public CMessageStream
 {
 public:
@@ -51,11 +54,12 @@ private:
     void wasClosed() override;
 
     void welcome(CMessage const & message);
-    void fail(std::string const & why);
+    void expect(Stage stage);
+    void fail(std::string const & why, bool again);
 
     CAgentEvents m_events;
     std::vector<std::string> m_selection;
-    asio::steady_timer m_deadline; // of the greeting
+    asio::steady_timer m_deadline; // of the greeting, and of the first sample
     Stage m_stage = greeting;
 };
 

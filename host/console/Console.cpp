@@ -5,32 +5,38 @@
 #include "host/live/ReceivedTree.h"
 #include "host/render/TableChoice.h"
 #include "host/support/Failure.h"
+#include "host/wire/NameLookup.h"
 #include "host/wire/SnapshotBytes.h"
 
 #include <boost/asio/connect.hpp>
 #include <boost/asio/io_context.hpp>
-#include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/signal_set.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <csignal>
 #include <exception>
 #include <optional>
+#include <random>
 
 namespace ketmon {
 
-using asio::ip::tcp;
-
 namespace {
 
+using std::chrono::milliseconds;
+
 constexpr std::chrono::seconds timeToConnect(10);
+constexpr milliseconds firstWait(1000);
+constexpr milliseconds longestWait(30000);
 
 // From the name of an agent to its end, on the thread that calls `run`.
 //
 //     resolving ---> connecting ---> linked ---enough samples, end, signal---> done
-//         |              |             |                                         ^
-//         +--------------+-------------+------------failure, which run() throws--+
+//       ^ |              |             |                                        ^
+//       | +--------------+-------------+----failure, which run() throws---------+
+//       |                |             |
+//       +----time is up--+---waiting <-+    once samples came
 class CConsole
 {
 public:
@@ -49,12 +55,7 @@ public:
             if (!error)
                 m_io.stop();
         });
-        m_deadline.expires_after(timeToConnect);
-        m_deadline.async_wait([this](auto error) {
-            if (!error && !m_link)
-                fail("the agent doesn't answer");
-        });
-        resolve();
+        connect();
         m_io.run();
         if (m_link)
             m_link->close();
@@ -63,22 +64,38 @@ public:
     }
 
 private:
-    void resolve()
+    void connect()
     {
-        m_resolver.async_resolve(m_endpoint.address, std::to_string(m_endpoint.port),
-                                 tcp::resolver::numeric_service, [this](auto error, auto const & addresses) {
-                                     if (error)
-                                         fail(error.message());
-                                     else
-                                         connect(addresses);
-                                 });
+        m_link.reset();
+        m_timer.expires_after(timeToConnect);
+        m_timer.async_wait([this](auto error) {
+            if (!error && !m_link)
+                fail("the agent doesn't answer", true);
+        });
+        m_lookup.find(m_endpoint, [this](auto error, auto const & endpoints) {
+            if (error)
+                fail(error.message(), true);
+            else
+                connectTo(endpoints);
+        });
     }
 
-    void connect(tcp::resolver::results_type const & addresses)
+    void connectTo(std::vector<CStreamEndpoint> const & endpoints)
     {
-        asio::async_connect(m_socket, addresses, [this](auto error, auto const &) {
+        for (CStreamEndpoint const & endpoint : endpoints)
+            if (!m_options.plain && !isNear(endpoint)) {
+                fail("it is on another machine, and nothing protects what it says on its way; say --plain if "
+                     "that is "
+                     "meant",
+                     false, exitBadInput);
+                return;
+            }
+        m_socket = CStreamSocket(m_io);
+        asio::async_connect(m_socket, endpoints, [this](auto error, auto const &) {
+            if (error == asio::error::operation_aborted)
+                return;
             if (error)
-                fail(error.message());
+                fail(error.message(), true);
             else
                 begin();
         });
@@ -86,18 +103,19 @@ private:
 
     void begin()
     {
-        m_deadline.cancel();
+        m_timer.cancel();
+        tune(m_socket);
         std::vector<std::string> selection;
         for (KetStats::COid const & oid : m_selection.oids())
             selection.push_back(oid.toString());
         m_link = std::make_shared<CAgentLink>(
-            CMessageStream::CSocket(std::move(m_socket)), selection,
+            std::move(m_socket), selection,
             CAgentEvents{[this](CWelcome const & welcome) {
                              m_tree.emplace(welcome, m_selection, m_endpoint.toString());
                          },
                          [this](CMessage const & message) { sampled(message); },
                          [this](CEnd const & end) { ended(end); },
-                         [this](std::string const & why) { fail(why); }});
+                         [this](std::string const & why, bool again) { fail(why, again); }});
         m_link->start();
     }
 
@@ -108,34 +126,64 @@ private:
         } catch (CDamagedSnapshot const & damage) {
             throw CProtocolError(fmt::format("a damaged snapshot: {}", damage.what()));
         }
-        show(nullptr);
+        m_wait = firstWait;
+        CSampleHead const & head = m_tree->head();
+        std::optional<CGap> gap;
+        if (m_lastMoment && head.sequence == 1)
+            gap = CGap{*m_lastMoment, head.zero};
+        m_lastMoment = head.moment;
+        show(nullptr, gap);
         if (++m_samples == m_options.count)
             m_io.stop();
     }
 
     void ended(CEnd const & end)
     {
-        show(&end);
+        show(&end, {});
         if (end.reason == EndReason::failed)
-            fail("the agent failed: " + shownText(end.text));
+            fail("the agent failed: " + shownText(end.text), false);
         else if (end.reason == EndReason::interfaceGone)
-            fail("the agent lost its interface: " + shownText(end.text));
+            fail("the agent lost its interface: " + shownText(end.text), false);
         m_io.stop();
     }
 
-    void show(CEnd const * end)
+    void show(CEnd const * end, std::optional<CGap> const & gap)
     {
         try {
-            m_view.show(*m_tree, end);
+            m_view.show(*m_tree, end, gap);
         } catch (...) {
             stopWith(std::current_exception());
         }
     }
 
-    void fail(std::string const & why)
+    void fail(std::string const & why, bool again, ExitCode exitCode = exitFailure)
     {
-        stopWith(std::make_exception_ptr(
-            CFailure(exitFailure, fmt::format("{}: {}", m_endpoint.toString(), why))));
+        std::string const what = fmt::format("{}: {}", m_endpoint.toString(), why);
+        if (again && !m_options.noReconnect && m_lastMoment && !m_failure)
+            waitAndConnect(what);
+        else
+            stopWith(std::make_exception_ptr(CFailure(exitCode, what)));
+    }
+
+    void waitAndConnect(std::string const & why)
+    {
+        CErrorCode ignored;
+        m_socket.close(ignored);
+        // Not all at once, when an agent comes back that many wait for.
+        std::uniform_real_distribution<double> around(0.75, 1.25);
+        auto const wait = std::chrono::duration_cast<milliseconds>(m_wait * around(m_random));
+        m_wait = std::min(2 * m_wait, longestWait);
+        try {
+            m_view.lost(*m_tree, why, wait);
+        } catch (...) {
+            stopWith(std::current_exception());
+            return;
+        }
+        m_timer.expires_after(wait);
+        m_timer.async_wait([this](auto error) {
+            if (!error)
+                connect();
+        });
     }
 
     // The first failure is what matters.
@@ -151,13 +199,16 @@ private:
     CEndpoint m_endpoint;
     CSelection m_selection;
     CConsoleView m_view;
-    tcp::resolver m_resolver{m_io};
-    tcp::socket m_socket{m_io};
+    CNameLookup m_lookup{m_io};
+    CStreamSocket m_socket{m_io};
     asio::signal_set m_signals{m_io};
-    asio::steady_timer m_deadline{m_io}; // of the connection
+    asio::steady_timer m_timer{m_io}; // of a connection that is being made, or waited for
     std::shared_ptr<CAgentLink> m_link;
-    std::optional<CReceivedTree> m_tree; // once welcomed
+    std::optional<CReceivedTree> m_tree;   // once welcomed
+    std::optional<long long> m_lastMoment; // of the last sample, in ticks
     unsigned long long m_samples = 0;
+    milliseconds m_wait = firstWait;
+    std::minstd_rand m_random{std::random_device()()};
     std::exception_ptr m_failure;
 };
 

@@ -54,10 +54,18 @@ char const * textOf(EndReason reason)
     return "failed";
 }
 
-ordered_json document(CReportOptions const & options, CReceivedTree const & received, CEnd const * end)
+ordered_json gapJson(CGap const & gap)
+{
+    return {{"from", timeOf(gap.from)}, {"to", timeOf(gap.to)}};
+}
+
+ordered_json document(CReportOptions const & options, CReceivedTree const & received, CEnd const * end,
+                      std::optional<CGap> const & gap)
 {
     ordered_json result;
     if (options.tree) {
+        if (gap)
+            result["gap"] = gapJson(*gap);
         result["frames"] = received.tree().globalStatistics.transmittedFrames.get();
         if (end)
             result["ended"] = end->frames;
@@ -65,6 +73,8 @@ ordered_json document(CReportOptions const & options, CReceivedTree const & rece
         return result;
     }
     result = figuresJson(received.figures(), options);
+    if (gap)
+        result["gap"] = gapJson(*gap);
     if (end) {
         result["end"] = {{"reason", nameOf(end->reason)}, {"frames", end->frames}};
         if (!end->text.empty())
@@ -108,24 +118,47 @@ CConsoleView::CConsoleView(CReportOptions const & options)
       m_terminal(isTerminal(stdout))
 {}
 
-void CConsoleView::show(CReceivedTree const & received, CEnd const * end) const
+std::string CConsoleView::text(CReceivedTree const & received, std::string const & state) const
 {
-    if (m_options.json) {
-        writeOutput(lineText(document(m_options, received, end)));
-        return;
-    }
-    std::string whole = stateText(received, end) + "\n";
+    std::string whole = state + "\n";
     // The tree is shown as it came, and what has no zero point in it is marked.
     if (m_options.tree)
         whole += fmt::format("IP subprotocols, IP ports and ARP connections count since {}\n",
                              timeOf(received.welcome().epoch));
-    whole += output(m_options, received.figures(), received.tree(),
-                    received.tree().globalStatistics.transmittedFrames.get());
+    return whole + output(m_options, received.figures(), received.tree(),
+                          received.tree().globalStatistics.transmittedFrames.get());
+}
+
+void CConsoleView::show(CReceivedTree const & received, CEnd const * end,
+                        std::optional<CGap> const & gap) const
+{
+    if (m_options.json) {
+        writeOutput(lineText(document(m_options, received, end, gap)));
+        return;
+    }
+    std::string state;
+    if (gap)
+        state = fmt::format("The agent was out of reach from {} to {}, and counts begin anew.\n",
+                            timeOf(gap->from), timeOf(gap->to));
+    state += stateText(received, end);
+    std::string const whole = text(received, state);
     // The last state stays on the screen as a whole.
     if (m_terminal)
         writeOutput(end ? "\033[H\033[J" + whole : drawn(whole));
     else
         writeOutput(whole);
+}
+
+void CConsoleView::lost(CReceivedTree const & received, std::string const & why,
+                        std::chrono::milliseconds wait) const
+{
+    std::string const line =
+        fmt::format("{}; trying again in {:.1f} s", why, std::chrono::duration<double>(wait).count());
+    if (m_options.json || !m_terminal || received.empty())
+        tell(line);
+    else
+        writeOutput(drawn(text(received, fmt::format("OUT OF REACH, as of {}: {}",
+                                                     timeOf(received.head().moment), escaped(line)))));
 }
 
 } // namespace ketmon

@@ -7,6 +7,8 @@
 
 namespace ketmon {
 
+class CInterrupt;
+
 // Bytes from somewhere, read once from the first to the last: a file, a pipe, what is unpacked from another.
 class CByteSource
 {
@@ -29,8 +31,9 @@ public:
 // What stands for the standard input among files; a file of that name is "./-".
 inline constexpr char standardInput[] = "-";
 
-// Opens a file, a pipe or a device, or the standard input. Throws CFailure, exit code 2, for a directory and
-// for what can't be opened.
-std::unique_ptr<CByteSource> openByteSource(std::string const & path);
+// Opens a file, a pipe or a device, or the standard input, and waits for none. Once `interrupt`, which must
+// outlive the source, is raised, `read` yields 0, also where it waits; null if nobody interrupts. Throws
+// CFailure, exit code 2, for a directory and for what can't be opened.
+std::unique_ptr<CByteSource> openByteSource(std::string const & path, CInterrupt const * interrupt = nullptr);
 
 } // namespace ketmon

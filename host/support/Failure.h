@@ -10,6 +10,7 @@ enum ExitCode : int
     exitSuccess = 0,
     exitFailure = 1,  // something went wrong while running
     exitBadInput = 2, // bad usage or unreadable input
+    exitInterfaceGone = 3,
 };
 
 // Ends the program with one line on stderr.
@@ -31,7 +32,7 @@ private:
 class CInterfaceGone : public CFailure
 {
 public:
-    explicit CInterfaceGone(std::string const & message) : CFailure(exitFailure, message) {}
+    explicit CInterfaceGone(std::string const & message) : CFailure(exitInterfaceGone, message) {}
 };
 
 } // namespace ketmon

@@ -5,6 +5,7 @@
 
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -12,6 +13,10 @@
 namespace ketmon {
 
 namespace {
+
+constexpr std::size_t longestPiece = 4096;
+// For whoever reads what a program has to say; one that reads no more mustn't hold it up for ever.
+constexpr std::chrono::milliseconds patience(2000);
 
 [[noreturn]] void fail()
 {
@@ -37,8 +42,10 @@ void flushOutput()
 void tell(std::string_view line) noexcept
 {
     try {
-        // In one piece, so that lines of several threads or programs don't mix.
-        std::fputs(fmt::format("ketmon: {}\n", escaped(line)).c_str(), stderr);
+        std::string const text = fmt::format("ketmon: {}\n", escaped(line));
+        std::string_view rest = text;
+        while (!rest.empty() && writeErrors(rest.substr(0, longestPiece), patience))
+            rest.remove_prefix(std::min(rest.size(), longestPiece));
     } catch (...) {
         // There is nobody left to be told.
     }

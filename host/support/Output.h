@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <string_view>
 
 namespace ketmon {
@@ -12,8 +13,16 @@ void writeOutput(std::string_view text);
 void flushOutput();
 
 // Writes a line to the standard error output, behind the name of the program and with escapes for what a
-// terminal would obey; what can't be written is lost.
+// terminal would obey; what can't be written, or not soon, is lost.
 void tell(std::string_view line) noexcept;
+
+// Writes text of at most 4096 bytes to the standard error output in one piece, so that lines of several threads or
+// programs don't mix. False if that can't be had within `patience`, as when a pipe is full that nobody reads, or
+// if it fails; then part of it may be written, to an output that is no pipe.
+bool writeErrors(std::string_view text, std::chrono::milliseconds patience) noexcept;
+
+// Whether the system's log takes the standard error output, line by line and with times of its own.
+bool errorsGoToTheSystemsLog();
 
 // Sees that no file which is opened later takes the place of a standard stream that is closed: what is meant
 // for the stream would go into it. Called before anything is opened. Reading from such a stream, and writing to

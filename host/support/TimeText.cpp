@@ -2,16 +2,22 @@
 
 #include <fmt/core.h>
 
-#include <chrono>
 #include <ratio>
 
 namespace ketmon {
 
+using namespace std::chrono;
+
+namespace {
+
+using CTicks = duration<long long, std::ratio<1, 10000000>>;
+constexpr sys_days start = year(1601) / January / 1;
+constexpr std::size_t lengthWithMilliseconds = 23;
+
+} // namespace
+
 std::optional<std::string> timeText(long long ticks)
 {
-    using namespace std::chrono;
-    using CTicks = duration<long long, std::ratio<1, 10000000>>;
-    sys_days const start = year(1601) / January / 1;
 
     // Days are added as such: in ticks the sum could go beyond what these hold.
     CTicks const since(ticks);
@@ -23,6 +29,14 @@ std::optional<std::string> timeText(long long ticks)
     return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}.{:07}Z", int(date.year()), unsigned(date.month()),
                        unsigned(date.day()), time.hours().count(), time.minutes().count(),
                        time.seconds().count(), time.subseconds().count());
+}
+
+std::string timeText(system_clock::time_point moment)
+{
+    // From 1970 on: in nanoseconds the years from 1601 are too many.
+    CTicks const since = duration_cast<CTicks>(moment.time_since_epoch()) - start.time_since_epoch();
+    std::optional<std::string> const text = timeText(since.count());
+    return text ? text->substr(0, lengthWithMilliseconds) + "Z" : "";
 }
 
 } // namespace ketmon

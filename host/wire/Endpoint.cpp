@@ -5,13 +5,23 @@
 #include <fmt/core.h>
 
 #include <charconv>
+#include <string_view>
 
 namespace ketmon {
 
+namespace {
+
+constexpr std::string_view localPrefix = "unix:";
+
+} // namespace
+
 CEndpoint CEndpoint::parsed(std::string const & text)
 {
-    CFailure const failure(exitBadInput,
-                           fmt::format("'{}' is no ADDRESS:PORT such as {}", text, usualEndpoint));
+    CFailure const failure(
+        exitBadInput,
+        fmt::format("'{}' is neither an ADDRESS:PORT such as {} nor unix:PATH", text, usualEndpoint));
+    if (text.starts_with(localPrefix) && text.size() > localPrefix.size())
+        return {text.substr(localPrefix.size()), 0, true};
     CEndpoint endpoint{text, usualPort};
     std::size_t portAt = text.rfind(':');
     if (!text.empty() && text.front() == '[') {
@@ -38,6 +48,8 @@ CEndpoint CEndpoint::parsed(std::string const & text)
 
 std::string CEndpoint::toString() const
 {
+    if (local)
+        return std::string(localPrefix) + address;
     return address.find(':') == address.npos ? fmt::format("{}:{}", address, port)
                                              : fmt::format("[{}]:{}", address, port);
 }

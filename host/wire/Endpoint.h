@@ -5,11 +5,13 @@
 
 namespace ketmon {
 
-// Where an agent listens: "ADDRESS:PORT", "ADDRESS" with the usual port, "[ADDRESS]:PORT" for IPv6.
+// Where an agent listens: "ADDRESS:PORT", "ADDRESS" with the usual port, "[ADDRESS]:PORT" for IPv6, or
+// "unix:PATH" for a socket in the file system.
 struct CEndpoint
 {
-    std::string address;
-    std::uint16_t port;
+    std::string address; // or the path
+    std::uint16_t port = 0;
+    bool local = false; // "unix:"
 
     // Throws CFailure, exit code 2. Whether there is such an address isn't looked at.
     static CEndpoint parsed(std::string const & text);

@@ -2,8 +2,22 @@
 
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/write.hpp>
+#include <fmt/chrono.h>
 
 namespace ketmon {
+
+namespace {
+
+constexpr int silencesToGiveUp = 3;
+// Slower than that, in bytes a second, a message is none that arrives.
+constexpr std::size_t slowest = std::size_t{16} << 10;
+
+std::chrono::milliseconds timeFor(std::size_t bytes)
+{
+    return std::chrono::milliseconds(bytes * 1000 / slowest);
+}
+
+} // namespace
 
 CMessageStream::CMessageStream(CSocket socket, std::size_t largest, std::size_t backlog)
     : m_socket(std::move(socket)),
@@ -16,7 +30,7 @@ CMessageStream::~CMessageStream() = default;
 
 void CMessageStream::startReading()
 {
-    read();
+    guarded([this] { read(); });
 }
 
 void CMessageStream::read()
@@ -28,9 +42,11 @@ void CMessageStream::read()
             self->broken(error);
             return;
         }
-        self->arrived({self->m_block.data(), count});
-        if (!self->closed())
-            self->read();
+        self->guarded([&] {
+            self->arrived({self->m_block.data(), count});
+            if (!self->closed())
+                self->read();
+        });
     });
 }
 
@@ -39,10 +55,14 @@ void CMessageStream::arrived(std::string_view bytes)
     if (m_state != isOpen)
         return;
     try {
+        if (!receiving())
+            m_partSince = Clock::now();
         m_reader.feed(bytes);
         CMessage message;
-        while (m_state == isOpen && m_reader.next(message))
+        while (m_state == isOpen && m_reader.next(message)) {
+            m_lastHeard = m_partSince = Clock::now();
             received(message);
+        }
     } catch (CProtocolError const & error) {
         misunderstood(error.what());
         if (m_state == isOpen)
@@ -58,13 +78,13 @@ bool CMessageStream::send(std::string message)
         return false;
     m_lastSent = Clock::now();
     if (!m_writing)
-        write();
+        guarded([this] { write(); });
     return true;
 }
 
 void CMessageStream::write()
 {
-    m_writing = true;
+    m_frontSince = Clock::now();
     asio::async_write(m_socket, asio::buffer(m_queue.front()), [self = shared_from_this()](auto error, auto) {
         self->m_writing = false;
         if (self->closed())
@@ -73,12 +93,15 @@ void CMessageStream::write()
             self->broken(error);
             return;
         }
-        self->m_queue.pop();
-        if (!self->m_queue.empty())
-            self->write();
-        else if (self->finishing())
-            self->hangUp();
+        self->guarded([&] {
+            self->m_queue.pop();
+            if (!self->m_queue.empty())
+                self->write();
+            else if (self->finishing())
+                self->hangUp();
+        });
     });
+    m_writing = true;
 }
 
 void CMessageStream::finish()
@@ -86,7 +109,6 @@ void CMessageStream::finish()
     if (m_state != isOpen)
         return;
     m_state = isFinishing;
-    m_heartbeat.cancel();
     if (!m_writing)
         hangUp();
 }
@@ -95,29 +117,79 @@ void CMessageStream::hangUp()
 {
     CErrorCode ignored;
     m_socket.shutdown(CSocket::shutdown_send, ignored);
+    sentAll();
 }
 
 void CMessageStream::keepAlive(std::chrono::milliseconds silence)
 {
-    m_heartbeat.expires_at(m_lastSent + silence);
-    m_heartbeat.async_wait([self = shared_from_this(), silence](auto error) {
-        if (error || self->m_state != isOpen)
+    m_silence = silence;
+    m_lastHeard = Clock::now();
+    beat();
+}
+
+void CMessageStream::beat()
+{
+    m_heartbeat.expires_after(m_silence / 2);
+    m_heartbeat.async_wait([self = shared_from_this()](auto error) {
+        if (error || self->closed())
             return;
-        // To whom something waits to be sent, a heartbeat more says nothing.
-        if (Clock::now() >= self->m_lastSent + silence) {
-            if (self->m_queue.empty())
+        self->guarded([&] {
+            auto const now = Clock::now();
+            std::string const why = self->complaint(now);
+            if (!why.empty()) {
+                self->loseTo(false, why);
+                return;
+            }
+            // To whom something waits to be sent, a heartbeat more says nothing. Half an interval early is as good,
+            // and late isn't.
+            if (self->m_state == isOpen && self->m_queue.empty() &&
+                now + self->m_silence / 2 > self->m_lastSent + self->m_silence)
                 self->send(encoded(MessageType::heartbeat, ""));
-            self->m_lastSent = Clock::now();
-        }
-        self->keepAlive(silence);
+            self->beat();
+        });
     });
+}
+
+// Why it is to be given up on; empty as long as it isn't.
+std::string CMessageStream::complaint(Clock::time_point now) const
+{
+    using std::chrono::duration_cast;
+    using std::chrono::seconds;
+    auto const longest = silencesToGiveUp * m_silence;
+    if (!m_queue.empty() && now - m_frontSince > longest + timeFor(m_queue.front().size()))
+        return fmt::format("it took nothing of what it was sent for {}",
+                           duration_cast<seconds>(now - m_frontSince));
+    if (m_state != isOpen)
+        return "";
+    if (receiving()) {
+        if (now - m_partSince > longest + timeFor(m_reader.begun()))
+            return fmt::format("a message of {} bytes didn't arrive within {}", m_reader.begun(),
+                               duration_cast<seconds>(now - m_partSince));
+    } else if (now - m_lastHeard > longest)
+        return fmt::format("nothing was heard for {}", duration_cast<seconds>(now - m_lastHeard));
+    return "";
 }
 
 void CMessageStream::broken(CErrorCode error)
 {
-    bool const hungUp = error == asio::error::eof;
+    guarded([&] { loseTo(error == asio::error::eof, error.message()); });
+}
+
+void CMessageStream::giveUp(char const * why)
+{
+    try {
+        loseTo(false, why);
+    } catch (std::exception const &) {
+        // There was no memory to say so.
+    }
+}
+
+void CMessageStream::loseTo(bool hungUp, std::string const & why)
+{
+    if (closed())
+        return;
     close();
-    lost(hungUp, error.message());
+    lost(hungUp, why);
 }
 
 void CMessageStream::close()

@@ -3,14 +3,16 @@
 #include "host/wire/Asio.h"
 #include "host/wire/Protocol.h"
 #include "host/wire/SendQueue.h"
+#include "host/wire/StreamSocket.h"
 
-#include <boost/asio/generic/stream_protocol.hpp>
 #include <boost/asio/steady_timer.hpp>
 
 #include <array>
 #include <chrono>
 #include <cstddef>
+#include <exception>
 #include <memory>
+#include <new>
 #include <string>
 
 namespace ketmon {
@@ -25,10 +27,13 @@ namespace ketmon {
 //
 // 1. Once it is closed nothing is called any more. While it finishes, what arrives is thrown away.
 // 2. What waits to be sent is bounded by the queue's limit, what was received by the largest message.
+// 3. Once `keepAlive` was called it is bounded in time, too: a peer has so long to say anything, to have a message
+//    arrive whole that has begun, and to take what it is sent, a long message in its proportion.
+// 4. No exception leaves it: where one comes up, as for want of memory, this connection is lost and no other.
 class CMessageStream : public std::enable_shared_from_this<CMessageStream>
 {
 public:
-    using CSocket = asio::generic::stream_protocol::socket;
+    using CSocket = CStreamSocket;
     using Clock = std::chrono::steady_clock;
 
     virtual ~CMessageStream();
@@ -58,11 +63,29 @@ protected:
     bool send(std::string message);
     // Has what is queued go out. Closing at once could throw away, at the other end, what it hasn't read yet.
     void finish();
-    // Sends a heartbeat if nothing else went out for so long, and again. Ends with the stream.
+    // Sends a heartbeat if nothing else went out for so long, and again, and gives up on a peer from which nothing
+    // comes for three times that. Ends with the stream.
     void keepAlive(std::chrono::milliseconds silence);
+    // All that was to be sent is with the system, behind `finish`.
+    virtual void sentAll() {}
+
+    // Does what a handler, or the owner of many connections, has to do with this one. If that fails this connection
+    // is lost.
+    template <class Deed>
+    void guarded(Deed const & deed)
+    {
+        try {
+            deed();
+        } catch (std::bad_alloc const &) {
+            giveUp("out of memory");
+        } catch (std::exception const & error) {
+            giveUp(error.what());
+        }
+    }
 
     void allow(std::size_t largest) { m_reader.allow(largest); }
     std::size_t waiting() const { return m_queue.bytes(); }
+    bool receiving() const { return m_reader.begun() != 0; }
     CSocket::executor_type executor() { return m_socket.get_executor(); }
 
 private:
@@ -77,7 +100,11 @@ private:
     void arrived(std::string_view bytes);
     void write();
     void broken(CErrorCode error);
+    void giveUp(char const * why);
+    void loseTo(bool hungUp, std::string const & why);
     void hangUp();
+    void beat();
+    std::string complaint(Clock::time_point now) const;
 
     CSocket m_socket;
     asio::steady_timer m_heartbeat;
@@ -86,6 +113,10 @@ private:
     CSendQueue m_queue;
     bool m_writing = false;
     Clock::time_point m_lastSent = Clock::now();
+    std::chrono::milliseconds m_silence{0};       // until a heartbeat; 0 for never
+    Clock::time_point m_lastHeard = Clock::now(); // a message that was whole
+    Clock::time_point m_partSince{};              // the beginning of one that isn't yet
+    Clock::time_point m_frontSince{};             // when what is being sent had its turn
     std::array<char, 16384> m_block{};
 };
 

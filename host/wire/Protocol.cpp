@@ -53,6 +53,11 @@ bool CMessageReader::next(CMessage & message)
             fmt::format("a message of {} bytes is announced, and 1 to {} are allowed", length, m_largest);
         throw CProtocolError(m_begun ? announced : strangeness(m_bytes));
     }
+    bool const refused =
+        m_bytes.size() > lengthSize && static_cast<MessageType>(m_bytes[lengthSize]) == MessageType::refusal;
+    if (refused && length > 1 + longestText)
+        throw CProtocolError(
+            fmt::format("a refusal of {} bytes is announced, and {} are allowed", length - 1, longestText));
     if (m_bytes.size() - lengthSize < length)
         return false;
     m_begun = true;
@@ -60,6 +65,13 @@ bool CMessageReader::next(CMessage & message)
     message.body = m_bytes.substr(lengthSize + 1, length - 1);
     m_bytes.erase(0, lengthSize + length);
     return true;
+}
+
+std::size_t CMessageReader::begun() const
+{
+    if (m_bytes.size() < lengthSize)
+        return m_bytes.size();
+    return lengthSize + CBodyReader(m_bytes).get<std::uint32_t>();
 }
 
 } // namespace ketmon

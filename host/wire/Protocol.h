@@ -38,7 +38,7 @@ inline constexpr std::uint16_t protocolVersion = 2;
 inline constexpr std::size_t largestToAgent = std::size_t{64} << 10;
 inline constexpr std::size_t largestGreeting = std::size_t{64} << 10;
 inline constexpr std::size_t largestToConsole = std::size_t{64} << 20;
-// Of a name, a refusal, or the reason of an end.
+// Of a name, a refusal, or the reason of an end, in bytes.
 inline constexpr std::size_t longestText = 1024;
 
 // What the other side sent makes no sense; nothing behind it can be understood either.
@@ -65,9 +65,13 @@ public:
 
     void feed(std::string_view bytes) { m_bytes.append(bytes); }
     // Takes the next whole message; false while there is none. Throws CProtocolError for a length of 0 or
-    // above the largest, as soon as it is known. If that is how the stream begins, the error names who
+    // above the largest, and for a refusal that is longer than one may be, as soon as it is known. If that is how the stream begins, the error names who
     // speaks so, as far as it is known.
     bool next(CMessage & message);
+
+    // The bytes of a message that has come in part, those of its length included as far as they are known; 0
+    // between two messages.
+    std::size_t begun() const;
 
 private:
     std::size_t m_largest;

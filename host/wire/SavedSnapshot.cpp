@@ -136,6 +136,17 @@ bool startsSavedSnapshot(std::string_view bytes)
     return bytes.substr(0, magic.size()) == magic;
 }
 
+std::size_t savedSnapshotLength(std::string_view start)
+{
+    if (start.size() < savedSnapshotLengths)
+        return start.size();
+    CReader reader(start.substr(magic.size() + sizeof version));
+    std::uint32_t headerLength = 0, packedLength = 0;
+    reader.number(headerLength);
+    reader.number(packedLength);
+    return std::size_t{headerLength} + packedLength;
+}
+
 CSavedSnapshot parsedSavedSnapshot(std::string_view bytes)
 {
     if (!startsSavedSnapshot(bytes))

@@ -58,6 +58,10 @@ std::string encoded(CSavedSnapshot const & snapshot);
 inline constexpr std::size_t savedSnapshotStart = 7;
 bool startsSavedSnapshot(std::string_view bytes);
 
+// How long a file is by its header, of which these are the first bytes, so many of them; of fewer, that is all.
+inline constexpr std::size_t savedSnapshotLengths = 16;
+std::size_t savedSnapshotLength(std::string_view start);
+
 // Takes a file apart of which these are all bytes. Throws CBadSavedSnapshot. The packed bytes aren't looked at.
 CSavedSnapshot parsedSavedSnapshot(std::string_view bytes);
 

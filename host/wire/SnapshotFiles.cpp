@@ -22,6 +22,11 @@ struct CPlace
     std::uint32_t sequence;
 };
 
+std::string_view textOf(CByteInput::Bytes bytes)
+{
+    return {reinterpret_cast<char const *>(bytes.data()), bytes.size()};
+}
+
 [[noreturn]] void fail(std::string const & message)
 {
     throw CFailure(exitBadInput, message);
@@ -60,11 +65,10 @@ CSavedSnapshot loadSnapshot(std::string const & path)
 {
     CByteInput input(openByteSource(path));
     try {
-        // What has no header isn't read to its end, which it may not have.
-        CByteInput::Bytes bytes = input.look(savedSnapshotStart);
-        if (startsSavedSnapshot({reinterpret_cast<char const *>(bytes.data()), bytes.size()}))
-            bytes = input.take(longestFile);
-        return parsedSavedSnapshot({reinterpret_cast<char const *>(bytes.data()), bytes.size()});
+        // It isn't read to its end, which it may not have, but a byte further than its header says.
+        std::string_view const start = textOf(input.look(savedSnapshotLengths));
+        std::size_t const length = startsSavedSnapshot(start) ? savedSnapshotLength(start) : start.size();
+        return parsedSavedSnapshot(textOf(input.take(std::min(length, longestFile) + 1)));
     } catch (CBadSavedSnapshot const & problem) {
         fail(fmt::format("{}: {}", path, problem.what()));
     }

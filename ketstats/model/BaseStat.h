@@ -11,6 +11,10 @@ class CFilter;
 
 namespace KetStats {
 
+// The classes of the columns of a group, in their order.
+template <class...>
+struct CColumnList;
+
 class CStatDescription;
 class CValueStatDescription;
 class CStructStatDescription;
@@ -69,8 +73,8 @@ public:
     // This node's own flag as it stands.
     bool isChanged() const { return changed; }
     void resetId(unsigned short newId) { id = newId; }
-    // Raises this node's own flag, and no other.
-    void markChanged() { changed = true; }
+    // Raises, or lowers, this node's own flag, and no other.
+    void markChanged(bool on = true) { changed = on; }
 
     // The child with that id, null if there is none.
     CBaseStat * getChildById(unsigned short childId);

@@ -10,6 +10,8 @@
 namespace KetStats {
 
 class CARPStat;
+template <class T>
+class CFlatRows;
 
 // What a table keeps of the tables within its rows once such a row is given up: nothing, unless the row class
 // names a type for it and has `void giveUpTables(GivenUpTables &) const`.
@@ -56,6 +58,8 @@ public:
     // to the container. What goes then is the row that is the oldest, or has that id, when it returns.
     using DeleteHandler = void (*)(CHashedContainerStat * container, unsigned int number);
     using DumpOrderHandler = void (*)(CHashedContainerStat const * container, int phase, bool flag, T * row);
+
+    using FlatRows = CFlatRows<T>;
 
     // A limit below 2 leaves no room for a row.
     CHashedContainerStat(CBaseStat * theParent, unsigned short theId,
@@ -185,6 +189,18 @@ public:
     // What was kept of the tables within the rows that this table gave up: their rows and their ledgers.
     typename CGivenUpTables<T>::Type const & givenUpTables() const { return m_givenUpTables; }
 
+    // For the trees of snapshots. A table without rows that lies flat holds what it copies as CFlatRows, and has
+    // no row to show: assign, compareAssign and reset it, pack it, use it as their source, and nothing else.
+    // unfold() gives it the rows as nodes, for good.
+    void layFlat();
+    void unfold();
+    FlatRows * flat() { return m_flat; }
+    FlatRows const * flat() const { return m_flat; }
+    // What unfold, assign and compareAssign do, from flat rows and of a table that doesn't lie flat itself.
+    void unfoldFrom(FlatRows const & rows);
+    void take(FlatRows const & rows);
+    bool follow(FlatRows const & rows);
+
     void registerDeleteHandler(DeleteHandler handler) { deleteHandler = handler; }
     void registerDumpOrderHandler(DumpOrderHandler handler) { dumpOrderHandler = handler; }
 
@@ -206,6 +222,8 @@ protected:
     }
 
 private:
+    friend class CFlatRows<T>;
+
     struct CMatch
     {
         T * row;
@@ -237,11 +255,16 @@ private:
     void removeRow(unsigned int rowId);
     void destroyRows();
     CMatch rowFor(unsigned int rowId, K const & key, bool apart);
-    CMatch copyOf(CHashedContainerStat const & theirs, T const & source);
+    CMatch copyOf(unsigned int rowId, K const & key, bool apart, std::uint64_t birth, std::uint64_t births);
+    template <class Source>
+    void takeRows(Source const & theirs);
+    template <class Source>
+    void followRows(Source const & theirs);
     void DumpOrder(bool flag) const;
 
     CRowIndex<K> m_index;
     CRowStore<T> m_store;
+    FlatRows * m_flat = nullptr; // owned
     DeleteHandler deleteHandler = nullptr;
     DumpOrderHandler dumpOrderHandler = nullptr;
     [[no_unique_address]] typename CGivenUpTables<T>::Type m_givenUpTables{};

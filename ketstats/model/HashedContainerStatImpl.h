@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ketstats/model/FlatRowsImpl.h"
 #include "ketstats/model/HashedContainerStat.h"
 #include "ketstats/model/RowCounts.h"
 #include "ketstats/platform/DebugBreak.h"
@@ -21,6 +22,7 @@ template <class T, class K, class H>
 CHashedContainerStat<T, K, H>::~CHashedContainerStat()
 {
     destroyRows();
+    delete m_flat;
 }
 
 // ---- rows by key ----
@@ -264,6 +266,8 @@ void CHashedContainerStat<T, K, H>::DumpOrder(bool flag) const
 template <class T, class K, class H>
 void CHashedContainerStat<T, K, H>::doReset()
 {
+    if (m_flat)
+        m_flat->clear();
     destroyRows();
     if (m_capacity != 0)
         m_links[0] = {0, 0};
@@ -280,6 +284,12 @@ void CHashedContainerStat<T, K, H>::doReset()
 template <class T, class K, class H>
 void CHashedContainerStat<T, K, H>::doPackValue(ktools::CMemoryBuffer & buffer, bool onlyChanged)
 {
+    if (m_flat) {
+        m_flat->pack(buffer, onlyChanged);
+        if (onlyChanged)
+            changed = false;
+        return;
+    }
     for (unsigned int rowId = getOldestId(); rowId != 0; rowId = m_links[rowId].newer) {
         T & row = *child(rowId);
         if (onlyChanged && !row.isChanged())
@@ -378,18 +388,31 @@ void CHashedContainerStat<T, K, H>::doUnpackValue(ktools::CMemoryBuffer & buffer
 // The row here that follows a row of another container.
 template <class T, class K, class H>
 typename CHashedContainerStat<T, K, H>::CMatch
-CHashedContainerStat<T, K, H>::copyOf(CHashedContainerStat const & theirs, T const & source)
+CHashedContainerStat<T, K, H>::copyOf(unsigned int rowId, K const & key, bool apart, std::uint64_t birth,
+                                      std::uint64_t births)
 {
-    unsigned int const rowId = source.getId();
-    CMatch const match = rowFor(rowId, source.rowKey(), theirs.isApart(rowId));
-    auto const birth = theirs.m_index.birthOf(rowId);
+    CMatch const match = rowFor(rowId, key, apart);
     if constexpr (requires { match.row->beginAnew(); })
         if (m_tellsApart && m_index.birthOf(rowId) != birth)
             match.row->beginAnew();
     m_index.setBirth(rowId, birth);
-    if (m_births < theirs.m_births)
-        m_births = theirs.m_births;
+    if (m_births < births)
+        m_births = births;
     return match;
+}
+
+template <class T, class K, class H>
+template <class Source>
+void CHashedContainerStat<T, K, H>::takeRows(Source const & theirs)
+{
+    FlatRows::forEach(
+        theirs, [&](unsigned int rowId, K const & key, bool apart, std::uint64_t birth, auto const & source) {
+            T & row = *copyOf(rowId, key, apart, birth, FlatRows::birthsOf(theirs)).row;
+            if constexpr (std::is_same_v<std::remove_cvref_t<decltype(source)>, T>)
+                row.assign(source);
+            else
+                FlatRows::assign(row, source);
+        });
 }
 
 template <class T, class K, class H>
@@ -398,31 +421,104 @@ void CHashedContainerStat<T, K, H>::doAssign(CBaseStat const & other)
     auto const & theirs = static_cast<CHashedContainerStat const &>(other);
     expectLimitOf(theirs);
     doReset();
-    for (T const & source : theirs)
-        copyOf(theirs, source).row->assign(source);
+    if (m_flat)
+        theirs.m_flat ? m_flat->take(*theirs.m_flat) : m_flat->take(theirs);
+    else
+        theirs.m_flat ? takeRows(*theirs.m_flat) : takeRows(theirs);
     changed = true;
 }
 
 // Once a row is new or differs, every row behind it is flagged, and fully: rows go out oldest first and each
 // row read becomes the receiver's newest, so all rows newer than a changed one must follow it.
 template <class T, class K, class H>
+template <class Source>
+void CHashedContainerStat<T, K, H>::followRows(Source const & theirs)
+{
+    bool following = false;
+    FlatRows::forEach(
+        theirs, [&](unsigned int rowId, K const & key, bool apart, std::uint64_t birth, auto const & source) {
+            auto const [row, isNew] = copyOf(rowId, key, apart, birth, FlatRows::birthsOf(theirs));
+            following = following || isNew;
+            bool differs;
+            if constexpr (std::is_same_v<std::remove_cvref_t<decltype(source)>, T>)
+                differs = row->compareAssign(source);
+            else
+                differs = FlatRows::compareAssign(*row, source);
+            if (differs) {
+                changed = true;
+                following = true;
+            } else if (following) {
+                row->setChanged();
+                changed = true;
+            }
+            renewId(row->getId());
+        });
+}
+
+template <class T, class K, class H>
 bool CHashedContainerStat<T, K, H>::doCompareAssign(CBaseStat const & other)
 {
     auto const & theirs = static_cast<CHashedContainerStat const &>(other);
     expectLimitOf(theirs);
-    bool following = false;
-    for (T const & source : theirs) {
-        auto const [row, isNew] = copyOf(theirs, source);
-        following = following || isNew;
-        if (row->compareAssign(source)) {
-            changed = true;
-            following = true;
-        } else if (following) {
-            row->setChanged();
-            changed = true;
-        }
-        renewId(row->getId());
+    bool const tells = m_tellsApart;
+    if (!m_flat)
+        theirs.m_flat ? followRows(*theirs.m_flat) : followRows(theirs);
+    else if (theirs.m_flat ? m_flat->follow(*theirs.m_flat, tells) : m_flat->follow(theirs, tells))
+        changed = true;
+    return changed;
+}
+
+// ---- rows that lie flat ----
+
+template <class T, class K, class H>
+void CHashedContainerStat<T, K, H>::layFlat()
+{
+    if (!m_flat && m_rowCount == 0)
+        m_flat = new FlatRows;
+}
+
+template <class T, class K, class H>
+void CHashedContainerStat<T, K, H>::unfold()
+{
+    if (!m_flat)
+        return;
+    unfoldFrom(*m_flat);
+    delete std::exchange(m_flat, nullptr);
+}
+
+template <class T, class K, class H>
+void CHashedContainerStat<T, K, H>::unfoldFrom(FlatRows const & rows)
+{
+    try {
+        FlatRows::forEach(rows, [&](unsigned int rowId, K const & key, bool apart, std::uint64_t birth,
+                                    auto const & source) {
+            T * const row = build(rowId, key);
+            enter(row, key, apart);
+            m_index.setBirth(rowId, birth);
+            FlatRows::unfold(*row, source);
+        });
+    } catch (...) {
+        destroyRows();
+        if (m_capacity != 0)
+            m_links[0] = {0, 0};
+        m_index.clear();
+        throw;
     }
+    m_births = rows.births();
+}
+
+template <class T, class K, class H>
+void CHashedContainerStat<T, K, H>::take(FlatRows const & rows)
+{
+    doReset();
+    takeRows(rows);
+    changed = true;
+}
+
+template <class T, class K, class H>
+bool CHashedContainerStat<T, K, H>::follow(FlatRows const & rows)
+{
+    followRows(rows);
     return changed;
 }
 

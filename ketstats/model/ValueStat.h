@@ -47,6 +47,8 @@ template <class T>
 class KETSTATS_TEMPLATE CValueStat : public CBaseValueStat
 {
 public:
+    using Value = T;
+
     CValueStat(CBaseStat * theParent, unsigned short theId, CValueStatDescription const & theDescription)
         : CBaseValueStat(theParent, theId, theDescription, sizeof(T), &m_value)
     {}

@@ -149,6 +149,10 @@ protected:
 #define KETSTATS_COLUMN_CHILD(ID, MEMBER, ...) childPointer(&Self::MEMBER),
 #define KETSTATS_COLUMN_DESCRIPTION(ID, MEMBER, ...) &__VA_ARGS__::template description<ID>(),
 
+#define KETSTATS_COLUMN_NODE(ID, MEMBER, ...) typename __VA_ARGS__::Node,
+#define KETSTATS_COLUMN_VISIT(ID, MEMBER, ...)                                                               \
+    visit(std::integral_constant<unsigned int, ID>(), &Self::MEMBER);
+
 // Within a concrete container: its members, its table of children, and the null-terminated array of their
 // descriptions.
 #define KETSTATS_COLUMNS(CLASS, COLUMNS)                                                                     \
@@ -170,6 +174,14 @@ public:                                                                         
         static ::KetStats::CStatDescription const * const descriptions[] = {                                 \
             COLUMNS(KETSTATS_COLUMN_DESCRIPTION) nullptr};                                                   \
         return descriptions;                                                                                 \
+    }                                                                                                        \
+                                                                                                             \
+    /* The columns for whoever knows the class: their nodes' classes, and each with its id and its member */ \
+    using ColumnNodes = ::KetStats::CColumnList<COLUMNS(KETSTATS_COLUMN_NODE) void>;                         \
+    template <class Visit>                                                                                   \
+    static constexpr void forEachColumn(Visit && visit)                                                      \
+    {                                                                                                        \
+        COLUMNS(KETSTATS_COLUMN_VISIT)                                                                       \
     }                                                                                                        \
                                                                                                              \
 protected:                                                                                                   \

@@ -98,7 +98,7 @@ void deriveFrameTable(Table & table, double base)
 
 void CStatSnapshot::calculatePercentStats()
 {
-    percentVal const base(static_cast<double>(m_visible.globalStatistics.transmittedFrames.get()));
+    percentVal const base(static_cast<double>(nodes().globalStatistics.transmittedFrames.get()));
     calculateFrameTablesPercent(base);
     calculateNetworkStationsStatsPercent(base);
     calculateNetworkProtocolsStatsPercent(base);

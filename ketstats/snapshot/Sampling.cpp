@@ -1,7 +1,9 @@
 #include "ketstats/engine/EngineTables.h"
+#include "ketstats/model/HashedContainerStatImpl.h"
 #include "ketstats/model/RowCounts.h"
 #include "ketstats/snapshot/StatSnapshot.h"
 
+#include <algorithm>
 #include <type_traits>
 
 // A sample is the live tree less the base, for the selected groups. The live tree is never reset for a
@@ -21,111 +23,132 @@ void subtract(CValueStat<T> & target, CValueStat<T> const & live, CValueStat<T> 
                             static_cast<unsigned long long>(base.get()));
 }
 
-// Takes the base's count off a counter of a row, and raises that counter's flag.
+// Takes the base's count off a counter of a row.
+template <auto Counter>
+void reduce(auto & row, auto base)
+{
+    auto const count = row.template get<Counter>();
+    static_assert(std::is_same_v<decltype(base), std::remove_const_t<decltype(count)>>);
+    row.template set<Counter>(static_cast<decltype(base)>(static_cast<unsigned long long>(count) -
+                                                          static_cast<unsigned long long>(base)));
+}
+
 template <class T>
-void reduce(CValueStat<T> & counter, CValueStat<T> const & base)
+void reduceBy(typename CFlatRows<T>::CRow & row, typename CTableZero<T>::CRow const & base)
 {
-    subtract(counter, counter, base);
-    counter.setChanged();
+    reduce<&T::dataTransmitted>(row, base.dataTransmitted);
+    reduce<&T::framesTransmitted>(row, base.framesTransmitted);
+    if constexpr (CTableZero<T>::bothWays) {
+        reduce<&T::dataReceived>(row, base.dataReceived);
+        reduce<&T::framesReceived>(row, base.framesReceived);
+    }
 }
 
-void reduceTransmitted(auto & row, auto const & base)
+template <class T>
+void addZero(CLedger & sum, typename CTableZero<T>::CRow const & base)
 {
-    reduce(row.dataTransmitted, base.dataTransmitted);
-    reduce(row.framesTransmitted, base.framesTransmitted);
+    sum.framesTransmitted += base.framesTransmitted;
+    sum.bytesTransmitted += static_cast<unsigned long long>(base.dataTransmitted);
+    if constexpr (CTableZero<T>::bothWays) {
+        sum.framesReceived += base.framesReceived;
+        sum.bytesReceived += static_cast<unsigned long long>(base.dataReceived);
+    }
 }
-
-// The counters of a kind of row that a base is taken off, and the frame counters by which a base row is known
-// to have counted anything.
-template <class Row>
-struct CRowBase
-{
-    static bool counted(Row const & base) { return base.framesTransmitted != 0; }
-    static void forget(Row & base) { base.framesTransmitted = 0U; }
-    static void reduceBy(Row & row, Row const & base) { reduceTransmitted(row, base); }
-};
-
-template <>
-struct CRowBase<CStationStat>
-{
-    static bool counted(CStationStat const & base)
-    {
-        return base.framesTransmitted != 0 || base.framesReceived != 0;
-    }
-    static void forget(CStationStat & base)
-    {
-        base.framesTransmitted = 0U;
-        base.framesReceived = 0U;
-    }
-    static void reduceBy(CStationStat & row, CStationStat const & base)
-    {
-        reduceTransmitted(row, base);
-        reduce(row.dataReceived, base.dataReceived);
-        reduce(row.framesReceived, base.framesReceived);
-    }
-};
 
 // Brings the sample of a table up to date, and takes off each row what the base has of it. Rows keep their id
 // for as long as they live, so a base row stands under the id of its row. If it has another key the id changed
-// hands since, and its frame counters are zeroed so that it is never asked again. Nothing below a row is
-// reduced.
+// hands since, and it is never asked again. Nothing below a row is reduced.
 //
 // With `apart` a base row is taken off the very row that it is a copy of and no other, and once.
 //
 // Yields what no row of the sample shows of what was counted since the zero point. That is what the table gave
 // up since, less what those rows had counted before: the base has all of it, but for the rows still there.
 template <class T, class K, class H>
-CLedger sampleRows(CHashedContainerStat<T, K, H> & sample, CHashedContainerStat<T, K, H> & base,
-                   CHashedContainerStat<T, K, H> const & live, CTableZero const & zero, bool apart)
+CLedger sampleRows(CHashedContainerStat<T, K, H> & sample, CTableZero<T> & zero,
+                   CHashedContainerStat<T, K, H> const & live, bool apart)
 {
     sample.compareAssign(live);
     CLedger stillThere;
-    for (T & row : sample) {
-        unsigned int const rowId = row.getId();
-        T * const baseRow = base.getChildById(rowId);
-        if (!baseRow || !CRowBase<T>::counted(*baseRow))
+    for (unsigned int const rowId : sample.flat()->order()) {
+        auto * const baseRow = zero.row(rowId);
+        if (!baseRow)
             continue;
-        T const * const liveRow = live.getChildById(rowId);
-        if (apart && !liveRow)
+        bool const isLive = live.getChildById(rowId) != nullptr;
+        if (apart && !isLive)
             continue;
-        bool const same = CKeyBits<K>(baseRow->rowKey()) == CKeyBits<K>(row.rowKey()) &&
-                          (!apart || (live.birthOf(rowId) == base.birthOf(rowId)));
+        auto & row = *sample.flat()->row(rowId);
+        bool const same = CKeyBits<K>(baseRow->key) == CKeyBits<K>(row.rowKey()) &&
+                          (!apart || live.birthOf(rowId) == baseRow->birth);
         if (!same) {
-            CRowBase<T>::forget(*baseRow);
+            baseRow->counted = false;
             continue;
         }
-        CRowBase<T>::reduceBy(row, *baseRow);
-        if (liveRow)
-            addCounts(stillThere, *baseRow);
+        reduceBy<T>(row, *baseRow);
+        if (isLive)
+            addZero<T>(stillThere, *baseRow);
     }
 
     CLedger result = live.ledger();
     // What stood before a reset says nothing about what came after it.
-    if (live.resets() == zero.resets) {
-        subtract(result, zero.ledger);
+    if (zero.isOf(live)) {
+        subtract(result, zero.ledger());
         add(result, stillThere);
     }
     return result;
 }
 
-template <class Table>
-void setZero(CTableZero & zero, Table const & live)
+} // namespace
+
+template <class T>
+void CTableZero<T>::take(typename T::Container const & live)
 {
-    zero.resets = live.resets();
-    zero.ledger = live.ledger();
-    for (auto const & row : live)
-        if (CRowBase<std::remove_cvref_t<decltype(row)>>::counted(row))
-            addCounts(zero.ledger, row);
+    unsigned int last = 0;
+    for (T const & row : live)
+        last = std::max<unsigned int>(last, row.getId());
+    std::vector<CRow> rows(last);
+    CLedger all = live.ledger();
+    for (T const & row : live) {
+        CRow & base = rows[row.getId() - 1U];
+        base.key = row.rowKey();
+        base.birth = live.birthOf(row.getId());
+        base.dataTransmitted = row.dataTransmitted;
+        base.framesTransmitted = row.framesTransmitted;
+        base.counted = base.framesTransmitted != 0;
+        if constexpr (bothWays) {
+            base.dataReceived = row.dataReceived;
+            base.framesReceived = row.framesReceived;
+            base.counted = base.counted || base.framesReceived != 0;
+        }
+        if (base.counted)
+            addCounts(all, row);
+    }
+    m_rows.swap(rows);
+    m_ledger = all;
+    m_resets = live.resets();
+    m_taken = true;
 }
 
-} // namespace
+template <class T>
+void CTableZero<T>::clear()
+{
+    m_rows = {};
+    m_ledger = {};
+    m_taken = false;
+}
 
 void CStatSnapshot::setZeroPoint(CAgentStatistic const & live)
 {
-    setZero(m_zero.stations, live.stations);
-    setZero(m_zero.protocols, live.protocols);
-    setZero(m_zero.macConnections, live.macConnections);
-    setZero(m_zero.ipConnections, live.ipConnections);
+    m_base.globalStatistics.assign(live.globalStatistics);
+    m_base.globalErrors.assign(live.globalErrors);
+    m_base.globalFilter.assign(live.globalFilter);
+    m_base.frameTables.assign(live.frameTables);
+    auto const take = [this](unsigned int group, auto & zero, auto const & table) {
+        selected(group) || !m_holdSelectedOnly ? zero.take(table) : zero.clear();
+    };
+    take(5, m_zero.stations, live.stations);
+    take(6, m_zero.protocols, live.protocols);
+    take(7, m_zero.macConnections, live.macConnections);
+    take(8, m_zero.ipConnections, live.ipConnections);
     m_ledgers = {};
 }
 
@@ -227,8 +250,7 @@ void CStatSnapshot::calculateFrameTables(CAgentStatistic const & live)
 
 void CStatSnapshot::calculateNetworkStationsStats(CAgentStatistic const & live)
 {
-    m_ledgers.stations =
-        sampleRows(m_sample.stations, m_base.stations, live.stations, m_zero.stations, m_tellRowsApart);
+    m_ledgers.stations = sampleRows(m_sample.stations, m_zero.stations, live.stations, m_tellRowsApart);
     CLedgers const all = live.ledgers();
     m_ledgers.stationTcpPorts = all.stationTcpPorts;
     m_ledgers.stationUdpPorts = all.stationUdpPorts;
@@ -236,20 +258,19 @@ void CStatSnapshot::calculateNetworkStationsStats(CAgentStatistic const & live)
 
 void CStatSnapshot::calculateNetworkProtocolsStats(CAgentStatistic const & live)
 {
-    m_ledgers.protocols =
-        sampleRows(m_sample.protocols, m_base.protocols, live.protocols, m_zero.protocols, m_tellRowsApart);
+    m_ledgers.protocols = sampleRows(m_sample.protocols, m_zero.protocols, live.protocols, m_tellRowsApart);
 }
 
 void CStatSnapshot::calculateMACConnectionsStats(CAgentStatistic const & live)
 {
-    m_ledgers.macConnections = sampleRows(m_sample.macConnections, m_base.macConnections, live.macConnections,
-                                          m_zero.macConnections, m_tellRowsApart);
+    m_ledgers.macConnections =
+        sampleRows(m_sample.macConnections, m_zero.macConnections, live.macConnections, m_tellRowsApart);
 }
 
 void CStatSnapshot::calculateIPConnectionsStats(CAgentStatistic const & live)
 {
-    m_ledgers.ipConnections = sampleRows(m_sample.ipConnections, m_base.ipConnections, live.ipConnections,
-                                         m_zero.ipConnections, m_tellRowsApart);
+    m_ledgers.ipConnections =
+        sampleRows(m_sample.ipConnections, m_zero.ipConnections, live.ipConnections, m_tellRowsApart);
 }
 
 // The three groups below have no base: they show what the live tree holds.

@@ -1,8 +1,26 @@
 #include "ketstats/snapshot/StatSnapshot.h"
 
+#include "ketstats/model/HashedContainerStatImpl.h"
 #include "ketstats/model/RowCounts.h"
 
 namespace KetStats {
+
+namespace {
+
+template <class Operation>
+void forEachTable(CAgentStatistic & tree, Operation && operation)
+{
+    operation(tree.stations);
+    operation(tree.protocols);
+    operation(tree.macConnections);
+    operation(tree.ipConnections);
+    operation(tree.arpTable);
+    operation(tree.ipSubprotocols);
+    operation(tree.ipPorts.tcpPorts);
+    operation(tree.ipPorts.udpPorts);
+}
+
+} // namespace
 
 CStatSnapshot::CStatSnapshot(CTableLimits const & theLimits)
     : m_visible(theLimits),
@@ -10,6 +28,8 @@ CStatSnapshot::CStatSnapshot(CTableLimits const & theLimits)
       m_base(theLimits)
 {
     removeAllOids();
+    for (CAgentStatistic * const tree : {&m_visible, &m_sample})
+        forEachTable(*tree, [](auto & table) { table.layFlat(); });
 }
 
 CStatSnapshot::~CStatSnapshot()
@@ -53,9 +73,19 @@ void CStatSnapshot::removeOid(COid const & oid)
     setGroupFlags(oid, false);
 }
 
+// What the client sees, with its rows to be looked at. Where memory runs out some tables lie flat still, and are
+// asked for again.
+CAgentStatistic & CStatSnapshot::nodes()
+{
+    if (m_flat)
+        forEachTable(m_visible, [](auto & table) { table.unfold(); });
+    m_flat = false;
+    return m_visible;
+}
+
 CBaseStat * CStatSnapshot::getStat(COid const & oid)
 {
-    return m_visible.getStatPointer(oid, 1);
+    return nodes().getStatPointer(oid, 1);
 }
 
 CBaseStat const * CStatSnapshot::getStat(COid const & oid) const
@@ -88,7 +118,6 @@ void CStatSnapshot::initSnapshot(CAgentStatistic const & live)
     expectLimitsOf(live);
     m_sampleStart.getSystemTime();
     m_firstSampleStart = m_sampleStart;
-    m_base.assign(live);
     setZeroPoint(live);
     m_sample.globalStatistics.sampleNumber = 0U;
     m_sample.globalFilter.reset();
@@ -105,7 +134,7 @@ void CStatSnapshot::tellRowsApart(bool on)
 CLedgers CStatSnapshot::getGivenUp() const
 {
     CLedgers result = m_ledgers;
-    IPConnections const & traffic = m_visible.ipConnections;
+    IPConnections const & traffic = const_cast<CStatSnapshot *>(this)->nodes().ipConnections;
     CIPConnectionStat const * const others = traffic.getChildById(traffic.getLimit());
     if (!others || !CIPConnectionStat::isOthers(others->rowKey()))
         return result;
@@ -140,12 +169,12 @@ void CStatSnapshot::reset()
 
 void CStatSnapshot::resetChanged()
 {
-    m_visible.resetChanged();
+    nodes().resetChanged();
 }
 
 void CStatSnapshot::checkChanged() const
 {
-    m_visible.checkChanged();
+    const_cast<CStatSnapshot *>(this)->nodes().checkChanged();
 }
 
 _SYSTEMTIME CStatSnapshot::getSampleStart() const

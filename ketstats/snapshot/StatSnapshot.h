@@ -2,6 +2,7 @@
 
 #include "ketstats/engine/StatManager.h"
 #include "ketstats/snapshot/StatTreeNode.h"
+#include "ketstats/snapshot/ZeroRows.h"
 
 #include <array>
 #include <memory>
@@ -9,13 +10,6 @@
 class CFrame;
 
 namespace KetStats {
-
-// What a table had counted at a zero point: its ledger then, with the counts of its rows added.
-struct CTableZero
-{
-    CLedger ledger;
-    unsigned int resets = 0; // of the table, up to then
-};
 
 // A client's private view of the statistics: what happened since its own zero point.
 //
@@ -27,12 +21,15 @@ struct CTableZero
 //
 // 1. A selection by identifiers says what pack writes; the group flags, which only identifiers of one and two
 //    components set, say what nextSample calculates. A host enables the same groups in the manager.
-// 2. A snapshot belongs to one thread at a time and has no lock; only its two operations that take a manager
-// enter
+// 2. A snapshot belongs to one thread at a time and has no lock; only its operations that take a manager enter
 //    the manager's gate, as readers. Nothing ties a snapshot to one manager.
-// 3. It is usable for getStat, reset and unpack from construction on. nextSample needs initSnapshot first,
-// and
+// 3. It is usable for getStat, reset and unpack from construction on. nextSample needs initSnapshot first, and
 //    pack without a selection does nothing.
+//
+// Memory: a sample holds the groups that are calculated, and the rows of its tables lie flat. So do those that the
+// client sees, until it asks for them: with getStat, unpack, calculatePercentStats, resetChanged, checkChanged
+// or getGivenUp they become nodes, for good, which takes some six times as much. Whoever only selects, samples
+// and packs never needs them.
 class KETSTATS_API CStatSnapshot
 {
 public:
@@ -108,6 +105,11 @@ public:
     // Set before initSnapshot.
     void tellRowsApart(bool on);
 
+    // Whether the zero point is taken of the selected groups alone, as a client does best that doesn't change its
+    // selection. Off at first: then it is taken of all groups, as one that is selected later needs it. A group
+    // that is selected later nevertheless shows what the live tree holds, until the next initSnapshot.
+    void holdSelectedOnly(bool on) { m_holdSelectedOnly = on; }
+
     // What rows had counted since the zero point, as of the last sample, that their tables gave up. Only of
     // the groups that are calculated. Packs don't carry it: a host hands it to the receiver beside them.
     // For tables with a base, which are "Network stations", "Network protocols", "MAC traffic" and "IP
@@ -133,6 +135,7 @@ private:
     void enableAllOids();
     void removeAllOids();
     void setZeroPoint(CAgentStatistic const & live);
+    CAgentStatistic & nodes();
     void expectLimitsOf(CAgentStatistic const & live) const;
     void setGroupFlags(COid const & oid, bool on);
     bool selected(unsigned int group) const { return m_enabled[group] != 0; }
@@ -161,21 +164,23 @@ private:
     static void foldDroppedIPConnection(IPConnections * container, unsigned int rowId);
 
     std::unique_ptr<CStatTreeNode> m_root; // null until the first addOid
-    CAgentStatistic m_visible;
-    CAgentStatistic m_sample;
-    CAgentStatistic m_base;
+    CAgentStatistic m_visible;             // its tables lie flat while m_flat is up
+    CAgentStatistic m_sample;              // its tables lie flat
+    CAgentStatistic m_base;                // without its tables, of which m_zero has what counts
     CSystemTime m_sampleStart;
     CSystemTime m_sampleEnd;
     CSystemTime m_firstSampleStart;
     struct
     {
-        CTableZero stations;
-        CTableZero protocols;
-        CTableZero macConnections;
-        CTableZero ipConnections;
+        CTableZero<CStationStat> stations;
+        CTableZero<CProtocolStat> protocols;
+        CTableZero<CMACConnectionStat> macConnections;
+        CTableZero<CIPConnectionStat> ipConnections;
     } m_zero;
     CLedgers m_ledgers;
+    bool m_flat = true;
     bool m_tellRowsApart = false;
+    bool m_holdSelectedOnly = false;
     double m_linkSpeed = 0.0;                  // bytes per second
     std::array<unsigned char, 50> m_enabled{}; // by id of the groups under the root
     bool m_globalFiltering = false;

@@ -103,7 +103,7 @@ void CStatSnapshot::unpack(ktools::CMemoryBuffer & buffer)
             return;
         ktools::raise<ktools::CMemoryBuffer::CException>(2, "StatSnapshot", 555);
     }
-    m_visible.ipConnections.registerDeleteHandler(&foldDroppedIPConnection);
+    nodes().ipConnections.registerDeleteHandler(&foldDroppedIPConnection);
     m_visible.unpackValue(buffer);
 }
 

@@ -11,6 +11,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <fcntl.h>
@@ -58,7 +59,8 @@ bool keepOnlyCapture()
 
 } // namespace
 
-Process::Process(std::vector<std::string> const & arguments, Rights rights) : m_errors("")
+Process::Process(std::vector<std::string> const & arguments, Rights rights, std::string const & errorPath)
+    : m_errors("")
 {
     std::vector<char *> argv{const_cast<char *>(KETMON_PROGRAM)};
     for (std::string const & argument : arguments)
@@ -69,7 +71,8 @@ Process::Process(std::vector<std::string> const & arguments, Rights rights) : m_
         throw std::runtime_error("no pipe");
     m_id = fork();
     if (m_id == 0) {
-        int const errors = open(m_errors.path().c_str(), O_WRONLY | O_APPEND);
+        int const errors =
+            open((errorPath.empty() ? m_errors.path() : errorPath).c_str(), O_WRONLY | O_APPEND);
         int const nothing = open("/dev/null", O_RDONLY);
         if (dup2(nothing, STDIN_FILENO) < 0 || dup2(ends[1], STDOUT_FILENO) < 0 ||
             dup2(errors, STDERR_FILENO) < 0)
@@ -162,14 +165,16 @@ namespace {
 
 std::vector<std::string> agentArguments(std::vector<std::string> arguments)
 {
-    arguments.insert(arguments.begin(), {"agent", "--listen", "127.0.0.1:0"});
+    arguments.insert(arguments.begin(), "agent");
+    if (std::find(arguments.begin(), arguments.end(), "--listen") == arguments.end())
+        arguments.insert(arguments.end(), {"--listen", "127.0.0.1:0"});
     return arguments;
 }
 
 } // namespace
 
-Agent::Agent(std::vector<std::string> arguments, Process::Rights rights)
-    : m_process(agentArguments(std::move(arguments)), rights)
+Agent::Agent(std::vector<std::string> arguments, std::string const & errors, Process::Rights rights)
+    : m_process(agentArguments(std::move(arguments)), rights, errors)
 {
     std::string const line = m_process.line();
     std::string const start = "listening on ";

@@ -23,7 +23,9 @@ public:
         captureRight, // the same, and the capability to capture, alone; only for a test that runs as root
     };
 
-    explicit Process(std::vector<std::string> const & arguments, Rights rights = ownRights);
+    // What it writes to stderr goes to `errors` instead of a file of the test's, if that is named.
+    explicit Process(std::vector<std::string> const & arguments, Rights rights = ownRights,
+                     std::string const & errors = "");
     ~Process();
     Process(Process const &) = delete;
     Process & operator=(Process const &) = delete;
@@ -51,11 +53,12 @@ private:
     std::string m_read;
 };
 
-// An agent on a port that the system chose.
+// An agent on a port that the system chose, unless it is told where to listen.
 class Agent
 {
 public:
-    explicit Agent(std::vector<std::string> arguments, Process::Rights rights = Process::ownRights);
+    explicit Agent(std::vector<std::string> arguments, std::string const & errors = "",
+                   Process::Rights rights = Process::ownRights);
 
     std::string const & address() const { return m_address; }
     unsigned short port() const;

@@ -126,6 +126,8 @@ class Host(unittest.TestCase):
 
     def test_what_is_not_there_says_so(self):
         self.refused(ketmon("agent", "-i", "eth0"), "can't capture on this system")
+        self.refused(ketmon("interfaces"), "can't capture on this system")
+        self.refused(ketmon("-D"), "can't capture on this system")
         self.refused(ketmon("read", MIXED, "--filter", "ip"), "can't be tested on this system")
         self.refused(ketmon("read", MIXED, "--link-speed", "2147483648"), "--link-speed")
         self.refused(ketmon("read", self.path("absent.pcap")), "absent.pcap")

@@ -1,5 +1,6 @@
 #include "host/capture/posix/InterfaceCounters.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
@@ -33,12 +34,28 @@ constexpr unsigned int hardwareOverflows = 1;
 constexpr unsigned int softwareOverflows = 2;
 
 constexpr long bitsPerMegabit = 1000000;
+constexpr char counterPrefix[] = "statistics/";
+
+// What is lost before the system gets it, as libpcap adds it up.
+constexpr char const * drops[] = {"rx_missed_errors", "rx_fifo_errors"};
+
+std::optional<long> known(std::string const & path)
+{
+    long value = 0;
+    std::ifstream stream(path);
+    return stream >> value ? std::optional(value) : std::nullopt;
+}
+
+long number(std::string const & path)
+{
+    return known(path).value_or(0);
+}
 
 } // namespace
 
 CInterfaceCounters::CInterfaceCounters(std::string folder, long linkSpeed)
-    : m_folder(std::move(folder)),
-      m_linkSpeed(linkSpeed)
+    : m_linkSpeed(linkSpeed),
+      m_folder(std::move(folder))
 {}
 
 long CInterfaceCounters::GetLinkSpeed()
@@ -46,7 +63,7 @@ long CInterfaceCounters::GetLinkSpeed()
     if (m_linkSpeed != 0)
         return m_linkSpeed;
     // -1, or nothing to read, where there is no such thing.
-    long const megabits = number(m_folder + "/speed");
+    long const megabits = number(file("speed"));
     return megabits > 0 ? megabits * bitsPerMegabit : 0;
 }
 
@@ -64,8 +81,7 @@ long CInterfaceCounters::GetLong(long oid)
 {
     for (CSource const & source : sources)
         if (source.oid == oid)
-            return number(counterFile(source.first)) +
-                   (source.second ? number(counterFile(source.second)) : 0);
+            return counter(source.first) + (source.second ? counter(source.second) : 0);
     return 0;
 }
 
@@ -76,7 +92,7 @@ std::bitset<32> CInterfaceCounters::errors() const
     ids[hardwareOverflows] = known.droppedByInterface.has_value();
     ids[softwareOverflows] = known.droppedByKernel.has_value();
     for (CSource const & source : sources)
-        ids[source.id] = std::filesystem::exists(counterFile(source.first));
+        ids[source.id] = std::filesystem::exists(file(counterPrefix) + source.first);
     return ids;
 }
 
@@ -92,11 +108,44 @@ CCaptureCounters CInterfaceCounters::capture() const
     return m_capture;
 }
 
-long CInterfaceCounters::number(std::string const & path)
+void CInterfaceCounters::setFolder(std::string folder)
 {
-    long value = 0;
-    std::ifstream stream(path);
-    return stream >> value ? value : 0;
+    std::lock_guard const lock(m_mutex);
+    m_folder = std::move(folder);
+}
+
+void CInterfaceCounters::beginCapture()
+{
+    m_firstDrops = dropped();
+}
+
+std::optional<std::uint64_t> CInterfaceCounters::droppedSinceBegin() const
+{
+    std::optional<std::uint64_t> const now = dropped();
+    if (!now || !m_firstDrops)
+        return {};
+    // A driver that starts anew starts at 0.
+    return *now - std::min(*now, *m_firstDrops);
+}
+
+std::optional<std::uint64_t> CInterfaceCounters::dropped() const
+{
+    std::optional<std::uint64_t> sum;
+    for (char const * const name : drops)
+        if (std::optional<long> const value = known(file(counterPrefix) + name))
+            sum = sum.value_or(0) + static_cast<std::uint64_t>(*value);
+    return sum;
+}
+
+std::string CInterfaceCounters::file(std::string const & name) const
+{
+    std::lock_guard const lock(m_mutex);
+    return m_folder + '/' + name;
+}
+
+long CInterfaceCounters::counter(char const * name) const
+{
+    return number(file(counterPrefix) + name);
 }
 
 std::string interfaceFolder(std::string const & name)

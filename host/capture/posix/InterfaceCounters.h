@@ -5,7 +5,9 @@
 #include "ketstats/capture/Requester.h"
 
 #include <bitset>
+#include <cstdint>
 #include <mutex>
+#include <optional>
 #include <string>
 
 namespace ketmon {
@@ -28,18 +30,27 @@ public:
     // The counters of "Global errors" that have figures: ids below "1.2".
     std::bitset<32> errors() const;
 
+    // The interface's folder by now: it goes with the name.
+    void setFolder(std::string folder);
+
+    // Frames that the interface dropped since the capture began: nothing where the system doesn't tell.
+    void beginCapture();
+    std::optional<std::uint64_t> droppedSinceBegin() const;
+
     // What the capture has received and lost so far.
     void setCapture(CCaptureCounters const & counters);
     CCaptureCounters capture() const;
 
 private:
-    std::string counterFile(char const * name) const { return m_folder + "/statistics/" + name; }
-    static long number(std::string const & path);
+    std::string file(std::string const & name) const;
+    long counter(char const * name) const;
+    std::optional<std::uint64_t> dropped() const;
 
-    std::string m_folder;
     long m_linkSpeed;
     mutable std::mutex m_mutex;
-    CCaptureCounters m_capture; // under the mutex
+    std::string m_folder; // this and the next under the mutex
+    CCaptureCounters m_capture;
+    std::optional<std::uint64_t> m_firstDrops; // what it had dropped when the capture began
 };
 
 // The folder of an interface in this system.

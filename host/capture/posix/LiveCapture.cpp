@@ -1,18 +1,66 @@
 #include "host/capture/LiveCapture.h"
 
+#include "host/capture/Offloads.h"
 #include "host/capture/posix/InterfaceCounters.h"
+#include "host/capture/posix/InterfaceState.h"
+#include "host/capture/posix/InterfaceWait.h"
 #include "host/capture/posix/PcapLive.h"
+#include "host/support/Output.h"
+
+#include <utility>
+
+#include <linux/ethtool.h>
+#include <net/if.h>
 
 namespace ketmon {
 
-CInput openLiveCapture(std::string const & interface, std::string const & filter, long linkSpeed)
+namespace {
+
+void warnOfOffloads(std::string const & interface)
 {
-    auto counters = std::make_unique<CInterfaceCounters>(interfaceFolder(interface), linkSpeed);
+    CInterfaceState const state;
+    // No wire is behind a loopback interface.
+    if ((state.flags(interface) & IFF_LOOPBACK) != 0)
+        return;
+    constexpr std::pair<char const *, std::uint32_t> questions[] = {
+        {"gro", ETHTOOL_GGRO}, {"lro", ETHTOOL_GFLAGS}, {"tso", ETHTOOL_GTSO}, {"gso", ETHTOOL_GGSO}};
+    std::vector<std::string> offloads;
+    for (auto const & [name, question] : questions) {
+        std::uint32_t const answer = state.driverValue(interface, question).value_or(0);
+        // This one is a bit among others.
+        if ((question == ETHTOOL_GFLAGS ? answer & ETH_FLAG_LRO : answer) != 0)
+            offloads.emplace_back(name);
+    }
+    if (std::string const warning = offloadWarning(interface, offloads); !warning.empty())
+        tell(warning);
+}
+
+CInput opened(CLiveOptions const & options)
+{
+    auto counters =
+        std::make_unique<CInterfaceCounters>(interfaceFolder(options.interface), options.linkSpeed);
     CInterfaceCounters & known = *counters;
-    auto source = std::make_unique<CPcapLive>(
-        interface, filter, [&known](CCaptureCounters const & told) { known.setCapture(told); });
+    auto source = std::make_unique<CPcapLive>(options, known);
     std::bitset<32> const errors = known.errors();
     return {std::move(counters), std::move(source), errors, [&known] { return known.capture(); }};
+}
+
+} // namespace
+
+std::optional<CInput> openLiveCapture(CLiveOptions const & options)
+{
+    for (;;) {
+        try {
+            CInput input = opened(options);
+            warnOfOffloads(options.interface);
+            return input;
+        } catch (CInterfaceNotReady const & failure) {
+            if (!options.wait)
+                throw;
+            if (!awaitInterface(options.interface, failure.what(), options.waiting))
+                return {};
+        }
+    }
 }
 
 } // namespace ketmon

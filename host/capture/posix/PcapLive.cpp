@@ -1,26 +1,37 @@
 #include "host/capture/posix/PcapLive.h"
 
+#include "host/capture/posix/InterfaceCounters.h"
 #include "host/capture/posix/PcapTime.h"
-#include "host/support/Failure.h"
+#include "host/support/Output.h"
 
 #include <fmt/core.h>
-#include <net/if.h>
+#include <linux/if_packet.h>
 #include <pcap/pcap.h>
 #include <poll.h>
-#include <sys/ioctl.h>
+#include <sys/socket.h>
 
 #include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <system_error>
 
 namespace ketmon {
 
 namespace {
 
-constexpr int snapLength = 262144;
-constexpr int bufferSize = 16 << 20;
-constexpr int patience = 100; // milliseconds until frames are handed over, and until a stop is seen
-constexpr std::chrono::milliseconds countersAge(200);
+constexpr int patience = 100; // milliseconds until frames are handed over
+constexpr std::chrono::milliseconds lookAge(200);
+// A capture whose interface is up may fail once or so, when that has been down for a moment.
+constexpr unsigned int mostFailures = 10;
+
+// The number of the interface that the capture is bound to. Its name might be another one's by now.
+unsigned int boundIndex(pcap * handle)
+{
+    sockaddr_ll address{};
+    socklen_t size = sizeof address;
+    int const bound = getsockname(pcap_fileno(handle), reinterpret_cast<sockaddr *>(&address), &size);
+    return bound == 0 && address.sll_family == AF_PACKET ? static_cast<unsigned int>(address.sll_ifindex) : 0;
+}
 
 // A capability belongs to the file itself and not to a link to it.
 std::string programPath()
@@ -37,37 +48,39 @@ void CPcapLive::CCloser::operator()(pcap * handle) const
     pcap_close(handle);
 }
 
-CPcapLive::CPcapLive(std::string const & interface, std::string const & filter, Told told)
-    : m_interface(interface),
-      m_told(std::move(told))
+CPcapLive::CPcapLive(CLiveOptions const & options, CInterfaceCounters & counters)
+    : m_interface(options.interface),
+      m_counters(counters)
 {
     char message[PCAP_ERRBUF_SIZE] = "";
-    m_handle.reset(pcap_create(interface.c_str(), message));
+    m_handle.reset(pcap_create(m_interface.c_str(), message));
     if (!m_handle)
-        throw CFailure(exitFailure, fmt::format("{}: {}", interface, message));
-    activate();
+        throw CFailure(exitFailure, fmt::format("{}: {}", m_interface, message));
+    activate(options);
     int const linkType = pcap_datalink(m_handle.get());
     if (linkType != DLT_EN10MB) {
         char const * const name = pcap_datalink_val_to_name(linkType);
         throw CFailure(exitFailure,
                        fmt::format("{}: the link type is {} ({}), and only Ethernet can be counted",
-                                   interface, name ? name : "unknown", linkType));
+                                   m_interface, name ? name : "unknown", linkType));
     }
-    setFilter(filter);
+    setFilter(options.filter);
     if (pcap_setnonblock(m_handle.get(), 1, message) != 0)
-        throw CFailure(exitFailure, fmt::format("{}: {}", interface, message));
-    tell();
+        throw CFailure(exitFailure, fmt::format("{}: {}", m_interface, message));
+    m_index = boundIndex(m_handle.get());
+    m_counters.beginCapture();
+    tellCounters();
 }
 
 CPcapLive::~CPcapLive() = default;
 
-void CPcapLive::activate()
+void CPcapLive::activate(CLiveOptions const & options)
 {
     pcap * const handle = m_handle.get();
-    pcap_set_snaplen(handle, snapLength);
-    pcap_set_promisc(handle, 1);
+    pcap_set_snaplen(handle, static_cast<int>(options.snapLength == 0 ? wholeFrames : options.snapLength));
+    pcap_set_promisc(handle, options.promiscuous ? 1 : 0);
     pcap_set_timeout(handle, patience);
-    pcap_set_buffer_size(handle, bufferSize);
+    pcap_set_buffer_size(handle, options.bufferBytes);
     pcap_set_tstamp_precision(handle, PCAP_TSTAMP_PRECISION_NANO);
     int const result = pcap_activate(handle);
     if (result == PCAP_ERROR_PERM_DENIED || result == PCAP_ERROR_PROMISC_PERM_DENIED)
@@ -77,7 +90,9 @@ void CPcapLive::activate()
                         "'setcap cap_net_raw=ep {}'",
                         m_interface, programPath()));
     if (result == PCAP_ERROR_NO_SUCH_DEVICE)
-        throw CFailure(exitFailure, fmt::format("{}: there is no such interface", m_interface));
+        throw CInterfaceNotReady(fmt::format("{}: there is no such interface", m_interface));
+    if (result == PCAP_ERROR_IFACE_NOT_UP)
+        throw CInterfaceNotReady(fmt::format("{}: the interface is down", m_interface));
     if (result < 0) {
         std::string const reason = pcap_geterr(handle);
         throw CFailure(exitFailure, fmt::format("{}: {}", m_interface,
@@ -101,17 +116,15 @@ void CPcapLive::setFilter(std::string const & filter)
 
 bool CPcapLive::next(CCapturedFrame & frame)
 {
-    while (!m_stopped.load(std::memory_order_relaxed)) {
+    while (!m_interrupt.raised()) {
         pcap_pkthdr * header = nullptr;
         unsigned char const * data = nullptr;
         int const result = pcap_next_ex(m_handle.get(), &header, &data);
-        if (result < 0) {
-            std::string const why = fmt::format("{}: {}", m_interface, pcap_geterr(m_handle.get()));
-            if (!isThere())
-                throw CInterfaceGone(why);
-            throw CFailure(exitFailure, why);
-        }
-        if (result == 0) {
+        if (result < 0)
+            failed();
+        else
+            m_failures = 0;
+        if (result <= 0) {
             wait();
             continue;
         }
@@ -119,40 +132,63 @@ bool CPcapLive::next(CCapturedFrame & frame)
         frame.capturedLength = header->caplen;
         frame.length = header->len;
         frame.ticks = ticksOfNanoStamp(header->ts);
-        tell();
+        lookNowAndThen();
         return true;
     }
     return false;
 }
 
-// Asked through the capture's own socket: there may be no right left to make another one.
-bool CPcapLive::isThere() const
+// An interface that goes down, or away, fails the capture once. It goes on when the interface comes up again.
+void CPcapLive::failed()
 {
-    ifreq request{};
-    m_interface.copy(request.ifr_name, sizeof request.ifr_name - 1);
-    return ioctl(pcap_fileno(m_handle.get()), SIOCGIFINDEX, &request) == 0;
+    std::string const why = fmt::format("{}: {}", m_interface, pcap_geterr(m_handle.get()));
+    look();
+    if (m_up && ++m_failures > mostFailures)
+        throw CFailure(exitFailure, why);
 }
 
 void CPcapLive::wait()
 {
-    tell();
-    pollfd poller{pcap_get_selectable_fd(m_handle.get()), POLLIN, 0};
-    static_cast<void>(poll(&poller, 1, patience));
+    lookNowAndThen();
+    pollfd waited[] = {{pcap_get_selectable_fd(m_handle.get()), POLLIN, 0},
+                       {m_interrupt.descriptor(), POLLIN, 0}};
+    static_cast<void>(poll(waited, std::size(waited), patience));
 }
 
-// The counters of libpcap may only be asked on the thread that reads frames.
-void CPcapLive::tell()
+void CPcapLive::lookNowAndThen()
 {
-    auto const now = std::chrono::steady_clock::now();
-    if (now - m_lastTold < countersAge)
-        return;
-    m_lastTold = now;
+    if (std::chrono::steady_clock::now() - m_lastLook >= lookAge)
+        look();
+}
+
+void CPcapLive::look()
+{
+    m_lastLook = std::chrono::steady_clock::now();
+    std::string const name = m_state.nameOf(m_index);
+    if (name.empty())
+        throw CInterfaceGone(fmt::format("{}: the interface is gone", m_interface));
+    if (name != m_interface) {
+        tell(fmt::format("{}: is called {} now", m_interface, name));
+        m_interface = name;
+        m_counters.setFolder(interfaceFolder(name));
+    }
+    if (m_state.isUp(name) != m_up) {
+        m_up = !m_up;
+        tell(name + (m_up ? ": is up again" : ": is down; the capture goes on when it is up again"));
+    }
+    tellCounters();
+}
+
+// The counters of libpcap may only be asked on the thread that reads frames. What the interface dropped isn't
+// taken from them: libpcap looks for it under the interface's first name.
+void CPcapLive::tellCounters()
+{
     pcap_stat statistics{};
-    if (!m_told || pcap_stats(m_handle.get(), &statistics) != 0)
+    if (pcap_stats(m_handle.get(), &statistics) != 0)
         return;
     // What had no room in the buffer is among the received ones of this system.
     unsigned int const kept = statistics.ps_recv - std::min(statistics.ps_recv, statistics.ps_drop);
-    m_told({kept, statistics.ps_drop, statistics.ps_ifdrop});
+    m_counters.setCapture({kept, statistics.ps_drop, m_counters.droppedSinceBegin()});
 }
 
 } // namespace ketmon

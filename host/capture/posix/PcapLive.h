@@ -1,11 +1,12 @@
 #pragma once
 
-#include "host/capture/CaptureCounters.h"
 #include "host/capture/CaptureSource.h"
+#include "host/capture/LiveCapture.h"
+#include "host/capture/posix/InterfaceState.h"
+#include "host/support/Failure.h"
+#include "host/support/Interrupt.h"
 
-#include <atomic>
 #include <chrono>
-#include <functional>
 #include <memory>
 #include <string>
 
@@ -13,23 +14,33 @@ struct pcap;
 
 namespace ketmon {
 
+class CInterfaceCounters;
+
+// An interface that isn't there, or is down, and may come.
+class CInterfaceNotReady : public CFailure
+{
+public:
+    explicit CInterfaceNotReady(std::string const & message) : CFailure(exitFailure, message) {}
+};
+
 // The frames that pass a network interface, as they pass. All but `stop` belongs to one thread.
+//
+// It holds on to the interface by its number: that stays when the interface goes down and comes up again, which
+// is told on stderr, and when it gets another name.
 class CPcapLive : public CCaptureSource
 {
 public:
-    // What the capture has received and lost so far.
-    using Told = std::function<void(CCaptureCounters const & counters)>;
-
-    // `told` is called on the thread of `next`, a few times a second while frames flow and none do. Throws
-    // CFailure: exit code 1 for an interface that isn't there, can't be captured on or isn't Ethernet, 2 for
-    // a filter that is none.
-    CPcapLive(std::string const & interface, std::string const & filter, Told told);
+    // `counters`, which must live longer, is told on the thread of `next` what the capture has received and
+    // lost, and of another name, a few times a second while frames flow and none do. Throws CFailure: exit code
+    // 1 for an interface that can't be captured on or isn't Ethernet, which is a CInterfaceNotReady if it isn't
+    // there or is down, 2 for a filter that is none.
+    CPcapLive(CLiveOptions const & options, CInterfaceCounters & counters);
     ~CPcapLive() override;
 
-    // Waits for a frame; false once stopped. Throws CFailure, exit code 1, if it can't go on, which is a
+    // Waits for a frame; false once stopped. Throws CFailure, exit code 1, if it can't go on, and
     // CInterfaceGone if the interface went away.
     bool next(CCapturedFrame & frame) override;
-    void stop() override { m_stopped.store(true, std::memory_order_relaxed); }
+    void stop() override { m_interrupt.raise(); }
 
 private:
     struct CCloser
@@ -37,17 +48,23 @@ private:
         void operator()(pcap * handle) const;
     };
 
-    void activate();
+    void activate(CLiveOptions const & options);
     void setFilter(std::string const & filter);
-    bool isThere() const; // the interface
+    void failed();
     void wait();
-    void tell();
+    void lookNowAndThen();
+    void look();
+    void tellCounters();
 
-    std::string m_interface;
-    Told m_told;
+    std::string m_interface; // its name by now
+    unsigned int m_index = 0;
+    bool m_up = true;
+    unsigned int m_failures = 0; // one behind the other
+    CInterfaceCounters & m_counters;
+    CInterfaceState m_state;
+    CInterrupt m_interrupt;
     std::unique_ptr<pcap, CCloser> m_handle;
-    std::chrono::steady_clock::time_point m_lastTold{};
-    std::atomic<bool> m_stopped{false};
+    std::chrono::steady_clock::time_point m_lastLook{};
 };
 
 } // namespace ketmon

@@ -7,10 +7,11 @@
 namespace ketmon {
 
 // The system has no capture library of its own, and ketmon brings none.
-CInput openLiveCapture(std::string const & name, std::string const &, long)
+std::optional<CInput> openLiveCapture(CLiveOptions const & options)
 {
-    throw CFailure(exitBadInput,
-                   fmt::format("{}: ketmon can't capture on this system; it reads capture files", name));
+    throw CFailure(
+        exitBadInput,
+        fmt::format("{}: ketmon can't capture on this system; it reads capture files", options.interface));
 }
 
 } // namespace ketmon

@@ -1,13 +1,16 @@
 #include "host/support/ByteSource.h"
 
 #include "host/support/Failure.h"
+#include "host/support/Interrupt.h"
 
 #include <fmt/core.h>
 
 #include <cerrno>
 #include <cstring>
+#include <iterator>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -15,13 +18,15 @@ namespace ketmon {
 
 namespace {
 
+// Nothing waits here but `poll`, which an interrupt ends: a pipe without a writer is opened at once, and read
+// when there is something to read. The standard input is shared with others and stays as they have it.
 class CFileSource : public CByteSource
 {
 public:
-    explicit CFileSource(std::string const & path) : m_path(path)
+    CFileSource(std::string const & path, CInterrupt const * interrupt) : m_path(path), m_interrupt(interrupt)
     {
         if (path != standardInput)
-            m_handle = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+            m_handle = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
         if (m_handle < 0)
             fail();
         struct stat about
@@ -30,7 +35,8 @@ public:
             fail();
         if (S_ISDIR(about.st_mode))
             throw CFailure(exitBadInput, fmt::format("{}: is a directory", path));
-        if (S_ISREG(about.st_mode))
+        m_waits = !S_ISREG(about.st_mode);
+        if (!m_waits)
             m_size = static_cast<std::uint64_t>(about.st_size);
     }
 
@@ -43,9 +49,11 @@ public:
     std::size_t read(unsigned char * bytes, std::size_t most) override
     {
         ssize_t got = -1;
-        do
+        do {
+            if (!readable())
+                return 0;
             got = ::read(m_handle, bytes, most);
-        while (got < 0 && errno == EINTR);
+        } while (got < 0 && (errno == EINTR || (errno == EAGAIN && m_waits)));
         if (got < 0)
             fail();
         m_position += static_cast<std::uint64_t>(got);
@@ -61,17 +69,32 @@ private:
         throw CFailure(exitBadInput, fmt::format("{}: {}", m_path, std::strerror(errno)));
     }
 
+    // Waits until there is something to read, be it the end; false if it was interrupted.
+    bool readable() const
+    {
+        if (m_waits && !(m_interrupt && m_interrupt->raised())) {
+            pollfd waited[] = {{m_handle, POLLIN, 0},
+                               {m_interrupt ? m_interrupt->descriptor() : -1, POLLIN, 0}};
+            while (poll(waited, std::size(waited), -1) < 0)
+                if (errno != EINTR)
+                    fail();
+        }
+        return !m_interrupt || !m_interrupt->raised();
+    }
+
     std::string m_path;
+    CInterrupt const * m_interrupt;
     int m_handle = STDIN_FILENO;
+    bool m_waits = false;
     std::uint64_t m_size = 0;
     std::uint64_t m_position = 0;
 };
 
 } // namespace
 
-std::unique_ptr<CByteSource> openByteSource(std::string const & path)
+std::unique_ptr<CByteSource> openByteSource(std::string const & path, CInterrupt const * interrupt)
 {
-    return std::make_unique<CFileSource>(path);
+    return std::make_unique<CFileSource>(path, interrupt);
 }
 
 } // namespace ketmon

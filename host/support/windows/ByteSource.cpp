@@ -1,6 +1,7 @@
 #include "host/support/ByteSource.h"
 
 #include "host/support/Failure.h"
+#include "host/support/Interrupt.h"
 
 #include <fmt/core.h>
 
@@ -13,17 +14,19 @@
 #include <fcntl.h>
 #include <io.h>
 #include <sys/stat.h>
+#include <windows.h>
 
 namespace ketmon {
 
 namespace {
 
 constexpr int standardHandle = 0;
+constexpr DWORD patience = 20; // milliseconds between two looks at a pipe
 
 class CFileSource : public CByteSource
 {
 public:
-    explicit CFileSource(std::string const & path) : m_path(path)
+    CFileSource(std::string const & path, CInterrupt const * interrupt) : m_path(path), m_interrupt(interrupt)
     {
         // Here a directory can't be opened, and the reason would be a puzzle.
         std::error_code error;
@@ -49,6 +52,8 @@ public:
 
     std::size_t read(unsigned char * bytes, std::size_t most) override
     {
+        if (!readable())
+            return 0;
         int const got =
             _read(m_handle, bytes, static_cast<unsigned int>(std::min<std::size_t>(most, INT_MAX)));
         // A pipe whose writer went away is at its end.
@@ -67,7 +72,20 @@ private:
         throw CFailure(exitBadInput, fmt::format("{}: {}", m_path, std::strerror(errno)));
     }
 
+    // A read of a pipe can't be ended from another thread, so it waits until something is there, be it the
+    // end; false if it was interrupted.
+    bool readable() const
+    {
+        HANDLE const handle = reinterpret_cast<HANDLE>(_get_osfhandle(m_handle));
+        bool const isPipe = m_interrupt && GetFileType(handle) == FILE_TYPE_PIPE;
+        for (DWORD there = 0; isPipe && !m_interrupt->raised(); Sleep(patience))
+            if (PeekNamedPipe(handle, nullptr, 0, nullptr, &there, nullptr) == 0 || there != 0)
+                break;
+        return !m_interrupt || !m_interrupt->raised();
+    }
+
     std::string m_path;
+    CInterrupt const * m_interrupt;
     int m_handle = standardHandle;
     std::uint64_t m_size = 0;
     std::uint64_t m_position = 0;
@@ -75,9 +93,9 @@ private:
 
 } // namespace
 
-std::unique_ptr<CByteSource> openByteSource(std::string const & path)
+std::unique_ptr<CByteSource> openByteSource(std::string const & path, CInterrupt const * interrupt)
 {
-    return std::make_unique<CFileSource>(path);
+    return std::make_unique<CFileSource>(path, interrupt);
 }
 
 } // namespace ketmon

@@ -1,8 +1,20 @@
 #include "host/support/Output.h"
 
+#include <cstdio>
+
 namespace ketmon {
 
 // The run-time reserves the places of the three here, whether they are open or not.
 void holdStandardStreams() {}
+
+bool writeErrors(std::string_view text, std::chrono::milliseconds) noexcept
+{
+    return std::fwrite(text.data(), 1, text.size(), stderr) == text.size() && std::fflush(stderr) == 0;
+}
+
+bool errorsGoToTheSystemsLog()
+{
+    return false;
+}
 
 } // namespace ketmon

@@ -72,7 +72,7 @@ TEST(AgentRights, OneCapabilityIsEnoughAndIsGivenUp)
 {
     bool const permitted =
         canLoseRights() && test::inOwnNetwork([] {
-            Agent agent(twoDatagrams(), Process::captureRight);
+            Agent agent(twoDatagrams(), "", Process::captureRight);
             EXPECT_EQ(statusOf(agent.process().id(), "Uid"), "65534\t65534\t65534\t65534");
             expectToCount(agent);
             // Nobody may clear the bounding set without another capability, and that is told.

@@ -366,7 +366,7 @@ TEST(Agent, SaysWhoItIsAndWhatItCounts)
 {
     std::string const identity = "000102030405060708090a0b0c0d0eff";
     std::string const file = capture("internet-mixed.pcap");
-    Agent const agent({"-r", file, "--consoles", "2", "--interval", "2.5", "--name", "web7", "--identity",
+    Agent const agent({"-r", file, "--consoles", "2", "--interval", "4.5", "--name", "web7", "--identity",
                        identity, "--link-speed", "1000000", "--enable", "1.5"});
 
     CWelcome const welcome = welcomeOf(agent);
@@ -376,8 +376,8 @@ TEST(Agent, SaysWhoItIsAndWhatItCounts)
     EXPECT_EQ(welcome.kind, SourceKind::file);
     EXPECT_EQ(welcome.source, file);
     EXPECT_EQ(welcome.linkSpeed, 1000000U);
-    EXPECT_EQ(welcome.interval, 2500U);
-    EXPECT_EQ(welcome.heartbeat, 2500U);
+    EXPECT_EQ(welcome.interval, 4500U);
+    EXPECT_EQ(welcome.heartbeat, 4500U);
     EXPECT_EQ(welcome.groups.to_ulong(), 0b1010101010U);
     EXPECT_TRUE(welcome.errors.none());
     EXPECT_EQ(welcome.limits.stations, 4097U);

@@ -1,16 +1,14 @@
+#include "tests/host/OwnNetwork.h"
 #include "tests/host/Process.h"
 
 #include "host/capture/posix/InterfaceCounters.h"
+#include "host/support/Failure.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <arpa/inet.h>
-#include <fcntl.h>
-#include <linux/if_tun.h>
-#include <net/if.h>
 #include <netinet/in.h>
-#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -18,31 +16,17 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <sched.h>
 #include <thread>
 
 using ketmon::CInterfaceCounters;
 using nlohmann::ordered_json;
 using test::Agent;
+using test::inOwnNetwork;
+using test::PassingInterface;
 using test::Process;
 using testing::HasSubstr;
 
 namespace {
-
-// A network of its own for the calling thread and whatever it starts, with nothing but a loopback interface
-// that is up. False if that isn't permitted.
-bool enterOwnNetwork()
-{
-    if (unshare(CLONE_NEWNET) != 0)
-        return false;
-    int const handle = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    ifreq request{};
-    std::string("lo").copy(request.ifr_name, sizeof request.ifr_name - 1);
-    request.ifr_flags = IFF_UP;
-    bool const up = handle >= 0 && ioctl(handle, SIOCSIFFLAGS, &request) == 0;
-    close(handle);
-    return up;
-}
 
 constexpr unsigned short port = 4000;
 constexpr std::size_t payload = 100;
@@ -95,18 +79,6 @@ void flood(unsigned int datagrams)
     close(handle);
 }
 
-// Runs a test in a network of its own; false if that isn't permitted.
-bool inOwnNetwork(void (*body)())
-{
-    bool permitted = false;
-    std::thread([&] {
-        permitted = enterOwnNetwork();
-        if (permitted)
-            body();
-    }).join();
-    return permitted;
-}
-
 TEST(LiveCapture, CountsWhatPassesTheFilter)
 {
     bool const permitted = inOwnNetwork([] {
@@ -134,12 +106,58 @@ TEST(LiveCapture, CountsWhatPassesTheFilter)
         GTEST_SKIP() << "no right to a network of its own";
 }
 
+// Of each frame only the headers are kept, so that a flood fits the buffer, and all of its bytes are counted.
+TEST(LiveCapture, HoldsAFloodOfLargeFramesByTheirHeaders)
+{
+    bool const permitted = inOwnNetwork([] {
+        constexpr unsigned int sent = 1000;
+        Agent agent({"-i", "lo", "-f", "udp dst port 4000", "-c", "1000", "--consoles", "1"});
+        Process console({"console", agent.address(), "--json"});
+        ASSERT_NE(console.line(), "") << agent.process().errors();
+
+        agent.process().signal(SIGSTOP);
+        flood(sent);
+        agent.process().signal(SIGCONT);
+
+        ordered_json const last = test::outputOf(console).last;
+        EXPECT_EQ(last["totals"]["frames"], sent);
+        EXPECT_EQ(last["capture"]["dropped_by_kernel"], 0);
+        // Of a length the low 16 bits count.
+        EXPECT_EQ(last["totals"]["bytes"], sent * ((14 + 20 + 8 + 65507) % 65536 + 4));
+        EXPECT_EQ(agent.process().wait(), 0) << agent.process().errors();
+    });
+    if (!permitted)
+        GTEST_SKIP() << "no right to a network of its own";
+}
+
+TEST(LiveCapture, HoldsNoMoreThanTheBufferThatItIsGiven)
+{
+    bool const permitted = inOwnNetwork([] {
+        Agent agent(
+            {"-i", "lo", "-f", "udp dst port 4000", "-B", "64", "--consoles", "1", "--interval", "0.02"});
+        Process console({"console", agent.address(), "--json"});
+        ASSERT_NE(console.line(), "") << agent.process().errors();
+
+        agent.process().signal(SIGSTOP);
+        flood(1000);
+        agent.process().signal(SIGCONT);
+
+        ordered_json dropped = 0;
+        for (int samples = 0; samples < 500 && dropped == 0; ++samples)
+            dropped = ordered_json::parse(console.line())["capture"]["dropped_by_kernel"];
+        EXPECT_GT(dropped, 0);
+    });
+    if (!permitted)
+        GTEST_SKIP() << "no right to a network of its own";
+}
+
 // An agent that is held up loses what its buffer can't take, and knows how much.
 TEST(LiveCapture, TellsHowManyFramesWereLost)
 {
     bool const permitted = inOwnNetwork([] {
         constexpr unsigned int sent = 1000; // far more than the buffer takes
-        Agent agent({"-i", "lo", "-f", "udp dst port 4000", "--consoles", "1", "--interval", "0.02"});
+        Agent agent(
+            {"-i", "lo", "-f", "udp dst port 4000", "--consoles", "1", "--interval", "0.02", "-s", "0"});
         Process console({"console", agent.address(), "--json", "--tree"});
         ASSERT_NE(console.line(), "") << agent.process().errors();
 
@@ -170,44 +188,12 @@ TEST(LiveCapture, TellsHowManyFramesWereLost)
         GTEST_SKIP() << "no right to a network of its own";
 }
 
-// An interface of the kind that goes with the program that made it.
-class PassingInterface
-{
-public:
-    explicit PassingInterface(char const * name) : m_handle(open("/dev/net/tun", O_RDWR | O_CLOEXEC))
-    {
-        ifreq request{};
-        std::string(name).copy(request.ifr_name, sizeof request.ifr_name - 1);
-        request.ifr_flags = IFF_TAP | IFF_NO_PI;
-        int const handle = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-        m_there = m_handle >= 0 && ioctl(m_handle, TUNSETIFF, &request) == 0;
-        request.ifr_flags = IFF_UP;
-        m_there = m_there && ioctl(handle, SIOCSIFFLAGS, &request) == 0;
-        close(handle);
-    }
-    ~PassingInterface() { remove(); }
-    PassingInterface(PassingInterface const &) = delete;
-    PassingInterface & operator=(PassingInterface const &) = delete;
-
-    bool there() const { return m_there; }
-    void remove()
-    {
-        if (m_handle >= 0)
-            close(m_handle);
-        m_handle = -1;
-    }
-
-private:
-    int m_handle;
-    bool m_there = false;
-};
-
 TEST(LiveCapture, OfAnInterfaceThatGoesAwayEndsWithThatReason)
 {
     static bool made = true;
     bool const permitted = inOwnNetwork([] {
         PassingInterface passing("passing0");
-        made = passing.there();
+        made = passing.there() && passing.setUp(true);
         if (!made)
             return;
         Agent agent({"-i", "passing0", "--interval", "0.02"});
@@ -223,7 +209,7 @@ TEST(LiveCapture, OfAnInterfaceThatGoesAwayEndsWithThatReason)
         EXPECT_EQ(last["errors"]["software_overflows"], 0);
         EXPECT_EQ(console.wait(), 1);
         EXPECT_THAT(console.errors(), HasSubstr("the agent lost its interface: passing0: "));
-        EXPECT_EQ(agent.process().wait(), 1);
+        EXPECT_EQ(agent.process().wait(), ketmon::exitInterfaceGone);
     });
     if (!permitted || !made)
         GTEST_SKIP() << "no right to a network and an interface of its own";
@@ -249,7 +235,7 @@ TEST(LiveCapture, EndsOnASignalWithoutAFrame)
 TEST(LiveCapture, SaysWhatIsWrongWithItsInput)
 {
     bool const permitted = inOwnNetwork([] {
-        test::Outcome const noInterface = test::ketmon({"agent", "-i", "no-such-if"});
+        test::Outcome const noInterface = test::ketmon({"agent", "-i", "no-such-if", "--no-wait"});
         EXPECT_EQ(noInterface.exitCode, 1);
         EXPECT_THAT(noInterface.errors, HasSubstr("no-such-if: there is no such interface"));
 

@@ -70,10 +70,10 @@ private:
 
 TEST(Completion, OffersTheCommands)
 {
-    EXPECT_THAT(offered({""}),
-                UnorderedElementsAre("read", "show", "filter", "schema", "agent", "console", "bench"));
+    EXPECT_THAT(offered({""}), UnorderedElementsAre("read", "show", "filter", "schema", "agent", "console",
+                                                    "bench", "interfaces"));
     EXPECT_THAT(offered({"s"}), UnorderedElementsAre("show", "schema"));
-    EXPECT_THAT(offered({"-"}), UnorderedElementsAre("-h", "--help", "--version"));
+    EXPECT_THAT(offered({"-"}), UnorderedElementsAre("-h", "--help", "--version", "-D", "--list-interfaces"));
 }
 
 TEST(Completion, OffersTheOptionsOfTheCommand)
@@ -81,7 +81,7 @@ TEST(Completion, OffersTheOptionsOfTheCommand)
     EXPECT_THAT(
         offered({"read", "--"}),
         AllOf(IsSupersetOf({"--read", "--json", "--save-snapshot", "--quiet"}), Not(Contains("--pace"))));
-    EXPECT_THAT(offered({"agent", "--p"}), ElementsAre("--pace"));
+    EXPECT_THAT(offered({"agent", "--pa"}), ElementsAre("--pace"));
     EXPECT_THAT(offered({"schema", "-"}), UnorderedElementsAre("-h", "--help", "--json"));
     EXPECT_THAT(offered({"filter", "-q", "-"}), IsSupersetOf({"-q", "-w", "--frames"}));
 }
@@ -145,6 +145,7 @@ TEST(Completion, OffersTheInterfacesOfTheSystem)
 {
     EXPECT_THAT(offered({"agent", "-i", ""}), Contains("lo"));
     EXPECT_THAT(offered({"agent", "--interface", "l"}), Contains("lo"));
+    EXPECT_THAT(offered({"agent", "--wait", "-p", "-i", "l"}), Contains("lo")) << "flags take no value";
 }
 
 TEST(Completion, OffersFilesWhereTheyAreMeant)

@@ -55,12 +55,14 @@ Options optionsOfHelp(std::string const & command)
 {
     std::regex const line("  (?:(-[a-zA-Z]), *)?(--[a-z-]+)(?: (\\S.*?))?(?:  .*)?");
     std::regex const usual("[^=]*=(\\S+).*");
+    std::regex const relations("(Needs|Excludes): .*"); // of a flag
     Options options;
     for (std::string const & text : linesOf(help(command))) {
         std::smatch match;
         if (!std::regex_match(text, match, line))
             continue;
-        std::string const value = match[3];
+        std::string const value =
+            std::regex_match(match[3].str(), relations) ? std::string() : match[3].str();
         std::smatch found;
         bool const hasUsual = std::regex_match(value, found, usual);
         options[match[1].matched ? match[1].str() + ", " + match[2].str() : match[2].str()] = {

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <future>
 
 using namespace ketmon;
 using nlohmann::ordered_json;
@@ -61,7 +62,7 @@ std::string welcomed()
 std::string failureAgainst(std::string const & bytes)
 {
     RawAgent const agent(bytes);
-    test::Outcome const outcome = test::ketmon({"console", agent.address(), "--json"});
+    test::Outcome const outcome = test::ketmon({"console", agent.address(), "--json", "--no-reconnect"});
 
     EXPECT_EQ(outcome.exitCode, 1);
     std::string const start = "ketmon: " + agent.address() + ": ";
@@ -86,6 +87,14 @@ std::uint64_t framesOfOthers(ordered_json const & rows)
         if (row.contains("others"))
             return row["frames"].get<std::uint64_t>();
     return 0;
+}
+
+std::vector<std::string> linesOf(Process & console)
+{
+    std::vector<std::string> lines;
+    for (std::string line = console.line(); !line.empty(); line = console.line())
+        lines.push_back(line);
+    return lines;
 }
 
 // Waits until a console has seen a frame, and says how many.
@@ -118,7 +127,7 @@ TEST(Console, SaysWhyItCanNotConnect)
 TEST(Console, SaysThatAnAgentIsGone)
 {
     Agent agent(endless());
-    Process client({"console", agent.address(), "--json"});
+    Process client({"console", agent.address(), "--json", "--no-reconnect"});
     EXPECT_NE(client.line(), "");
 
     agent.process().signal(SIGKILL);
@@ -219,8 +228,7 @@ TEST(Console, HasOneZeroPoint)
 // that was.
 TEST(Console, TablesAndWhatTheyGaveUpComeToTheWhole)
 {
-    // Slow enough for a busy machine to start the second console meanwhile, with no more samples than fit its pipe
-    // until it is read.
+    // Slow enough for a busy machine to start the second console meanwhile.
     Agent agent({"-r", capture("many-connections.pcap"), "--interval", "0.1", "--pace", "0.25", "--rows",
                  "all=20", "--consoles", "1"});
     Process early({"console", agent.address(), "--json", "--select", "totals", "--select", "protocols",
@@ -228,10 +236,14 @@ TEST(Console, TablesAndWhatTheyGaveUpComeToTheWhole)
     EXPECT_GT(framesWhenCounting(early), 0U);
     Process late({"console", agent.address(), "--json"});
 
+    // Both are read all the while: a console that is held up is given up.
+    std::future<std::vector<std::string>> earlyLines =
+        std::async(std::launch::async, [&] { return linesOf(early); });
+    std::vector<std::string> const lateLines = linesOf(late);
     std::uint64_t withoutRow = 0;
-    for (Process * const console : {&early, &late}) {
+    for (std::vector<std::string> const & lines : {earlyLines.get(), lateLines}) {
         unsigned int samples = 0;
-        for (std::string line = console->line(); !line.empty(); line = console->line()) {
+        for (std::string const & line : lines) {
             ordered_json const tables = ordered_json::parse(line)["tables"];
             std::uint64_t const pairs = framesOf(tables["ip_traffic"]["rows"]) +
                                         tables["ip_traffic"]["given_up"]["frames"].get<std::uint64_t>();
@@ -245,8 +257,9 @@ TEST(Console, TablesAndWhatTheyGaveUpComeToTheWhole)
         }
         EXPECT_GT(samples, 2U);
         EXPECT_GT(withoutRow, 0U);
-        EXPECT_EQ(console->wait(), 0) << console->errors();
     }
+    EXPECT_EQ(early.wait(), 0) << early.errors();
+    EXPECT_EQ(late.wait(), 0) << late.errors();
     EXPECT_EQ(agent.process().wait(), 0);
 }
 
@@ -283,12 +296,14 @@ TEST(Console, RefusesAnAgentOfVersionOne)
 
 TEST(Console, ShowsARefusalEscapedAndShort)
 {
-    std::string const refusal = "\x1B[2J" + std::string(60000, 'x');
+    std::string const refusal = "\x1B[2J" + std::string(longestText - 4, 'x');
 
     std::string const shown = failureAgainst(encoded(MessageType::refusal, refusal));
 
     EXPECT_THAT(shown, testing::StartsWith("refused: \\x1b[2Jxxx"));
     EXPECT_LT(shown.size(), 1100U);
+    EXPECT_THAT(failureAgainst(encoded(MessageType::refusal, refusal + "x")),
+                HasSubstr("a refusal of 1025 bytes is announced, and 1024 are allowed"));
 }
 
 TEST(Console, ShowsTheNameOfAnAgentEscaped)

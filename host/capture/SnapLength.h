@@ -1,0 +1,25 @@
+#pragma once
+
+namespace ketmon {
+
+// How many bytes of a frame the analysis reads at most, so many are kept of each that passes an interface:
+//
+//      12   both addresses
+//      40   ten VLAN tags; real frames have up to three
+//       2   type or length
+//       8   802.2 and SNAP
+//      60   the longest IPv4 header
+//       4   both ports
+//
+// ARP takes less than an IPv4 header and ports: 8 + 2 * (hardware address + 4) bytes, where hardware addresses
+// are 20 bytes at most on any link that there is. What frames say beyond that, such as an ARP with hardware
+// addresses of 255 bytes, isn't real, and only a capture of whole frames counts it as it stands. A filter sees
+// whole frames, and what is counted in bytes is the length on the wire.
+inline constexpr unsigned int headersLength = 12 + 10 * 4 + 2 + 8 + 60 + 4;
+
+static_assert(headersLength >= 12 + 10 * 4 + 2 + 8 + 8 + 2 * (20 + 4), "an ARP packet fits as well");
+
+// Whole frames, as libpcap's own programs take them.
+inline constexpr unsigned int wholeFrames = 262144;
+
+} // namespace ketmon

@@ -1,0 +1,95 @@
+#include "host/capture/Interfaces.h"
+
+#include "host/capture/posix/InterfaceState.h"
+#include "host/support/Failure.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <map>
+#include <memory>
+
+#include <arpa/inet.h>
+#include <ifaddrs.h>
+
+#include <linux/if_packet.h>
+#include <net/if.h>
+#include <net/if_arp.h>
+#include <netinet/in.h>
+
+namespace ketmon {
+
+namespace {
+
+std::string addressText(int family, void const * address)
+{
+    char text[INET6_ADDRSTRLEN] = "";
+    return inet_ntop(family, address, text, sizeof text) ? text : "";
+}
+
+std::string macText(sockaddr_ll const & link)
+{
+    constexpr unsigned char length = 6;
+    return link.sll_halen == length
+               ? fmt::format("{:02x}", fmt::join(link.sll_addr, link.sll_addr + length, ":"))
+               : "";
+}
+
+// An entry of the list tells one address of an interface, of the link or of IP.
+void take(ifaddrs const & entry, CInterface & interface, CInterfaceState const & state)
+{
+    if (!entry.ifa_addr)
+        return;
+    switch (entry.ifa_addr->sa_family) {
+    case AF_PACKET: {
+        auto const & link = *reinterpret_cast<sockaddr_ll const *>(entry.ifa_addr);
+        interface.name = entry.ifa_name;
+        interface.index = static_cast<unsigned int>(link.sll_ifindex);
+        interface.up = (entry.ifa_flags & IFF_UP) != 0;
+        interface.running = (entry.ifa_flags & IFF_RUNNING) != 0;
+        interface.loopback = (entry.ifa_flags & IFF_LOOPBACK) != 0;
+        interface.ethernet = link.sll_hatype == ARPHRD_ETHER || link.sll_hatype == ARPHRD_LOOPBACK;
+        interface.bitsPerSecond = state.bitsPerSecond(interface.name);
+        interface.driver = state.driver(interface.name);
+        if (!interface.loopback)
+            interface.mac = macText(link);
+        break;
+    }
+    case AF_INET:
+        interface.addresses.push_back(
+            addressText(AF_INET, &reinterpret_cast<sockaddr_in const *>(entry.ifa_addr)->sin_addr));
+        break;
+    case AF_INET6:
+        interface.addresses.push_back(
+            addressText(AF_INET6, &reinterpret_cast<sockaddr_in6 const *>(entry.ifa_addr)->sin6_addr));
+        break;
+    default:
+        break;
+    }
+}
+
+} // namespace
+
+std::vector<CInterface> networkInterfaces()
+{
+    CInterfaceState const state;
+    ifaddrs * first = nullptr;
+    if (getifaddrs(&first) != 0)
+        throw CFailure(exitFailure,
+                       fmt::format("the interfaces can't be asked for: {}", std::strerror(errno)));
+    std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> const list(first, &freeifaddrs);
+    std::map<std::string, CInterface> byName;
+    for (ifaddrs const * entry = first; entry; entry = entry->ifa_next)
+        take(*entry, byName[entry->ifa_name], state);
+    std::vector<CInterface> interfaces;
+    for (auto & [name, interface] : byName)
+        if (interface.index != 0) // the others are second names of one
+            interfaces.push_back(std::move(interface));
+    std::sort(interfaces.begin(), interfaces.end(),
+              [](CInterface const & one, CInterface const & other) { return one.index < other.index; });
+    return interfaces;
+}
+
+} // namespace ketmon

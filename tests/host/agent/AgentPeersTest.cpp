@@ -1,0 +1,246 @@
+#include "tests/host/Process.h"
+
+#include "host/wire/Fingerprint.h"
+#include "host/wire/Greeting.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+#include <list>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+// An agent among clients that break off, say nothing or too much, and a system that fails it.
+
+using namespace ketmon;
+using nlohmann::ordered_json;
+using test::Agent;
+using test::capture;
+using test::Process;
+using test::RawClient;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+namespace {
+
+// One frame; the next one is far away.
+std::vector<std::string> endless(std::vector<std::string> const & more = {})
+{
+    std::vector<std::string> arguments = {
+        "-r",  capture("internet-mixed.pcap"), "--pace", "0.000001", "--longest-gap", "1000000", "--interval",
+        "0.02"};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return arguments;
+}
+
+std::string hello()
+{
+    CHello hello;
+    hello.fingerprint = schemaFingerprint();
+    hello.selection = {"1.1"};
+    return encoded(MessageType::hello, hello.body());
+}
+
+void expectServing(std::string const & address)
+{
+    Process console({"console", address, "--json", "--count", "2", "--no-reconnect"});
+    EXPECT_EQ(test::outputOf(console).lines, 2U) << console.errors();
+    EXPECT_EQ(console.wait(), 0) << console.errors();
+}
+
+std::string firstText(RawClient const & client)
+{
+    CMessageReader reader(largestToConsole);
+    reader.feed(client.receiveAll());
+    CMessage message;
+    return reader.next(message) && message.type == MessageType::refusal ? message.body : "";
+}
+
+std::string temporaryPath(std::string const & name)
+{
+    return std::filesystem::temp_directory_path() / ("ketmon-" + std::to_string(getpid()) + "-" + name);
+}
+
+TEST(AgentPeers, ALogThatCanNotBeWrittenEndsNothing)
+{
+    Agent agent(endless(), "/dev/full");
+    for (int i = 0; i < 300; ++i)
+        RawClient(agent).send("garbage, which is logged");
+
+    expectServing(agent.address());
+
+    agent.process().signal(SIGTERM);
+    EXPECT_EQ(agent.process().wait(), 0);
+}
+
+TEST(AgentPeers, ClientsCanNotFillTheLog)
+{
+    Agent agent(endless());
+    for (int i = 0; i < 2000; ++i)
+        RawClient(agent).send("garbage, which is logged");
+
+    expectServing(agent.address());
+
+    agent.process().signal(SIGTERM);
+    EXPECT_EQ(agent.process().wait(), 0);
+    EXPECT_LT(agent.process().errors().size(), 60000U);
+    EXPECT_THAT(agent.process().errors(), HasSubstr("lines were left out here"));
+}
+
+TEST(AgentPeers, ACommandThatFailsWithoutAnErrorOutputStillSaysSoByItsStatus)
+{
+    for (char const * const output : {"2>&-", "2>/dev/full"})
+        EXPECT_EQ(test::run({"sh", "-c", std::string("exec \"$0\" \"$@\" ") + output, KETMON_PROGRAM, "read",
+                             "/no/such/file"})
+                      .exitCode,
+                  2);
+}
+
+TEST(AgentPeers, WhoSaysNothingLocksNobodyOut)
+{
+    Agent agent(endless());
+    std::list<RawClient> mute;
+    for (int i = 0; i < 150; ++i)
+        mute.emplace_back(agent);
+
+    expectServing(agent.address());
+
+    EXPECT_EQ(firstText(mute.front()), "too many connect and don't say hello");
+}
+
+TEST(AgentPeers, WhoSaysHelloTooLateIsClosed)
+{
+    Agent agent(endless());
+    RawClient const mute(agent);
+    RawClient const slow(agent);
+    slow.send(hello().substr(0, 10));
+
+    EXPECT_EQ(mute.receiveAll(), "");
+    EXPECT_EQ(slow.receiveAll(), "");
+
+    EXPECT_TRUE(agent.process().waitForError("said nothing that makes sense in time"));
+}
+
+TEST(AgentPeers, TheConsoleBeyondTheLimitHearsWhy)
+{
+    Agent agent(endless({"--most-consoles", "2"}));
+    Process one({"console", agent.address(), "--json"});
+    Process two({"console", agent.address(), "--json"});
+    EXPECT_NE(one.line(), "");
+    EXPECT_NE(two.line(), "");
+
+    test::Outcome const three = test::ketmon({"console", agent.address()});
+    EXPECT_EQ(three.exitCode, 1);
+    EXPECT_THAT(three.errors, HasSubstr("refused: the agent has 2 consoles already, and serves no more\n"));
+
+    one.signal(SIGINT);
+    EXPECT_EQ(one.wait(), 0);
+    EXPECT_TRUE(agent.process().waitForError(": left"));
+    expectServing(agent.address());
+}
+
+TEST(AgentPeers, AConsoleThatIsNoLongerHeardOfIsGivenUp)
+{
+    Agent agent(endless());
+    RawClient const silent(agent);
+    silent.send(hello());
+
+    EXPECT_THAT(silent.receiveAll(), testing::Not(""));
+
+    EXPECT_TRUE(agent.process().waitForError("lost: nothing was heard for"));
+}
+
+TEST(AgentPeers, AHangUpOfTheTerminalEndsNothing)
+{
+    Agent agent(endless());
+
+    agent.process().signal(SIGHUP);
+
+    EXPECT_TRUE(agent.process().waitForError("SIGHUP"));
+    expectServing(agent.address());
+    agent.process().signal(SIGTERM);
+    EXPECT_EQ(agent.process().wait(), 0);
+}
+
+TEST(AgentPeers, AConsoleComesBackToAnAgentAndTellsTheGap)
+{
+    auto agent = std::make_unique<Agent>(endless());
+    std::string const address = agent->address();
+    Process console({"console", address, "--json", "--count", "1000000"});
+    ordered_json before = ordered_json::parse(console.line());
+    EXPECT_FALSE(before.contains("gap"));
+    agent->process().signal(SIGKILL);
+    EXPECT_EQ(agent->process().wait(), -1);
+
+    EXPECT_TRUE(console.waitForError("; trying again in "));
+    agent = std::make_unique<Agent>(endless({"--listen", address}));
+
+    ordered_json sample;
+    do {
+        before = sample.is_null() ? before : sample;
+        sample = ordered_json::parse(console.line());
+    } while (sample["sample"] != 1);
+    EXPECT_EQ(sample["gap"]["from"], before["time"]);
+    EXPECT_EQ(sample["gap"]["to"], sample["zero"]);
+    EXPECT_GT(sample["zero"], before["time"]);
+    EXPECT_FALSE(ordered_json::parse(console.line()).contains("gap"));
+    console.signal(SIGINT);
+    EXPECT_EQ(console.wait(), 0);
+}
+
+TEST(AgentPeers, ASocketInTheFileSystemHasItsPermissionsAndNamesWhoComes)
+{
+    std::string const path = temporaryPath("socket");
+    std::string const address = "unix:" + path;
+    {
+        Agent agent(endless({"--listen", address, "--socket-mode", "600"}));
+        EXPECT_EQ(agent.address(), address);
+        struct stat about
+        {};
+        ASSERT_EQ(stat(path.c_str(), &about), 0);
+        EXPECT_EQ(about.st_mode & 0777, 0600U);
+
+        expectServing(address);
+        EXPECT_TRUE(agent.process().waitForError("of user " + std::to_string(getuid()) + ": joined"));
+
+        test::Outcome const second =
+            test::ketmon({"agent", "-r", capture("empty.pcap"), "--listen", address});
+        EXPECT_EQ(second.exitCode, 1);
+        EXPECT_THAT(second.errors, HasSubstr("can't listen on " + address + ": Address already in use"));
+    }
+    // Killed, it has left the file behind.
+    ASSERT_TRUE(std::filesystem::exists(path));
+    Agent next(endless({"--listen", address}));
+    expectServing(address);
+    std::filesystem::remove(path);
+
+    test::TemporaryFile const file("precious");
+    EXPECT_EQ(
+        test::ketmon({"agent", "-r", capture("empty.pcap"), "--listen", "unix:" + file.path()}).exitCode, 1);
+    EXPECT_EQ(test::fileContents(file.path()), "precious");
+    EXPECT_EQ(
+        test::ketmon({"agent", "-r", capture("empty.pcap"), "--listen", "unix:" + std::string(200, 'x')})
+            .exitCode,
+        2);
+}
+
+TEST(AgentPeers, WhatOthersCanReachMustBeMeant)
+{
+    test::Outcome const refused =
+        test::ketmon({"agent", "-r", capture("empty.pcap"), "--listen", "0.0.0.0:0"});
+    EXPECT_EQ(refused.exitCode, 2);
+    EXPECT_THAT(refused.errors, HasSubstr("say --plain if that is meant"));
+
+    Agent agent(endless({"--listen", "0.0.0.0:0", "--plain"}));
+    EXPECT_TRUE(agent.process().waitForError("warning: whoever reaches 0.0.0.0:"));
+    expectServing("127.0.0.1:" + std::to_string(agent.port()));
+
+    test::Outcome const far = test::ketmon({"console", "192.0.2.1:7290"});
+    EXPECT_EQ(far.exitCode, 2);
+    EXPECT_THAT(far.errors, HasSubstr("say --plain if that is meant"));
+}
+
+} // namespace
