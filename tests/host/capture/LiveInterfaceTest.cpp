@@ -149,6 +149,7 @@ TEST(LiveInterface, IsFollowedWhenItGoesDownAndWhenItIsRenamed)
         passing.remove();
         EXPECT_EQ(agent.process().wait(), ketmon::exitInterfaceGone);
         EXPECT_THAT(agent.process().errors(), HasSubstr("passed1: the interface is gone"));
+        EXPECT_THAT(agent.process().errors(), HasSubstr("4 frames counted, "));
     }));
 }
 
