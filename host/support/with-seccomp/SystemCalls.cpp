@@ -83,21 +83,26 @@ private:
     int m_error = 0;
 };
 
+scmp_arg_cmp compared(unsigned int argument, scmp_compare how, scmp_datum_t first, scmp_datum_t second = 0)
+{
+    return {argument, how, first, second};
+}
+
 scmp_arg_cmp without(unsigned int argument, int bits)
 {
-    return SCMP_CMP64(argument, SCMP_CMP_MASKED_EQ, static_cast<scmp_datum_t>(bits), 0);
+    return compared(argument, SCMP_CMP_MASKED_EQ, static_cast<scmp_datum_t>(bits));
 }
 
 scmp_arg_cmp with(unsigned int argument, int bits)
 {
-    return SCMP_CMP64(argument, SCMP_CMP_MASKED_EQ, static_cast<scmp_datum_t>(bits),
-                      static_cast<scmp_datum_t>(bits));
+    return compared(argument, SCMP_CMP_MASKED_EQ, static_cast<scmp_datum_t>(bits),
+                    static_cast<scmp_datum_t>(bits));
 }
 
 // The upper half of an argument that is an int may hold anything.
 scmp_arg_cmp equals(unsigned int argument, unsigned long value)
 {
-    return SCMP_CMP64(argument, SCMP_CMP_MASKED_EQ, 0xffffffffULL, value & 0xffffffffULL);
+    return compared(argument, SCMP_CMP_MASKED_EQ, 0xffffffffULL, value & 0xffffffffULL);
 }
 
 void addRules(CFilter & filter, bool strict)
@@ -129,7 +134,7 @@ void addRules(CFilter & filter, bool strict)
     filter.allow("prctl", {equals(0, PR_SET_NAME)});
     filter.allow("prctl", {equals(0, PR_GET_NAME)});
     // Limits may be looked at, not set.
-    filter.allow("prlimit64", {equals(0, 0), SCMP_CMP64(2, SCMP_CMP_EQ, 0)});
+    filter.allow("prlimit64", {equals(0, 0), compared(2, SCMP_CMP_EQ, 0)});
     filter.allow("getrlimit");
 }
 
