@@ -1,5 +1,6 @@
 #include "host/agent/ConsoleLink.h"
 
+#include "host/agent/StatisticsClock.h"
 #include "host/wire/Fingerprint.h"
 #include "host/wire/SampleTime.h"
 #include "host/wire/SnapshotBytes.h"
@@ -80,7 +81,7 @@ void CConsoleLink::begin(CSelection const & selection)
     m_counterBase = m_context.counters();
     m_snapshot->tellRowsApart(true);
     m_snapshot->startSampling(m_context.manager);
-    m_last.zero = m_last.moment = ticksOf(m_snapshot->getSampleStart());
+    m_times.start(m_last, ticksOf(m_snapshot->getSampleStart()), dayAhead());
     m_deadline.cancel();
     m_greeted = true;
     log(LogLevel::info, "joined");
@@ -98,7 +99,7 @@ void CConsoleLink::sample()
     if (!serving())
         return;
     // Right behind the one before, tables would go on and the global counters would not.
-    long long const age = statisticsTime() - m_last.moment;
+    long long const age = statisticsTime() - m_times.last();
     if (age >= 0 && age < leastInterval)
         return;
     guarded([this] {
@@ -112,8 +113,7 @@ void CConsoleLink::sendSample()
     bool const first = m_last.sequence == 0;
     CSampleHead head = m_last;
     ++head.sequence;
-    head.moment = ticksOf(m_snapshot->getSampleStart());
-    head.interval = head.moment - m_last.moment;
+    m_times.goOn(head, ticksOf(m_snapshot->getSampleStart()), dayAhead());
     head.counters = since(m_context.counters(), m_counterBase);
     head.ledgers = m_snapshot->getLedgers();
     std::string const body = head.body(m_last.ledgers, packed(*m_snapshot, !first));

@@ -70,11 +70,13 @@ class Client:
 
     def begun(self):
         """Takes welcome and full sample; the text of a refusal where it gets that instead, and otherwise nothing."""
-        kind, body = self.next()
-        if kind == REFUSAL:
-            return body.decode(errors="replace")
-        kind, _ = self.next()
-        assert kind == FULL, kind
+        # An agent may find out that it can't serve somebody when it is about to.
+        for expected in (WELCOME, FULL):
+            kind, body = self.next()
+            if kind == REFUSAL:
+                return body.decode(errors="replace")
+            if kind != expected:
+                raise ConnectionError(f"a message of type {kind} came where {expected} was due")
         return None
 
     def close(self):
