@@ -6,7 +6,7 @@ include(CheckCXXCompilerFlag)
 include(CheckPIESupported)
 check_pie_supported(LANGUAGES CXX)
 
-if(NOT WIN32 AND NOT KETSTATS_SANITIZE)
+if(KETSTATS_HARDENING AND NOT WIN32 AND NOT KETSTATS_SANITIZE)
     set(released $<NOT:$<CONFIG:Debug>>)
     foreach(flag stack-protector-strong stack-clash-protection cf-protection)
         string(TOUPPER KETSTATS_HAS_${flag} has)

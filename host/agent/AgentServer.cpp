@@ -3,6 +3,7 @@
 #include "host/agent/ConsoleLinks.h"
 #include "host/agent/Recurrence.h"
 #include "host/live/Groups.h"
+#include "host/support/Memory.h"
 #include "host/wire/Fingerprint.h"
 #include "host/wire/SampleTime.h"
 
@@ -29,6 +30,7 @@ constexpr milliseconds beforeLastSample(20);
 constexpr milliseconds beforeNextLook(1000);
 // So that a program that is out of memory leaves others some time.
 constexpr milliseconds afterFailure(50);
+constexpr std::size_t mebibyte = std::size_t{1} << 20;
 constexpr milliseconds shortestHeartbeat(3000);
 constexpr milliseconds longestHeartbeat(5000);
 
@@ -58,10 +60,12 @@ class CAgentServer::CServer
 {
 public:
     CServer(KetStats::CKetrinStatManager & manager, CServerOptions const & options, CServed const & served,
-            CLog & log, std::function<void()> startCapture, std::function<void()> stopCapture)
+            CLog & log, CServiceManager & service, std::function<void()> startCapture,
+            std::function<void()> stopCapture)
         : m_manager(manager),
           m_options(options),
           m_log(log),
+          m_service(service),
           m_startCapture(std::move(startCapture)),
           m_stopCapture(std::move(stopCapture)),
           m_adapter(manager.limits()),
@@ -70,9 +74,8 @@ public:
                     welcomeOf(manager, options, served),
                     options.backlog,
                     served.counters,
-                    [this](CConsoleLink const & link, CSelection const &) {
-                        return m_links.objection(link.peer());
-                    },
+                    [this](CConsoleLink const & link) { return m_links.objection(link.peer()); },
+                    [this] { return shortage(); },
                     [this] { joined(); },
                     [this] { gone(); },
                     log},
@@ -106,6 +109,7 @@ public:
             try {
                 revive();
                 startIfEnough();
+                m_service.ready();
                 m_io.run();
                 again = false;
             } catch (std::exception const & error) {
@@ -235,7 +239,7 @@ private:
     {
         sampleAll();
         if (auto const missed = m_samples.goOn(Clock::now()); missed > 0)
-            m_log.warn(fmt::format("{} samples were missed: one took longer than the interval", missed));
+            m_log.warn(fmt::format("samples missed for want of time: {}", missed));
         awaitPhase();
     }
 
@@ -251,7 +255,8 @@ private:
 
     void lookAgain()
     {
-        m_look.expires_after(beforeNextLook);
+        auto const watched = m_service.watchdogInterval();
+        m_look.expires_after(watched ? std::min<Clock::duration>(*watched, beforeNextLook) : beforeNextLook);
         m_look.async_wait([this](auto error) {
             m_looks = false;
             if (error)
@@ -266,10 +271,52 @@ private:
     // After what nobody tells of.
     void look()
     {
+        m_service.alive();
+        m_service.status(fmt::format(
+            "{} frames, {} consoles",
+            m_manager.getAgentStatistic().globalStatistics.transmittedFrames.shared(), m_links.serving()));
         m_listener.revive();
-        m_links.sweep();
+        sweep();
+        holdMemory();
         m_log.settle();
         endIfDone();
+    }
+
+    void sweep()
+    {
+        m_mayReturn = m_links.sweep() || m_mayReturn;
+    }
+
+    // Consoles that came last go until it fits, and what they had is given back.
+    void holdMemory()
+    {
+        bool above = residentMemory() > m_options.memory;
+        if (m_mayReturn || above)
+            returnFreeMemory();
+        m_mayReturn = false;
+        while (above && residentMemory() > m_options.memory) {
+            above = m_links.refuseLast(
+                fmt::format("the agent has reached the {} MiB of memory that it may have", megabytes()));
+            returnFreeMemory();
+        }
+    }
+
+    // Why no more consoles can be afforded; empty if they can.
+    std::string shortage()
+    {
+        if (residentMemory() <= m_options.memory)
+            return "";
+        returnFreeMemory();
+        return residentMemory() <= m_options.memory
+                   ? ""
+                   : fmt::format(
+                         "the agent has no memory left for another console, of the {} MiB that it may have",
+                         megabytes());
+    }
+
+    std::size_t megabytes() const
+    {
+        return m_options.memory / mebibyte;
     }
 
     void lookForEnd()
@@ -285,6 +332,7 @@ private:
 
     void ending(CEnd const & end)
     {
+        m_service.stopping();
         m_end = end;
         if (m_interrupted && m_end.reason == EndReason::ended)
             m_end.reason = EndReason::interrupted;
@@ -323,7 +371,7 @@ private:
     {
         // Called from within the links themselves.
         asio::post(m_io, [this] {
-            m_links.sweep();
+            sweep();
             endIfDone();
         });
     }
@@ -338,6 +386,7 @@ private:
     KetStats::CKetrinStatManager & m_manager;
     CServerOptions m_options;
     CLog & m_log;
+    CServiceManager & m_service;
     std::function<void()> m_startCapture;
     std::function<void()> m_stopCapture;
     KetStats::CAgentStatistic m_shape;
@@ -349,7 +398,8 @@ private:
     asio::steady_timer m_timer{m_io}; // of the phase
     asio::steady_timer m_look{m_io};
     asio::signal_set m_signals{m_io};
-    bool m_timed = false; // these three: whether it is under way
+    bool m_mayReturn = false; // memory, since consoles left
+    bool m_timed = false;     // these three: whether it is under way
     bool m_looks = false;
     bool m_awaitsSignal = false;
     Phase m_phase = waiting;
@@ -362,9 +412,9 @@ private:
 };
 
 CAgentServer::CAgentServer(KetStats::CKetrinStatManager & manager, CServerOptions const & options,
-                           CServed const & served, CLog & log, std::function<void()> startCapture,
-                           std::function<void()> stopCapture)
-    : m_server(std::make_unique<CServer>(manager, options, served, log, std::move(startCapture),
+                           CServed const & served, CLog & log, CServiceManager & service,
+                           std::function<void()> startCapture, std::function<void()> stopCapture)
+    : m_server(std::make_unique<CServer>(manager, options, served, log, service, std::move(startCapture),
                                          std::move(stopCapture)))
 {}
 

@@ -3,6 +3,7 @@
 #include "host/agent/Identity.h"
 #include "host/agent/Listener.h"
 #include "host/support/Log.h"
+#include "host/support/ServiceManager.h"
 #include "host/wire/SampleMessage.h"
 
 #include "ketstats/ketstats.h"
@@ -24,7 +25,7 @@ struct CServerOptions
     unsigned int consoles = 0;                  // how many must be connected before the capture starts
     std::size_t backlog = std::size_t{4} << 20; // bytes that may wait for one console
     std::size_t mostConsoles = 100;
-    std::size_t memory = std::size_t{1} << 30; // bytes that the program may take
+    std::size_t memory = std::size_t{1} << 30; // bytes that the program may have before consoles go without
 };
 
 // Who the agent is and what it counts, for the consoles.
@@ -55,7 +56,9 @@ struct CServed
 //    log. It never holds up the capture or another console.
 // 4. After the capture every console gets a last sample and the end. A console that comes later gets a full
 //    one and the end, for as long as the server lingers.
-// 5. No exception of what it does for others ends it: it is told, and the server goes on.
+// 5. Memory has a ceiling: a console that would go beyond it is refused, and when it is reached all the same the
+//    console that came last goes. What consoles had is given back to the system when they leave.
+// 6. No exception of what it does for others ends it: it is told, and the server goes on.
 class CAgentServer
 {
 public:
@@ -63,8 +66,8 @@ public:
     // called on a signal to end; either way `captureEnded` must follow. The manager must be analysing. Throws
     // CFailure if it can't listen.
     CAgentServer(KetStats::CKetrinStatManager & manager, CServerOptions const & options,
-                 CServed const & served, CLog & log, std::function<void()> startCapture,
-                 std::function<void()> stopCapture);
+                 CServed const & served, CLog & log, CServiceManager & service,
+                 std::function<void()> startCapture, std::function<void()> stopCapture);
     ~CAgentServer();
 
     CAgentServer(CAgentServer const &) = delete;

@@ -50,15 +50,14 @@ void CCaptureThread::stop()
     m_source.stop();
 }
 
-CCaptureSummary const & CCaptureThread::join()
+void CCaptureThread::join()
 {
     if (!m_thread.joinable())
-        return m_summary;
+        return;
     stop();
     m_thread.join();
     if (m_failure)
         std::rethrow_exception(m_failure);
-    return m_summary;
 }
 
 } // namespace ketmon

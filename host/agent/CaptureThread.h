@@ -28,8 +28,10 @@ public:
     void start(std::function<void(CEnd const & end)> ended);
     void stop();
 
-    // Ends the thread, and gives what it counted. Throws what it failed with.
-    CCaptureSummary const & join();
+    // Ends the thread. Throws what it failed with.
+    void join();
+    // What it counted; once it has ended.
+    CCaptureSummary const & summary() const { return m_summary; }
 
 private:
     CEnd run(std::stop_token const & stop);

@@ -61,9 +61,11 @@ void CConsoleLink::greet(CMessage const & message)
     CHello const hello = CHello::parsed(message.body, schemaFingerprint());
     try {
         CSelection const selection(hello.selection, m_context.shape);
-        std::string const objection = m_context.objection(*this, selection);
+        std::string objection = m_context.objection(*this);
         if (objection.empty())
-            begin(selection);
+            objection = prepare(selection);
+        if (objection.empty())
+            begin();
         else
             refuse(objection);
     } catch (CBadSelection const & error) {
@@ -74,20 +76,33 @@ void CConsoleLink::greet(CMessage const & message)
     }
 }
 
-void CConsoleLink::begin(CSelection const & selection)
+// Takes what it costs to serve it. Yields why that is too much, with nothing kept of it.
+std::string CConsoleLink::prepare(CSelection const & selection)
 {
     m_snapshot = std::make_unique<KetStats::CStatSnapshot>(m_context.manager.limits());
     selection.select(*m_snapshot);
-    m_counterBase = m_context.counters();
     m_snapshot->tellRowsApart(true);
+    m_counterBase = m_context.counters();
     m_snapshot->startSampling(m_context.manager);
+    m_first = packed(*m_snapshot, false);
+    std::string shortage = m_context.shortage();
+    if (!shortage.empty()) {
+        m_snapshot.reset();
+        m_first = {};
+    }
+    return shortage;
+}
+
+void CConsoleLink::begin()
+{
     m_times.start(m_last, ticksOf(m_snapshot->getSampleStart()), dayAhead());
     m_deadline.cancel();
     m_greeted = true;
     log(LogLevel::info, "joined");
 
     deliver(encoded(MessageType::welcome, m_context.welcome.body()));
-    sendSample();
+    sendSample(MessageType::full, std::move(m_first));
+    m_first = {};
     if (!serving())
         return;
     keepAlive(std::chrono::milliseconds(m_context.welcome.heartbeat));
@@ -104,21 +119,20 @@ void CConsoleLink::sample()
         return;
     guarded([this] {
         m_snapshot->nextSample(m_context.manager);
-        sendSample();
+        sendSample(MessageType::delta, packed(*m_snapshot, true));
     });
 }
 
-void CConsoleLink::sendSample()
+void CConsoleLink::sendSample(MessageType type, std::string const & snapshot)
 {
-    bool const first = m_last.sequence == 0;
     CSampleHead head = m_last;
     ++head.sequence;
     m_times.goOn(head, ticksOf(m_snapshot->getSampleStart()), dayAhead());
     head.counters = since(m_context.counters(), m_counterBase);
     head.ledgers = m_snapshot->getLedgers();
-    std::string const body = head.body(m_last.ledgers, packed(*m_snapshot, !first));
+    std::string const body = head.body(m_last.ledgers, snapshot);
     m_last = head;
-    deliver(encoded(first ? MessageType::full : MessageType::delta, body));
+    deliver(encoded(type, body));
 }
 
 void CConsoleLink::end(CEnd const & end)
@@ -159,6 +173,7 @@ void CConsoleLink::leave()
     if (closed())
         return;
     log(LogLevel::info, "done");
+    m_snapshot.reset();
     finish();
 }
 

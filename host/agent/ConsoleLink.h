@@ -28,8 +28,10 @@ struct CLinkContext
     CWelcome welcome;
     std::size_t backlog;
     std::function<CCaptureCounters()> counters;
-    // Why a console that said hello can't be served, with what it asks for; empty if it can.
-    std::function<std::string(CConsoleLink const & link, CSelection const & selection)> objection;
+    // Why a console that said hello can't be served; empty if it can.
+    std::function<std::string(CConsoleLink const & link)> objection;
+    // The same, once it has taken its memory.
+    std::function<std::string()> shortage;
     // Told of a console that is served, and of one that is gone.
     std::function<void()> joined;
     std::function<void()> gone;
@@ -75,8 +77,9 @@ private:
     void wasClosed() override;
 
     void greet(CMessage const & message);
-    void begin(CSelection const & selection);
-    void sendSample();
+    std::string prepare(CSelection const & selection);
+    void begin();
+    void sendSample(MessageType type, std::string const & snapshot);
     void deliver(std::string message);
     void leave();
     void closeAfter(std::chrono::seconds time, std::string const & complaint);
@@ -92,10 +95,11 @@ private:
     bool m_answered = false; // with a welcome or a refusal
 
     // Once greeted.
-    std::unique_ptr<KetStats::CStatSnapshot> m_snapshot;
-    CSampleHead m_last;             // of the message sent last
-    CSampleTimes m_times;           // of that
-    CCaptureCounters m_counterBase; // what the capture had counted at the zero point
+    std::unique_ptr<KetStats::CStatSnapshot> m_snapshot; // until it leaves
+    std::string m_first;                                 // its first sample, until that is sent
+    CSampleHead m_last;                                  // of the message sent last
+    CSampleTimes m_times;                                // of that
+    CCaptureCounters m_counterBase;                      // what the capture had counted at the zero point
 };
 
 } // namespace ketmon

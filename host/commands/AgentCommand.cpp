@@ -19,6 +19,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <exception>
 #include <map>
 #include <memory>
 #include <optional>
@@ -207,6 +208,12 @@ void addAgentCommand(CLI::App & app)
         ->capture_default_str()
         ->type_name("BYTES");
     command
+        ->add_option("--memory", options->memory,
+                     "MiB of memory that the agent may have: consoles that would need more are refused")
+        ->check(between(16, 1 << 20))
+        ->capture_default_str()
+        ->type_name("MIB");
+    command
         ->add_option("--name", options->name,
                      "What consoles call the agent; the name of this machine unless given")
         ->check(notEmpty())
@@ -239,6 +246,7 @@ void runAgent(CAgentOptions const & options)
     serverOptions.listen.permissions = static_cast<unsigned int>(std::stoul(options.socketMode, nullptr, 8));
     serverOptions.interval = milliseconds(options.interval);
     serverOptions.linger = milliseconds(options.linger);
+    serverOptions.memory = options.memory << 20;
 
     std::optional<CInput> const opened = inputOf(options);
     if (!opened)
@@ -251,9 +259,10 @@ void runAgent(CAgentOptions const & options)
     manager.beginAnalyzing(input.hook.get());
 
     CLog log(levelOf(options));
+    CServiceManager service;
     std::optional<CCaptureThread> capture;
     CAgentServer server(
-        manager, serverOptions, served, log,
+        manager, serverOptions, served, log, service,
         [&] { capture->start([&server](CEnd const & end) { server.captureEnded(end); }); },
         [&] { capture->stop(); });
     if (!server.isNear())
@@ -266,9 +275,17 @@ void runAgent(CAgentOptions const & options)
     if (!rights.empty())
         log.inform(rights);
     server.run();
-    CCaptureSummary const & summary = capture->join();
+    std::exception_ptr failure;
+    try {
+        capture->join();
+    } catch (std::exception const &) {
+        // What was counted until then is told all the same.
+        failure = std::current_exception();
+    }
     manager.endAnalyzing();
-    tellEnd(summary, manager.getAgentStatistic().ledgers(), dropsOf(input), options.quiet);
+    tellEnd(capture->summary(), manager.getAgentStatistic().ledgers(), dropsOf(input), options.quiet);
+    if (failure)
+        std::rethrow_exception(failure);
 }
 
 } // namespace ketmon

@@ -27,6 +27,7 @@ struct CAgentOptions
     double longestGap = 10.0; // seconds, as are the next two
     double interval = 1.0;
     double linger = 0.0;
+    std::size_t memory = 1024; // MiB
     unsigned long long count = 0;
     bool quiet = false;
     bool verbose = false;

@@ -129,17 +129,19 @@ std::string CConsoleView::text(CReceivedTree const & received, std::string const
                           received.tree().globalStatistics.transmittedFrames.get());
 }
 
-void CConsoleView::show(CReceivedTree const & received, CEnd const * end,
-                        std::optional<CGap> const & gap) const
+void CConsoleView::show(CReceivedTree const & received, CEnd const * end, std::optional<CGap> const & gap)
 {
     if (m_options.json) {
         writeOutput(lineText(document(m_options, received, end, gap)));
         return;
     }
-    std::string state;
     if (gap)
-        state = fmt::format("The agent was out of reach from {} to {}, and counts begin anew.\n",
-                            timeOf(gap->from), timeOf(gap->to));
+        m_lastGap = gap;
+    std::optional<CGap> const & told = m_terminal ? m_lastGap : gap;
+    std::string state;
+    if (told)
+        state = fmt::format("The agent was out of reach from {} to {}, where counts begin anew.\n",
+                            timeOf(told->from), timeOf(told->to));
     state += stateText(received, end);
     std::string const whole = text(received, state);
     // The last state stays on the screen as a whole.

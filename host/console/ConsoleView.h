@@ -24,8 +24,8 @@ public:
 
     // Shows the state after a sample: one JSON object on one line, or tables. On a terminal they take the
     // place of those before, as far as they fit. With an end it is the last state of an agent, of which the
-    // whole stays there. A gap is told before what comes behind it. Throws CFailure if it can't be written.
-    void show(CReceivedTree const & received, CEnd const * end, std::optional<CGap> const & gap) const;
+    // whole stays there. A gap is told before what comes behind it, and on a terminal from then on. Throws CFailure if it can't be written.
+    void show(CReceivedTree const & received, CEnd const * end, std::optional<CGap> const & gap);
 
     // Shows that the agent is out of reach, and for how long nothing will be tried: on a terminal above what was
     // known last, elsewhere on the standard error output.
@@ -36,6 +36,7 @@ private:
 
     CReportOptions m_options;
     bool m_terminal;
+    std::optional<CGap> m_lastGap;
 };
 
 // One line about what is shown: who counts, the moment, whether more will come.

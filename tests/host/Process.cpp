@@ -15,6 +15,7 @@
 #include <chrono>
 #include <csignal>
 #include <fcntl.h>
+#include <fstream>
 #include <stdexcept>
 #include <thread>
 
@@ -149,6 +150,14 @@ int Process::wait()
 void Process::signal(int number) const
 {
     kill(m_id, number);
+}
+
+std::size_t Process::memory() const
+{
+    std::size_t all = 0;
+    std::size_t resident = 0;
+    std::ifstream("/proc/" + std::to_string(m_id) + "/statm") >> all >> resident;
+    return resident * static_cast<std::size_t>(sysconf(_SC_PAGESIZE)) >> 20;
 }
 
 bool Process::waitForError(std::string const & text) const

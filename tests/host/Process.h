@@ -35,6 +35,8 @@ public:
     // Waits for its end and gives the exit code; -1 if a signal ended it, or if it has to be killed.
     int wait();
     void signal(int number) const;
+    // Memory that it has, in MiB.
+    std::size_t memory() const;
     pid_t id() const { return m_id; }
     // Reads its output no more.
     void closeOutput();

@@ -243,4 +243,70 @@ TEST(AgentPeers, WhatOthersCanReachMustBeMeant)
     EXPECT_THAT(far.errors, HasSubstr("say --plain if that is meant"));
 }
 
+template <class Number>
+void append(std::string & bytes, Number number)
+{
+    bytes.append(reinterpret_cast<char const *>(&number), sizeof number);
+}
+
+// A capture in which every frame is from another station to another one, over IPv4.
+std::string flood(unsigned int frames)
+{
+    std::string file;
+    for (std::uint32_t const word : {0xA1B2C3D4U, 0x00040002U, 0U, 0U, 65535U, 1U})
+        append(file, word);
+    for (unsigned int i = 0; i < frames; ++i) {
+        std::string frame(60, '\0');
+        for (std::size_t const place : {std::size_t{2}, std::size_t{8}, std::size_t{26}, std::size_t{30}})
+            for (std::size_t byte = 0; byte < 4; ++byte)
+                frame[place + byte] =
+                    static_cast<char>((2 * i + (place % 8 == 2 ? 0 : 1)) >> (24 - 8 * byte));
+        frame[12] = 8; // IPv4
+        frame[14] = 0x45;
+        frame[17] = 46;
+        frame[23] = 17;
+        for (std::uint32_t const word : {i, 0U, 60U, 60U})
+            append(file, word);
+        file += frame;
+    }
+    return file;
+}
+
+TEST(AgentPeers, AConsoleThatCanNotBeAffordedIsRefusedAlone)
+{
+    test::TemporaryFile const file(flood(20000));
+    std::vector<std::string> const all = {"-r",         file.path(), "--pace",   "0",
+                                          "--consoles", "1",         "--linger", "3600"};
+    std::vector<std::string> const totals = {"--json", "--no-reconnect", "--select", "totals"};
+    auto const filled = [&](Agent & agent) {
+        std::vector<std::string> arguments = {"console", agent.address()};
+        arguments.insert(arguments.end(), totals.begin(), totals.end());
+        Process first(arguments);
+        EXPECT_EQ(test::outputOf(first).last["end"]["frames"], 20000) << first.errors();
+    };
+    Agent rich(all);
+    std::size_t const before = rich.process().memory();
+    filled(rich);
+    std::size_t const after = rich.process().memory();
+    ASSERT_GT(after, before + 3);
+    EXPECT_EQ(test::ketmon({"console", rich.address(), "--json"}).exitCode, 0);
+
+    std::string const ceiling = std::to_string(std::max<std::size_t>(16, (before + after) / 2));
+    std::vector<std::string> little = all;
+    little.insert(little.end(), {"--memory", ceiling});
+    Agent poor(little);
+    filled(poor);
+    test::Outcome const second = test::ketmon({"console", poor.address(), "--json"});
+    EXPECT_EQ(second.exitCode, 1);
+    EXPECT_THAT(second.errors,
+                HasSubstr("refused: the agent has no memory left for another console, of the " + ceiling +
+                          " MiB that it may have\n"));
+
+    for (Agent * const ended : {&poor, &rich}) {
+        ended->process().signal(SIGTERM);
+        EXPECT_EQ(ended->process().wait(), 0) << ended->process().errors();
+        EXPECT_THAT(ended->process().errors(), HasSubstr("20000 frames counted"));
+    }
+}
+
 } // namespace

@@ -149,6 +149,7 @@ TEST(LiveInterface, IsFollowedWhenItGoesDownAndWhenItIsRenamed)
         passing.remove();
         EXPECT_EQ(agent.process().wait(), ketmon::exitInterfaceGone);
         EXPECT_THAT(agent.process().errors(), HasSubstr("passed1: the interface is gone"));
+        EXPECT_THAT(agent.process().errors(), HasSubstr("4 frames counted, "));
     }));
 }
 
@@ -207,8 +208,8 @@ TEST(LiveInterface, ThatMakesFramesLargerIsWarnedOf)
             EXPECT_TRUE(agent.process().waitForError("on, so frames may look larger"));
             EXPECT_THAT(agent.process().errors(), HasSubstr("'ethtool -K passing0 gro off"));
         }
-        for (unsigned int const command : {ETHTOOL_SGRO, ETHTOOL_STSO, ETHTOOL_SGSO})
-            passing.setDriverValue(command, 0);
+        for (int const command : {ETHTOOL_SGRO, ETHTOOL_STSO, ETHTOOL_SGSO})
+            passing.setDriverValue(static_cast<unsigned int>(command), 0);
         Agent none({"-i", "passing0"});
         EXPECT_THAT(none.process().errors(), Not(HasSubstr("larger")));
         Agent loopback({"-i", "lo"});
