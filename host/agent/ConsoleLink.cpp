@@ -1,5 +1,6 @@
 #include "host/agent/ConsoleLink.h"
 
+#include "host/agent/StatisticsClock.h"
 #include "host/wire/Fingerprint.h"
 #include "host/wire/SampleTime.h"
 #include "host/wire/SnapshotBytes.h"
@@ -94,7 +95,7 @@ std::string CConsoleLink::prepare(CSelection const & selection)
 
 void CConsoleLink::begin()
 {
-    m_last.zero = m_last.moment = ticksOf(m_snapshot->getSampleStart());
+    m_times.start(m_last, ticksOf(m_snapshot->getSampleStart()), dayAhead());
     m_deadline.cancel();
     m_greeted = true;
     log(LogLevel::info, "joined");
@@ -113,7 +114,7 @@ void CConsoleLink::sample()
     if (!serving())
         return;
     // Right behind the one before, tables would go on and the global counters would not.
-    long long const age = statisticsTime() - m_last.moment;
+    long long const age = statisticsTime() - m_times.last();
     if (age >= 0 && age < leastInterval)
         return;
     guarded([this] {
@@ -126,8 +127,7 @@ void CConsoleLink::sendSample(MessageType type, std::string const & snapshot)
 {
     CSampleHead head = m_last;
     ++head.sequence;
-    head.moment = ticksOf(m_snapshot->getSampleStart());
-    head.interval = head.moment - m_last.moment;
+    m_times.goOn(head, ticksOf(m_snapshot->getSampleStart()), dayAhead());
     head.counters = since(m_context.counters(), m_counterBase);
     head.ledgers = m_snapshot->getLedgers();
     std::string const body = head.body(m_last.ledgers, snapshot);

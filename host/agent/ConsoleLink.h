@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/agent/SampleTimes.h"
 #include "host/support/Log.h"
 #include "host/wire/Greeting.h"
 #include "host/wire/MessageStream.h"
@@ -97,6 +98,7 @@ private:
     std::unique_ptr<KetStats::CStatSnapshot> m_snapshot; // until it leaves
     std::string m_first;                                 // its first sample, until that is sent
     CSampleHead m_last;                                  // of the message sent last
+    CSampleTimes m_times;                                // of that
     CCaptureCounters m_counterBase;                      // what the capture had counted at the zero point
 };
 

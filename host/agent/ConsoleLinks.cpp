@@ -66,18 +66,20 @@ bool CConsoleLinks::sweep()
     return std::erase_if(m_links, [](auto const & link) { return link->closed(); }) != 0;
 }
 
-std::string CConsoleLinks::objection(CPeer const & peer) const
+std::string CConsoleLinks::objection(CPeer const & peer)
 {
     if (serving() >= m_most)
         return fmt::format("the agent has {} consoles already, and serves no more", m_most);
-    std::size_t const mostOfOne = std::max<std::size_t>(1, m_most / 2);
+    if (peer.isNear)
+        return "";
     auto const same = [&](auto const & link) {
         return link->serving() && link->peer().origin == peer.origin;
     };
-    if (!peer.isNear &&
-        static_cast<std::size_t>(std::count_if(m_links.begin(), m_links.end(), same)) >= mostOfOne)
+    if (static_cast<std::size_t>(std::count_if(m_links.begin(), m_links.end(), same)) >= mostOfOne())
         return fmt::format("the agent has {} consoles from {} already, and serves no more from there",
-                           mostOfOne, peer.origin);
+                           mostOfOne(), peer.origin);
+    if (!m_arrivals.allows(peer.origin, CArrivals::Clock::now()))
+        return fmt::format("too many consoles come from {} at a time", peer.origin);
     return "";
 }
 

@@ -1,6 +1,7 @@
 #include "host/commands/AgentCommand.h"
 
 #include "host/agent/CaptureThread.h"
+#include "host/agent/StatisticsClock.h"
 #include "host/capture/CaptureFiles.h"
 #include "host/capture/LiveCapture.h"
 #include "host/commands/LiveOptions.h"
@@ -252,6 +253,7 @@ void runAgent(CAgentOptions const & options)
         return;
     CInput const & input = *opened;
     CServed const served = servedBy(options, input);
+    CStatisticsClock const clock;
     CKetrinStatManager manager(tableLimits(options.analysis.rows));
     configure(manager, options.analysis);
     manager.beginAnalyzing(input.hook.get());

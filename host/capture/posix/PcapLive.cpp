@@ -187,8 +187,9 @@ void CPcapLive::tellCounters()
     if (pcap_stats(m_handle.get(), &statistics) != 0)
         return;
     // What had no room in the buffer is among the received ones of this system.
-    unsigned int const kept = statistics.ps_recv - std::min(statistics.ps_recv, statistics.ps_drop);
-    m_counters.setCapture({kept, statistics.ps_drop, m_counters.droppedSinceBegin()});
+    std::uint64_t const received = m_received.seen(statistics.ps_recv);
+    std::uint64_t const dropped = m_dropped.seen(statistics.ps_drop);
+    m_counters.setCapture({received - std::min(received, dropped), dropped, m_counters.droppedSinceBegin()});
 }
 
 } // namespace ketmon

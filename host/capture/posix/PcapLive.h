@@ -2,6 +2,7 @@
 
 #include "host/capture/CaptureSource.h"
 #include "host/capture/LiveCapture.h"
+#include "host/capture/WideCounter.h"
 #include "host/capture/posix/InterfaceState.h"
 #include "host/support/Failure.h"
 #include "host/support/Interrupt.h"
@@ -65,6 +66,8 @@ private:
     CInterrupt m_interrupt;
     std::unique_ptr<pcap, CCloser> m_handle;
     std::chrono::steady_clock::time_point m_lastLook{};
+    CWideCounter m_received; // this and the next as libpcap has them
+    CWideCounter m_dropped;
 };
 
 } // namespace ketmon

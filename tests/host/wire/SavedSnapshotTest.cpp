@@ -1,6 +1,8 @@
 #include "host/wire/SavedSnapshot.h"
 
+#include "fuzz/ReadSavedSnapshotCheck.h"
 #include "host/wire/Fingerprint.h"
+#include "tests/support/Regressions.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -45,6 +47,13 @@ std::string complaint(std::string_view bytes)
     } catch (CBadSavedSnapshot const & problem) {
         return problem.what();
     }
+}
+
+TEST(FuzzRegression, ReadSavedSnapshotKeepsItsRulesOnEveryPastInput)
+{
+    test::replayRegressions<char>("read-saved-snapshot", [](auto const & bytes) {
+        return fuzz::checkSavedSnapshot({bytes.data(), bytes.size()});
+    });
 }
 
 TEST(SavedSnapshot, IsReadAsItWasWritten)
