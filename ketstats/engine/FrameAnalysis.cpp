@@ -1,13 +1,18 @@
 #include "ketstats/engine/FramePass.h"
 #include "ketstats/engine/NetworkProtocol.h"
 #include "ketstats/engine/StatManager.h"
+#include "ketstats/model/RowCounts.h"
 
+#include <new>
 #include <string>
 #include <typeinfo>
 
 // Which tables are renewed decides who is evicted. Stations, protocols, MAC and IP connections follow the
 // last frame, so that their oldest row is the one idle longest; sub-protocols, ports and ARP bindings keep
-// the order in which they were created. A row that is evicted takes its counts with it.
+// the order in which they were created. A row that is evicted leaves its counts in the ledger of its table.
+//
+// No lack of memory ends a pass: where a row can't be had a table behaves as if it were full, and a table
+// without rows counts in its ledger.
 //
 // Where a frame has a direction, its source counts in "transmitted" and its destination in "received"; a
 // connection has one direction and counts in "transmitted".
@@ -29,6 +34,50 @@ void countReceived(Row & row, long long frameSize)
     row.framesReceived.add(1);
     row.dataReceived.add(frameSize);
 }
+
+// Counts in the row of a table, or in its ledger where there is neither a row nor memory for one.
+template <class Table, class Row>
+void countTransmitted(Table & table, Row * row, long long frameSize)
+{
+    if (row)
+        countTransmitted(*row, frameSize);
+    else
+        table.addLost(
+            {.framesTransmitted = 1, .bytesTransmitted = static_cast<unsigned long long>(frameSize)});
+}
+
+template <class Table, class Row>
+void countReceived(Table & table, Row * row, long long frameSize)
+{
+    if (row)
+        countReceived(*row, frameSize);
+    else
+        table.addLost({.framesReceived = 1, .bytesReceived = static_cast<unsigned long long>(frameSize)});
+}
+
+// The port tables of a station that couldn't be had: ledgers alone.
+class CLostPorts
+{
+public:
+    class CTable
+    {
+    public:
+        explicit CTable(CLedger & ledger) : m_ledger(ledger) {}
+        CTcpPortStat * counted(CProtocolId const &) { return nullptr; }
+        void addLost(CLedger const & counts) { add(m_ledger, counts); }
+
+    private:
+        CLedger & m_ledger;
+    };
+
+    explicit CLostPorts(CStationStat::GivenUpTables & ledgers)
+        : tcpPorts(ledgers.tcpPorts),
+          udpPorts(ledgers.udpPorts)
+    {}
+
+    CTable tcpPorts;
+    CTable udpPorts;
+};
 
 // The Ethernet part of an analysis, null for media of another kind. Media of exactly that class, which are
 // all that a capture brings, need no search through their bases.
@@ -117,8 +166,8 @@ void CKetrinStatManager::countFrameSize(CFramePass const & pass)
 // Every frame lands in this table, also one without a protocol.
 void CKetrinStatManager::countProtocol(CFramePass const & pass)
 {
-    if (CProtocolStat * const row = agentStatistic.protocols.renewed(pass.media->GetProtocolId()))
-        countTransmitted(*row, pass.frameSize);
+    auto & table = agentStatistic.protocols;
+    countTransmitted(table, table.countedRenewed(pass.media->GetProtocolId()), pass.frameSize);
 }
 
 void CKetrinStatManager::countIP(CFramePass & pass)
@@ -129,12 +178,12 @@ void CKetrinStatManager::countIP(CFramePass & pass)
     pass.ipFrame = true;
 
     CIPConnectionStat::CKey const key(ip.getSourceAddress(), ip.getDestinationAddress());
-    if (CIPConnectionStat * const row = agentStatistic.ipConnections.renewed(key))
-        countTransmitted(*row, pass.frameSize);
+    auto & connections = agentStatistic.ipConnections;
+    countTransmitted(connections, connections.countedRenewed(key), pass.frameSize);
 
     CProtocolId const subprotocol = ip.getSubprotocolId();
-    if (CGenProtoStat<0> * const row = agentStatistic.ipSubprotocols[subprotocol])
-        countTransmitted(*row, pass.frameSize);
+    auto & subprotocols = agentStatistic.ipSubprotocols;
+    countTransmitted(subprotocols, subprotocols.counted(subprotocol), pass.frameSize);
 
     pass.tcpFrame = subprotocol == CNetworkProtocol::tcpId();
     pass.udpFrame = !pass.tcpFrame && subprotocol == CNetworkProtocol::udpId();
@@ -154,27 +203,30 @@ template <class Tables>
 void CKetrinStatManager::countSourcePort(CFramePass const & pass, Tables & tables)
 {
     if (pass.tcpFrame && tcpPorts.contains(pass.srcPort))
-        countTransmitted(*tables.tcpPorts[pass.srcPortId], pass.frameSize);
+        countTransmitted(tables.tcpPorts, tables.tcpPorts.counted(pass.srcPortId), pass.frameSize);
     else if (pass.udpFrame && udpPorts.contains(pass.srcPort))
-        countTransmitted(*tables.udpPorts[pass.srcPortId], pass.frameSize);
+        countTransmitted(tables.udpPorts, tables.udpPorts.counted(pass.srcPortId), pass.frameSize);
 }
 
 template <class Tables>
 void CKetrinStatManager::countDestinationPort(CFramePass const & pass, Tables & tables)
 {
     if (pass.tcpFrame && tcpPorts.contains(pass.dstPort))
-        countReceived(*tables.tcpPorts[pass.dstPortId], pass.frameSize);
+        countReceived(tables.tcpPorts, tables.tcpPorts.counted(pass.dstPortId), pass.frameSize);
     else if (pass.udpFrame && udpPorts.contains(pass.dstPort))
-        countReceived(*tables.udpPorts[pass.dstPortId], pass.frameSize);
+        countReceived(tables.udpPorts, tables.udpPorts.counted(pass.dstPortId), pass.frameSize);
 }
 
 // Every frame has a real sender, a broadcast too.
 void CKetrinStatManager::countSourceStation(CFramePass const & pass)
 {
-    CStationStat * const row = agentStatistic.stations.renewed(pass.media->sourceMAC);
-    if (!row)
-        return;
-    countTransmitted(*row, pass.frameSize);
+    auto & stations = agentStatistic.stations;
+    CStationStat * const row = stations.countedRenewed(pass.media->sourceMAC);
+    countTransmitted(stations, row, pass.frameSize);
+    if (!row) {
+        CLostPorts ports(stations.lostTables());
+        return countSourcePort(pass, ports);
+    }
     nameVlan(pass, *row);
     countSourcePort(pass, *row);
 }
@@ -190,18 +242,21 @@ void CKetrinStatManager::nameVlan(CFramePass const & pass, CStationStat & statio
 
 void CKetrinStatManager::countDestinationStation(CFramePass const & pass)
 {
-    CStationStat * const row = agentStatistic.stations.renewed(pass.media->destinationMAC);
-    if (!row)
-        return;
-    countReceived(*row, pass.frameSize);
+    auto & stations = agentStatistic.stations;
+    CStationStat * const row = stations.countedRenewed(pass.media->destinationMAC);
+    countReceived(stations, row, pass.frameSize);
+    if (!row) {
+        CLostPorts ports(stations.lostTables());
+        return countDestinationPort(pass, ports);
+    }
     countDestinationPort(pass, *row);
 }
 
 void CKetrinStatManager::countMACConnection(CFramePass const & pass)
 {
     CMACConnectionStat::CKey const key(pass.media->sourceMAC, pass.media->destinationMAC);
-    if (CMACConnectionStat * const row = agentStatistic.macConnections.renewed(key))
-        countTransmitted(*row, pass.frameSize);
+    auto & connections = agentStatistic.macConnections;
+    countTransmitted(connections, connections.countedRenewed(key), pass.frameSize);
 }
 
 // A request teaches only its sender, since its target MAC is what it asks for; a reply teaches both ends. A
@@ -220,12 +275,18 @@ void CKetrinStatManager::learnFromARP(CFramePass const & pass)
         learnBinding(arp.getTargetIP(), arp.getTargetMAC());
 }
 
-// The table records the first binding seen: a known address stays as it is.
+// The table records the first binding seen: a known address stays as it is. Where memory runs out the oldest
+// binding makes way as in a full table, and a first one isn't learned.
 void CKetrinStatManager::learnBinding(CIPAddress const & address, CMACAddr const & mac)
 {
     auto & table = agentStatistic.arpTable;
-    if (table.createIfNew(address, mac))
-        return;
+    try {
+        if (table.createIfNew(address, mac))
+            return;
+    } catch (std::bad_alloc const &) {
+        if (table.size() == 0)
+            return;
+    }
     table.deleteOldest();
     table.createIfNew(address, mac);
 }

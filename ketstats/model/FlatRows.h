@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ketstats/model/RowIndex.h"
 #include "ketstats/model/StringStat.h"
 #include "ketstats/model/ValueStat.h"
 
@@ -255,6 +256,12 @@ public:
     // What CHashedContainerStat::doAssign does.
     template <class Source>
     void take(Source const & source);
+
+    // What the rows of a table of that limit take at most, beside what they take on their own.
+    static constexpr std::size_t largestMemory(unsigned int limit)
+    {
+        return limit * (sizeof(CRow) + sizeof(std::uint16_t)) + allocationBytes;
+    }
 
     void clear() noexcept;
     // Flags all rows, and all that they have.

@@ -1,5 +1,7 @@
 #include "ketstats/model/HashedContainerBase.h"
 
+#include "ketstats/model/RowCounts.h"
+
 namespace KetStats {
 
 void CBaseHashedContainerStat::refuseLimit()
@@ -17,6 +19,11 @@ bool CBaseHashedContainerStat::isFull() const
 {
     bool const noIndexLeft = summaryRow ? m_rowCount == limit : m_rowCount + 1 >= limit;
     return noIndexLeft && freeIdx == limit;
+}
+
+void CBaseHashedContainerStat::addLost(CLedger const & counts)
+{
+    add(m_ledger, counts);
 }
 
 unsigned int CBaseHashedContainerStat::getFreeIdx()

@@ -66,6 +66,8 @@ public:
 
     // What its rows had counted that this table gave up since it was last reset.
     CLedger const & ledger() const { return m_ledger; }
+    // Keeps there what was counted for a row that couldn't be had.
+    void addLost(CLedger const & counts);
     // How often the table was reset: rows, ids and ledger of different times have nothing in common.
     unsigned int resets() const { return m_resets; }
 

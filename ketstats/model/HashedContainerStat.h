@@ -84,14 +84,30 @@ public:
         renewId(rowId);
         return child(rowId);
     }
+    // The same two for whoever must go on counting: where there is no memory for one row more, the oldest row
+    // makes way for it, as in a full table. Null only if there is none; then addLost keeps the counts.
+    T * counted(K const & key)
+    {
+        unsigned int const rowId = m_index.find(CKeyBits<K>(key));
+        return rowId != 0 ? child(rowId) : createInNeed(key);
+    }
+    T * countedRenewed(K const & key)
+    {
+        unsigned int const rowId = m_index.find(CKeyBits<K>(key));
+        if (rowId == 0)
+            return createInNeed(key);
+        renewId(rowId);
+        return child(rowId);
+    }
     // The row that shows that key, null if there is none. A row that was changed in place is found by its new
-    // key, at the cost of a look at all rows for a key that is absent.
+    // key, at the cost of a look at all rows for a key that is absent. The form of a const table changes
+    // nothing, so that many threads can ask a table that is held still.
     T * find(K const & key)
     {
         m_lent = true;
         return seek(key);
     }
-    T const * find(K const & key) const { return const_cast<CHashedContainerStat *>(this)->seek(key); }
+    T const * find(K const & key) const;
 
     // For ARP rows: the row of that key as it is, or a new one with that address. Null if there is no room:
     // this never deletes a row.
@@ -188,6 +204,14 @@ public:
 
     // What was kept of the tables within the rows that this table gave up: their rows and their ledgers.
     typename CGivenUpTables<T>::Type const & givenUpTables() const { return m_givenUpTables; }
+    // For what would have been counted in the tables of a row that couldn't be had.
+    typename CGivenUpTables<T>::Type & lostTables() { return m_givenUpTables; }
+
+    // What a table of that limit takes at most, beside itself and what its rows take on their own.
+    static constexpr std::size_t largestMemory(unsigned int theLimit)
+    {
+        return CRowIndex<K>::largestBytes(theLimit) + CRowStore<T>::largestBytes(std::size_t{theLimit} + 1);
+    }
 
     // For the trees of snapshots. A table without rows that lies flat holds what it copies as CFlatRows, and has
     // no row to show: assign, compareAssign and reset it, pack it, use it as their source, and nothing else.
@@ -245,6 +269,7 @@ private:
     unsigned int filedUnder(K const & key);
     bool fileAnew();
     T * create(K const & key);
+    T * createInNeed(K const & key);
     T * createBinding(K const & key, CMACAddrPacked const & address);
     void makeRoom(unsigned int rowId);
     template <class... Arguments>

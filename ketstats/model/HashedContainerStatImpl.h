@@ -39,6 +39,20 @@ T * CHashedContainerStat<T, K, H>::seek(K const & key)
     return last && shows(*last, key) ? last : nullptr;
 }
 
+template <class T, class K, class H>
+T const * CHashedContainerStat<T, K, H>::find(K const & key) const
+{
+    unsigned int const filed = m_index.find(CKeyBits<K>(key));
+    if (filed != 0 && shows(*child(filed), key))
+        return child(filed);
+    if (filed != 0 || m_lent)
+        for (T const & row : *this)
+            if (shows(row, key) && !isApart(row.getId()))
+                return &row;
+    T const * const last = isApart(limit) ? child(limit) : nullptr;
+    return last && shows(*last, key) ? last : nullptr;
+}
+
 // The row that is filed under the key and shows it too.
 template <class T, class K, class H>
 unsigned int CHashedContainerStat<T, K, H>::filedUnder(K const & key)
@@ -83,6 +97,20 @@ T * CHashedContainerStat<T, K, H>::create(K const & key)
     T * const row = build(index + 1, key);
     enter(row, key, false);
     return row;
+}
+
+// A row that makes way leaves its place and its id to the new one, which so needs no memory.
+template <class T, class K, class H>
+T * CHashedContainerStat<T, K, H>::createInNeed(K const & key)
+{
+    try {
+        return create(key);
+    } catch (std::bad_alloc const &) {
+        if (m_rowCount == 0)
+            return nullptr;
+        deleteOldest();
+        return create(key);
+    }
 }
 
 template <class T, class K, class H>

@@ -12,6 +12,9 @@ namespace KetStats {
 
 class CBaseStat;
 
+// What the free store takes for itself, for each of its blocks.
+inline constexpr std::size_t allocationBytes = 16;
+
 // Where each row of a table stands in its update order, by row id. The end of the list both ways is 0, which
 // is no row's id: the list is a ring through that entry.
 struct CRowLink
@@ -78,6 +81,9 @@ public:
 
     unsigned int capacity() const { return m_capacity; }
 
+    // What it takes at most for so many ids.
+    static constexpr std::size_t largestBytes(std::size_t ids) { return bytesFor(ids + 1) + allocationBytes; }
+
     // Makes room for the id, one up to `limit`. Hands out where rows and links are from then on.
     void grow(unsigned int id, unsigned int limit, CBaseStat **& rows, CRowLink *& links)
     {
@@ -90,8 +96,7 @@ public:
         std::size_t const places = std::size_t{capacity} + 1;
         std::size_t const buckets = std::bit_ceil(places) * bucketsForEach;
         std::size_t const used = m_capacity == 0 ? 0 : std::size_t{m_capacity} + 1;
-        auto * const block = static_cast<unsigned char *>(::operator new(
-            places *(sizeof(CEntry) + sizeof(CBaseStat *) + sizeof(CRowLink)) + buckets * sizeof *m_heads));
+        auto * const block = static_cast<unsigned char *>(::operator new(bytesFor(places)));
         auto * const entries = reinterpret_cast<CEntry *>(block);
         auto * const newRows = reinterpret_cast<CBaseStat **>(entries + places);
         auto * const heads = reinterpret_cast<std::uint16_t *>(newRows + places);
@@ -138,6 +143,12 @@ private:
         std::uint64_t next : 16; // in the bucket
         std::uint64_t birth : 48;
     };
+
+    static constexpr std::size_t bytesFor(std::size_t places)
+    {
+        return places * (sizeof(CEntry) + sizeof(CBaseStat *) + sizeof(CRowLink)) +
+               std::bit_ceil(places) * bucketsForEach * sizeof *m_heads;
+    }
 
     static constexpr unsigned int firstCapacity = 3;
     static constexpr std::size_t bucketsForEach = 4; // so that most have one row at most

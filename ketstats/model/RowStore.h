@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ketstats/model/RowIndex.h"
+
 #include <cstddef>
 #include <new>
 #include <type_traits>
@@ -43,6 +45,13 @@ public:
         void * const place = m_next;
         m_next += sizeof(T);
         return place;
+    }
+
+    // What it takes at most for so many rows.
+    static constexpr std::size_t largestBytes(std::size_t rows)
+    {
+        std::size_t const doublings = static_cast<std::size_t>(std::bit_width(rows));
+        return rows * sizeof(T) + (doublings + rows / mostInChunk) * (headBytes + allocationBytes);
     }
 
     void give(void * place) noexcept { m_vacant = new (place) CVacant{m_vacant}; }

@@ -48,6 +48,20 @@ CStructStatDescription const & CAgentStatistic::groupDescription()
     return description;
 }
 
+std::size_t CAgentStatistic::largestMemory(CTableLimits const & limits)
+{
+    std::size_t const station = CTcpPortStat::Container::largestMemory(limits.stationTcpPorts) +
+                                CUdpPortStat::Container::largestMemory(limits.stationUdpPorts);
+    return sizeof(CAgentStatistic) + CStationStat::Container::largestMemory(limits.stations) +
+           limits.stations * station + CProtocolStat::Container::largestMemory(limits.protocols) +
+           CMACConnectionStat::Container::largestMemory(limits.macConnections) +
+           CIPConnectionStat::Container::largestMemory(limits.ipConnections) +
+           CARPStat::Container::largestMemory(limits.arpTable) +
+           CGenProtoStat<0>::Container::largestMemory(limits.ipSubprotocols) +
+           CTcpPortStat::Container::largestMemory(limits.tcpPorts) +
+           CUdpPortStat::Container::largestMemory(limits.udpPorts);
+}
+
 CLedgers CAgentStatistic::ledgers() const
 {
     CLedgers all{.stations = stations.ledger(),

@@ -38,6 +38,10 @@ public:
 
     CTableLimits const & limits() const { return m_limits; }
 
+    // The bytes that a tree of such limits takes at most, which is when all its tables are full, those of each
+    // station too. For whoever has to keep within some: what is met in practice is far less.
+    static std::size_t largestMemory(CTableLimits const & limits);
+
     // What the rows had counted that the tables gave up since the tree was last reset.
     CLedgers ledgers() const;
 

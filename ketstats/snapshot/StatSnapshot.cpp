@@ -38,6 +38,39 @@ CStatSnapshot::~CStatSnapshot()
         m_root->destroyChildren();
 }
 
+std::size_t CStatSnapshot::largestMemory(CTableLimits const & limits, std::bitset<12> const & groups)
+{
+    std::size_t const fixed = sizeof(CStatSnapshot) + 1024; // with the nodes of the selection
+    std::size_t zero = 0;
+    std::size_t tree = 0;
+    if (groups[5]) {
+        zero += CTableZero<CStationStat>::largestMemory(limits.stations);
+        tree += CFlatRows<CStationStat>::largestMemory(limits.stations) +
+                limits.stations * (CFlatRows<CTcpPortStat>::largestMemory(limits.stationTcpPorts) +
+                                   CFlatRows<CUdpPortStat>::largestMemory(limits.stationUdpPorts));
+    }
+    if (groups[6]) {
+        zero += CTableZero<CProtocolStat>::largestMemory(limits.protocols);
+        tree += CFlatRows<CProtocolStat>::largestMemory(limits.protocols);
+    }
+    if (groups[7]) {
+        zero += CTableZero<CMACConnectionStat>::largestMemory(limits.macConnections);
+        tree += CFlatRows<CMACConnectionStat>::largestMemory(limits.macConnections);
+    }
+    if (groups[8]) {
+        zero += CTableZero<CIPConnectionStat>::largestMemory(limits.ipConnections);
+        tree += CFlatRows<CIPConnectionStat>::largestMemory(limits.ipConnections);
+    }
+    if (groups[9])
+        tree += CFlatRows<CARPStat>::largestMemory(limits.arpTable);
+    if (groups[10])
+        tree += CFlatRows<CGenProtoStat<0>>::largestMemory(limits.ipSubprotocols);
+    if (groups[11])
+        tree += CFlatRows<CTcpPortStat>::largestMemory(limits.tcpPorts) +
+                CFlatRows<CUdpPortStat>::largestMemory(limits.udpPorts);
+    return fixed + zero + 2 * tree;
+}
+
 void CStatSnapshot::enableAllOids()
 {
     m_enabled.fill(1);

@@ -5,6 +5,7 @@
 #include "ketstats/snapshot/ZeroRows.h"
 
 #include <array>
+#include <bitset>
 #include <memory>
 
 class CFrame;
@@ -57,6 +58,12 @@ public:
     CBaseStat * getStat(COid const & oid, bool & changed);
 
     CTableLimits const & limits() const { return m_visible.limits(); }
+
+    // The bytes that a snapshot of such limits takes at most while it only selects, samples and packs: when all
+    // tables of the groups are full, those of each station too. `groups` are those that are calculated, by their
+    // ids under the root, where the zero point is that of the selected ones alone; see holdSelectedOnly. While a
+    // sample is taken the largest of the tables can be there once more.
+    static std::size_t largestMemory(CTableLimits const & limits, std::bitset<12> const & groups);
 
     // Sets the zero point. With the manager: polls the adapter, and takes the link speed. This and nextSample
     // throw CAgentStatistic::CException, code 2, source "TableLimits", for a tree of other limits, with

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ketstats/model/Ledger.h"
+#include "ketstats/model/RowIndex.h"
 
 #include <cstdint>
 #include <type_traits>
@@ -35,6 +36,12 @@ public:
         // A row that had counted no frame takes nothing off, whatever bytes it had.
         bool counted = false;
     };
+
+    // What it takes at most, of a table of that limit.
+    static constexpr std::size_t largestMemory(unsigned int limit)
+    {
+        return limit * sizeof(CRow) + allocationBytes;
+    }
 
     // Takes what stands in the table now.
     void take(typename T::Container const & live);

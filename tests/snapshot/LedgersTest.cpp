@@ -1,5 +1,6 @@
 #include "tests/snapshot/Clock.h"
 #include "tests/snapshot/Snapshots.h"
+#include "tests/support/Allocations.h"
 #include "tests/support/Rows.h"
 
 #include <gtest/gtest.h>
@@ -7,6 +8,8 @@
 #include <limits>
 #include <list>
 #include <memory>
+#include <new>
+#include <optional>
 
 using namespace KetStats;
 using test::Clock;
@@ -232,7 +235,10 @@ public:
                 return;
         }
     }
+    // From now on memory runs out within every other frame.
+    void runOutOfMemory() { m_scarce = true; }
     CAgentStatistic & tree() { return m_manager.getAgentStatistic(); }
+    CLedgers const & counted() const { return m_count.totals; }
     unsigned long long samples() const { return m_samples; }
 
 private:
@@ -250,7 +256,14 @@ private:
     {
         auto const length = static_cast<unsigned int>(bytes.size()) + m_random.below(1400);
         Frame frame(bytes, length);
-        m_manager.analyzeFrame(&frame);
+        {
+            std::optional<test::MemoryRunsOut> soon;
+            if (m_scarce && m_random.oneIn(2))
+                soon.emplace(m_random.below(5));
+            m_manager.analyzeFrame(&frame);
+        }
+        ++m_frames;
+        EXPECT_EQ(tree().globalStatistics.transmittedFrames.get(), m_frames);
         isIP ? m_count.ip(tcp, from, to, length + 4) : m_count.other(unicast, length + 4);
     }
 
@@ -267,6 +280,7 @@ private:
                 // Whoever resets the tree tells its clients to begin anew.
                 m_manager.reset();
                 m_count.reset();
+                m_frames = 0;
                 m_clients.clear();
             }
             break;
@@ -324,6 +338,8 @@ private:
     unsigned int m_hosts;
     std::list<Client> m_clients;
     unsigned long long m_samples = 0;
+    unsigned int m_frames = 0; // since the last reset
+    bool m_scarce = false;
 };
 
 struct Setting
@@ -342,6 +358,19 @@ TEST_P(Ledgers, AndRowsAreWhatWasCounted)
     for (unsigned int seed = 1; seed <= 3; ++seed) {
         SCOPED_TRACE(testing::Message() << "seed " << seed);
         Flood flood(GetParam().limits, GetParam().hosts, seed);
+        flood.run(GetParam().steps);
+        if (HasFailure())
+            return;
+        EXPECT_GT(flood.samples(), 10U);
+    }
+}
+
+TEST_P(Ledgers, AndRowsAreWhatWasCountedWhereMemoryRunsOut)
+{
+    for (unsigned int seed = 11; seed <= 13; ++seed) {
+        SCOPED_TRACE(testing::Message() << "seed " << seed);
+        Flood flood(GetParam().limits, GetParam().hosts, seed);
+        flood.runOutOfMemory();
         flood.run(GetParam().steps);
         if (HasFailure())
             return;
