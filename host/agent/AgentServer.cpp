@@ -28,6 +28,9 @@ namespace {
 constexpr milliseconds beforeLastSample(20);
 // Between two looks after what needs it.
 constexpr milliseconds beforeNextLook(1000);
+// For consoles that are slow to take the end.
+constexpr std::chrono::seconds afterSignal(5);
+constexpr std::chrono::seconds afterEnd(30);
 // So that a program that is out of memory leaves others some time.
 constexpr milliseconds afterFailure(50);
 constexpr std::size_t mebibyte = std::size_t{1} << 20;
@@ -117,7 +120,11 @@ public:
                 std::this_thread::sleep_for(afterFailure);
             }
         }
-        m_links.closeAll();
+        try {
+            m_links.closeAll();
+        } catch (std::exception const & error) {
+            m_log.error(error.what());
+        }
         m_log.settle();
         if (m_failure)
             std::rethrow_exception(m_failure);
@@ -173,8 +180,10 @@ private:
         case lingering:
             await(m_phaseEnd, [this] { close(); });
             break;
-        case waiting:
         case over:
+            await(m_phaseEnd, [this] { m_io.stop(); });
+            break;
+        case waiting:
             break;
         }
     }
@@ -353,10 +362,12 @@ private:
     void close()
     {
         m_phase = over;
+        m_phaseEnd = Clock::now() + (m_interrupted ? afterSignal : afterEnd);
         m_listener.close();
         // Those that never said hello have nothing to wait for.
         m_links.closeIdle();
         gone();
+        awaitPhase();
     }
 
     void joined()

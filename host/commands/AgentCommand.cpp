@@ -39,13 +39,19 @@ std::chrono::milliseconds milliseconds(double seconds)
 }
 
 // Nothing if a signal came while an interface was waited for.
-std::optional<CInput> inputOf(CAgentOptions const & options)
+// A service that waits for its interface is ready: what is started behind it isn't held up.
+std::optional<CInput> inputOf(CAgentOptions const & options, CServiceManager & service)
 {
     if (!options.interface.empty()) {
         CLiveOptions live = options.live;
         live.interface = options.interface;
         live.filter = options.filter;
         live.linkSpeed = options.analysis.linkSpeed;
+        live.waiting = [&] {
+            service.ready();
+            service.alive();
+            service.status(fmt::format("waits for {}", options.interface));
+        };
         return openLiveCapture(live);
     }
     CInput input;
@@ -248,7 +254,8 @@ void runAgent(CAgentOptions const & options)
     serverOptions.linger = milliseconds(options.linger);
     serverOptions.memory = options.memory << 20;
 
-    std::optional<CInput> const opened = inputOf(options);
+    CServiceManager service;
+    std::optional<CInput> const opened = inputOf(options, service);
     if (!opened)
         return;
     CInput const & input = *opened;
@@ -259,8 +266,7 @@ void runAgent(CAgentOptions const & options)
     manager.beginAnalyzing(input.hook.get());
 
     CLog log(levelOf(options));
-    CServiceManager service;
-    std::optional<CCaptureThread> capture;
+    CCaptureThread * capture = nullptr;
     CAgentServer server(
         manager, serverOptions, served, log, service,
         [&] { capture->start([&server](CEnd const & end) { server.captureEnded(end); }); },
@@ -269,7 +275,8 @@ void runAgent(CAgentOptions const & options)
         log.warn(fmt::format("whoever reaches {} can read the statistics", server.endpoint().toString()));
     // It calls the server, so it is stopped before that is gone, whatever happens.
     double const pace = options.files.empty() ? 0.0 : options.pace;
-    capture.emplace(manager, *input.source, CFeedOptions{pace, options.longestGap, options.count});
+    CCaptureThread thread(manager, *input.source, {pace, options.longestGap, options.count});
+    capture = &thread;
     std::string const rights = dropRights(options.rights, needsOf(options));
     writeOutput(fmt::format("listening on {}\n", server.endpoint().toString()));
     if (!rights.empty())
@@ -277,13 +284,13 @@ void runAgent(CAgentOptions const & options)
     server.run();
     std::exception_ptr failure;
     try {
-        capture->join();
+        thread.join();
     } catch (std::exception const &) {
         // What was counted until then is told all the same.
         failure = std::current_exception();
     }
     manager.endAnalyzing();
-    tellEnd(capture->summary(), manager.getAgentStatistic().ledgers(), dropsOf(input), options.quiet);
+    tellEnd(thread.summary(), manager.getAgentStatistic().ledgers(), dropsOf(input), options.quiet);
     if (failure)
         std::rethrow_exception(failure);
 }
