@@ -82,6 +82,7 @@ std::string CConsoleLink::prepare(CSelection const & selection)
     m_snapshot = std::make_unique<KetStats::CStatSnapshot>(m_context.manager.limits());
     selection.select(*m_snapshot);
     m_snapshot->tellRowsApart(true);
+    m_snapshot->holdSelectedOnly(true);
     m_counterBase = m_context.counters();
     m_snapshot->startSampling(m_context.manager);
     m_first = packed(*m_snapshot, false);
