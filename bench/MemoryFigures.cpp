@@ -66,6 +66,21 @@ void fillStationPorts(CAgentStatistic & tree, unsigned int ports)
         }
 }
 
+// A client of the tree that was sampled and packed.
+std::unique_ptr<CStatSnapshot> client(CAgentStatistic const & tree, char const * selection)
+{
+    auto snapshot = std::make_unique<CStatSnapshot>(tree.limits());
+    snapshot->addOid(COid(selection));
+    snapshot->holdSelectedOnly(true);
+    snapshot->initSnapshot(tree);
+    ktools::CMemoryBuffer buffer(32 << 20, false);
+    for (int sample = 0; sample < 3; ++sample) {
+        snapshot->nextSample(tree);
+        snapshot->pack(buffer, sample != 0);
+    }
+    return snapshot;
+}
+
 } // namespace
 
 int main()
@@ -74,8 +89,13 @@ int main()
         CAgentStatistic const warmUp; // descriptions and strings are there from now on
     }
     malloc_trim(0);
-    long const before = residentKiB();
-    std::size_t const takenBefore = mallinfo2().uordblks + mallinfo2().hblkhd;
+    long before = residentKiB();
+    std::size_t takenBefore = mallinfo2().uordblks + mallinfo2().hblkhd;
+    auto const fromHere = [&] {
+        malloc_trim(0);
+        before = residentKiB();
+        takenBefore = mallinfo2().uordblks + mallinfo2().hblkhd;
+    };
     auto const tree = std::make_unique<CAgentStatistic>();
 
     auto const line = [&](char const * what) {
@@ -87,6 +107,17 @@ int main()
     line("all tables full, stations without ports");
     fillStationPorts(*tree, 20);
     line("199 stations with 20 TCP and 20 UDP ports each");
+    fillStationPorts(*tree, 199);
+    line("199 stations with 199 TCP and 199 UDP ports each");
+    fromHere();
+    auto const ofAll = client(*tree, "1");
+    line("a client of all of that");
+    ofAll->getStat(COid("1"));
+    line("the same once it looked at it");
+    fromHere();
+    auto const ofGlobals = client(*tree, "1.1");
+    line("a client of the global statistics");
+    fromHere();
 
     CTableLimits limits;
     limits.stations = limits.macConnections = limits.ipConnections = 16385;

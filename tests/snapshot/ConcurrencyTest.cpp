@@ -65,4 +65,34 @@ TEST(SnapshotConcurrency, ClientsSampleWhileFramesFlow)
     EXPECT_EQ(manager.getAgentStatistic().globalStatistics.transmittedFrames, 3000U);
 }
 
+// Rows whose keys were changed in place are filed under others still, and to ask for them must not file them anew.
+TEST(SnapshotConcurrency, TreeThatIsHeldStillIsAskedByManyThreads)
+{
+    test::Live live;
+    for (unsigned int i = 0; i < 100; ++i)
+        test::put(live->protocols, test::id(i), i, i);
+    for (CProtocolStat & row : live->protocols)
+        row.protocolId = test::id(static_cast<unsigned int>(row.framesTransmitted) + 1000);
+    CAgentStatistic const & still = *live;
+
+    std::thread clients[3];
+    for (std::thread & client : clients)
+        client = std::thread([&] {
+            CStatSnapshot snapshot;
+            snapshot.addOid("1");
+            snapshot.initSnapshot(still);
+            snapshot.nextSample(still);
+            for (unsigned int i = 0; i < 100; ++i) {
+                CProtocolStat const * const row = still.protocols.find(test::id(i + 1000));
+                ASSERT_NE(row, nullptr);
+                ASSERT_EQ(row->framesTransmitted, i);
+                ASSERT_EQ(still.protocols.find(test::id(i)), nullptr);
+            }
+        });
+    for (std::thread & client : clients)
+        client.join();
+
+    EXPECT_EQ(live->protocols[test::id(3)]->framesTransmitted, 3U) << "filed as before";
+}
+
 } // namespace
