@@ -7,6 +7,7 @@
 
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <new>
 
 namespace ketmon {
@@ -15,6 +16,8 @@ namespace {
 
 constexpr std::chrono::seconds timeToGreet(5);
 constexpr std::chrono::seconds timeToEnd(5);
+// For what changed between two samples, where little did.
+constexpr std::size_t leastRoom = std::size_t{1} << 20;
 // A sample needs more than a millisecond since the one before to count anything.
 constexpr long long leastInterval = 2 * ticksPerSecond / 1000;
 
@@ -120,7 +123,9 @@ void CConsoleLink::sample()
         return;
     guarded([this] {
         m_snapshot->nextSample(m_context.manager);
-        sendSample(MessageType::delta, packed(*m_snapshot, true));
+        std::string const changed = packed(*m_snapshot, true, m_room);
+        m_room = std::max(leastRoom, 2 * changed.size());
+        sendSample(MessageType::delta, changed);
     });
 }
 

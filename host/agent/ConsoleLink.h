@@ -97,6 +97,7 @@ private:
     // Once greeted.
     std::unique_ptr<KetStats::CStatSnapshot> m_snapshot; // until it leaves
     std::string m_first;                                 // its first sample, until that is sent
+    std::size_t m_room = largestToConsole;               // expected of the next one
     CSampleHead m_last;                                  // of the message sent last
     CSampleTimes m_times;                                // of that
     CCaptureCounters m_counterBase;                      // what the capture had counted at the zero point

@@ -1,7 +1,6 @@
 #include "host/wire/SnapshotBytes.h"
 
-#include "host/wire/Protocol.h"
-
+#include <algorithm>
 #include <climits>
 #include <memory>
 
@@ -16,11 +15,9 @@ constexpr std::string_view endMark("\0\0", 2);
 
 } // namespace
 
-std::string packed(CStatSnapshot & snapshot, bool onlyChanged)
+std::string packed(CStatSnapshot & snapshot, bool onlyChanged, std::size_t room)
 {
-    // Room for whatever a message may hold: a buffer that grows is copied again and again, which takes seconds for
-    // large tables. What isn't written to costs no memory.
-    CMemoryBuffer buffer(static_cast<int>(largestToConsole), true);
+    CMemoryBuffer buffer(static_cast<int>(std::min(room, largestToConsole)), true);
     snapshot.pack(buffer, onlyChanged);
     return buffer.size == 0 ? std::string()
                             : std::string(buffer.data, buffer.data + static_cast<std::size_t>(buffer.size));

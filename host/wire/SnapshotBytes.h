@@ -1,5 +1,7 @@
 #pragma once
 
+#include "host/wire/Protocol.h"
+
 #include "ketstats/ketstats.h"
 
 #include <stdexcept>
@@ -15,8 +17,10 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-// Packs a snapshot: all that is selected, or what changed since it was last packed.
-std::string packed(KetStats::CStatSnapshot & snapshot, bool onlyChanged);
+// Packs a snapshot: all that is selected, or what changed since it was last packed. `room` is how many bytes are
+// expected at most. More come all the same, but are copied again and again while the room grows, which takes seconds
+// for large tables; room that isn't used costs next to nothing.
+std::string packed(KetStats::CStatSnapshot & snapshot, bool onlyChanged, std::size_t room = largestToConsole);
 
 // Fills a snapshot with the bytes of exactly one packed snapshot. Throws CDamagedSnapshot; what was read by
 // then stays in the snapshot.
