@@ -133,8 +133,11 @@ private:
             gap = CGap{*m_lastMoment, head.zero};
         m_lastMoment = head.moment;
         show(nullptr, gap);
-        if (++m_samples == m_options.count)
-            m_io.stop();
+        if (++m_samples != m_options.count)
+            return;
+        // More of them may have come in one piece with it.
+        m_link->close();
+        m_io.stop();
     }
 
     void ended(CEnd const & end)

@@ -344,6 +344,17 @@ TEST(Console, ExitsWithOneIfTheAgentLostItsInterface)
         "the agent lost its interface: eth0: it disappeared\n");
 }
 
+TEST(Console, EndsAfterACountOfSamplesHoweverTheyCome)
+{
+    RawAgent const agent(welcomed() + sample(MessageType::full, 1) + sample(MessageType::delta, 2) +
+                         sample(MessageType::delta, 3) + sample(MessageType::delta, 4));
+
+    Process console({"console", agent.address(), "--json", "--count", "2"});
+
+    EXPECT_EQ(linesOf(console).size(), 2U);
+    EXPECT_EQ(console.wait(), 0);
+}
+
 TEST(Console, AsksForWhatIsSelected)
 {
     RawAgent agent(welcomed());
