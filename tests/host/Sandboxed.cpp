@@ -25,6 +25,8 @@ bool builtWith(std::string const & name)
     return false;
 }
 
+} // namespace
+
 // The same question as in the program: a build for sanitizers has no such filter.
 bool sanitized()
 {
@@ -39,8 +41,6 @@ bool sanitized()
     return false;
 #endif
 }
-
-} // namespace
 
 bool hasLandlock()
 {

@@ -11,6 +11,9 @@ bool hasLandlock();
 bool hasSystemCallFilter();
 bool hasCapabilities();
 
+// Whether this is a build for sanitizers, which have memory and system calls of their own.
+bool sanitized();
+
 // What /proc says of a process behind that name, such as "CapEff"; empty if it says nothing.
 std::string statusOf(pid_t process, std::string const & name);
 
