@@ -14,7 +14,7 @@ namespace ketmon {
 inline constexpr unsigned int rowsOfFiles = 16384;
 inline constexpr unsigned int rowsOfAgents = 4096;
 inline constexpr char costOfFiles[] = "350 MB when all tables are full";
-inline constexpr char costOfAgents[] = "32 MB when all tables are full, and 37 MB for each console";
+inline constexpr char costOfAgents[] = "32 MB when all tables are full, and 5 MB for each console";
 
 // The option --rows.
 struct CRowOptions
