@@ -3,6 +3,8 @@
 #include "host/agent/ConsoleLinks.h"
 #include "host/agent/Recurrence.h"
 #include "host/live/Groups.h"
+#include "host/support/Caught.h"
+#include "host/support/Failure.h"
 #include "host/support/Memory.h"
 #include "host/wire/Fingerprint.h"
 #include "host/wire/SampleTime.h"
@@ -115,15 +117,15 @@ public:
                 m_service.ready();
                 m_io.run();
                 again = false;
-            } catch (std::exception const & error) {
-                m_log.error(error.what());
+            } catch (...) {
+                m_log.error(caughtText());
                 std::this_thread::sleep_for(afterFailure);
             }
         }
         try {
             m_links.closeAll();
-        } catch (std::exception const & error) {
-            m_log.error(error.what());
+        } catch (...) {
+            m_log.error(caughtText());
         }
         m_log.settle();
         if (m_failure)
@@ -241,6 +243,10 @@ private:
         } catch (std::exception const & error) {
             m_failure = std::current_exception();
             ending({EndReason::failed, 0, error.what()});
+        } catch (...) {
+            std::string const text = caughtText();
+            m_failure = std::make_exception_ptr(CFailure(exitFailure, text));
+            ending({EndReason::failed, 0, text});
         }
     }
 
@@ -256,8 +262,8 @@ private:
     {
         try {
             m_adapter.initSnapshot(m_manager);
-        } catch (std::exception const & error) {
-            m_log.error(fmt::format("the adapter's counters can't be had: {}", error.what()));
+        } catch (...) {
+            m_log.error("the adapter's counters can't be had: " + caughtText());
         }
         m_links.sample();
     }

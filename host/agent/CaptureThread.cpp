@@ -1,5 +1,6 @@
 #include "host/agent/CaptureThread.h"
 
+#include "host/support/Caught.h"
 #include "host/support/Failure.h"
 
 #include <fmt/format.h>
@@ -39,6 +40,9 @@ CEnd CCaptureThread::run(std::stop_token const & stop)
     } catch (std::exception const & failure) {
         m_failure = std::current_exception();
         end = {EndReason::failed, 0, failure.what()};
+    } catch (...) {
+        end = {EndReason::failed, 0, caughtText()};
+        m_failure = std::make_exception_ptr(CFailure(exitFailure, end.text));
     }
     end.frames = m_summary.frames;
     return end;

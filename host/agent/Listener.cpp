@@ -1,5 +1,6 @@
 #include "host/agent/Listener.h"
 
+#include "host/support/Caught.h"
 #include "host/support/Failure.h"
 
 #include <boost/asio/ip/tcp.hpp>
@@ -93,8 +94,8 @@ void CListener::accept()
         }
         try {
             m_accepted(std::move(socket));
-        } catch (std::exception const & failure) {
-            m_troubled(failure.what());
+        } catch (...) {
+            m_troubled(caughtText());
         }
         accept();
     });

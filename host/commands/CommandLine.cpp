@@ -8,13 +8,13 @@
 #include "host/commands/ReadCommand.h"
 #include "host/commands/SchemaCommand.h"
 #include "host/commands/ShowCommand.h"
+#include "host/support/Caught.h"
 #include "host/support/Failure.h"
 #include "host/support/Output.h"
 
 #include <fmt/core.h>
 
 #include <algorithm>
-#include <exception>
 
 namespace ketmon {
 
@@ -89,8 +89,8 @@ int run(int argc, char const * const * argv)
     } catch (CFailure const & failure) {
         tell(failure.what());
         return failure.exitCode();
-    } catch (std::exception const & error) {
-        tell(error.what());
+    } catch (...) {
+        tell(caughtText());
         return exitFailure;
     }
 }

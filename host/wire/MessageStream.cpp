@@ -175,12 +175,12 @@ void CMessageStream::broken(CErrorCode error)
     guarded([&] { loseTo(error == asio::error::eof, error.message()); });
 }
 
-void CMessageStream::giveUp(char const * why)
+void CMessageStream::giveUp(std::string const & why) noexcept
 {
     try {
         loseTo(false, why);
-    } catch (std::exception const &) {
-        // There was no memory to say so.
+    } catch (...) {
+        caughtText(); // there was no memory to say so
     }
 }
 

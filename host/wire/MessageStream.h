@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/support/Caught.h"
 #include "host/wire/Asio.h"
 #include "host/wire/Protocol.h"
 #include "host/wire/SendQueue.h"
@@ -10,9 +11,7 @@
 #include <array>
 #include <chrono>
 #include <cstddef>
-#include <exception>
 #include <memory>
-#include <new>
 #include <string>
 
 namespace ketmon {
@@ -76,10 +75,8 @@ protected:
     {
         try {
             deed();
-        } catch (std::bad_alloc const &) {
-            giveUp("out of memory");
-        } catch (std::exception const & error) {
-            giveUp(error.what());
+        } catch (...) {
+            giveUp(caughtText());
         }
     }
 
@@ -100,7 +97,7 @@ private:
     void arrived(std::string_view bytes);
     void write();
     void broken(CErrorCode error);
-    void giveUp(char const * why);
+    void giveUp(std::string const & why) noexcept;
     void loseTo(bool hungUp, std::string const & why);
     void hangUp();
     void beat();

@@ -1,5 +1,7 @@
 #include "host/wire/MessageStream.h"
 
+#include "ketstats/ktools/Exception.h"
+
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/local/connect_pair.hpp>
 #include <boost/asio/local/stream_protocol.hpp>
@@ -8,7 +10,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <new>
+#include <utility>
 
 using namespace ketmon;
 using namespace std::chrono_literals;
@@ -26,13 +30,12 @@ public:
 
     std::string why;        // it was lost
     unsigned int heard = 0; // messages
-    bool fails = false;
+    std::function<void()> fails = [] {};
 
 private:
     void received(CMessage const &) override
     {
-        if (fails)
-            throw std::bad_alloc();
+        fails();
         ++heard;
     }
     void misunderstood(std::string const & text) override { why = text; }
@@ -165,14 +168,23 @@ TEST(MessageStream, StaysWithAPeerThatOnlySaysThatItIsThere)
 
 TEST(MessageStream, AnExceptionCostsTheOneConnection)
 {
-    Ends ends;
-    ends.stream->fails = true;
-    ends.say(encoded(MessageType::heartbeat, ""));
+    std::pair<std::string, std::function<void()>> const failures[] = {
+        {"out of memory", [] { throw std::bad_alloc(); }},
+        {"out of memory", [] { throw static_cast<ktools::CException *>(nullptr); }},
+        {"the operation can't be done (Place.cpp 7, code 1)",
+         [] { ktools::raise<ktools::CException>(1, "Place.cpp", 7); }},
+        {"an unknown exception", [] { throw 7; }},
+    };
+    for (auto const & [text, failure] : failures) {
+        Ends ends;
+        ends.stream->fails = failure;
+        ends.say(encoded(MessageType::heartbeat, ""));
 
-    EXPECT_NO_THROW(ends.run(20s));
+        EXPECT_NO_THROW(ends.run(20s));
 
-    EXPECT_EQ(ends.stream->why, "out of memory");
-    EXPECT_TRUE(ends.stream->closed());
+        EXPECT_EQ(ends.stream->why, text);
+        EXPECT_TRUE(ends.stream->closed());
+    }
 }
 
 } // namespace
