@@ -1,13 +1,11 @@
 #include "host/commands/LiveOptions.h"
 
 #include "host/support/Failure.h"
-#include "host/support/Terminal.h"
+#include "host/support/ServiceManager.h"
 
 #include <fmt/core.h>
 
 #include <charconv>
-#include <cstdio>
-#include <cstdlib>
 #include <string_view>
 
 namespace ketmon {
@@ -16,13 +14,6 @@ namespace {
 
 // The largest that libpcap takes, rounded down to MiB.
 constexpr std::uint64_t largestBuffer = std::uint64_t{2047} << 20;
-
-// Whether a service manager started the program. In a session of a person's it may have left its mark as well,
-// but there is a terminal.
-bool isService()
-{
-    return std::getenv("NOTIFY_SOCKET") || (std::getenv("INVOCATION_ID") && !isTerminal(stderr));
-}
 
 } // namespace
 

@@ -7,6 +7,9 @@
 
 namespace ketmon {
 
+// Whether a manager of services started this process, and not only one that it descends from.
+bool isService();
+
 // The manager of services that started this one, if it did and wants to hear of it: that the service is ready,
 // that it lives, what it is about, that it ends. Without such a manager nothing happens.
 //

@@ -52,6 +52,13 @@ std::optional<long long> number(std::string_view text)
 
 } // namespace
 
+// Other marks of a manager are inherited by all that a session of a person's starts, in a terminal too.
+bool isService()
+{
+    return !environment("NOTIFY_SOCKET").empty() ||
+           number(environment("SYSTEMD_EXEC_PID")) == static_cast<long long>(getpid());
+}
+
 CServiceManager::CServiceManager() : m_socket(connectedTo(environment("NOTIFY_SOCKET")))
 {
     if (m_socket < 0)

@@ -4,6 +4,11 @@ namespace ketmon {
 
 // ketmon is no service of this system.
 
+bool isService()
+{
+    return false;
+}
+
 CServiceManager::CServiceManager() = default;
 CServiceManager::~CServiceManager() = default;
 

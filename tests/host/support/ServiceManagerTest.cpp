@@ -81,6 +81,24 @@ TEST_F(ServiceManager, HearsWhatTheServiceSays)
     EXPECT_TRUE(service.there());
 }
 
+// What a session of a person's inherits is no sign of one.
+TEST_F(ServiceManager, IsThereForTheProcessThatItStartedAlone)
+{
+    setenv("INVOCATION_ID", "0123456789abcdef0123456789abcdef", 1);
+    EXPECT_FALSE(ketmon::isService());
+    setenv("SYSTEMD_EXEC_PID", std::to_string(getppid()).c_str(), 1);
+    EXPECT_FALSE(ketmon::isService());
+    setenv("SYSTEMD_EXEC_PID", std::to_string(getpid()).c_str(), 1);
+    EXPECT_TRUE(ketmon::isService());
+    unsetenv("SYSTEMD_EXEC_PID");
+    unsetenv("INVOCATION_ID");
+    EXPECT_FALSE(ketmon::isService());
+
+    setenv("NOTIFY_SOCKET", path.c_str(), 1);
+    EXPECT_TRUE(ketmon::isService());
+    unsetenv("NOTIFY_SOCKET");
+}
+
 TEST_F(ServiceManager, HearsAStatusOnceAndAsOneLine)
 {
     Manager const manager(path);
