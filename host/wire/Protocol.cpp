@@ -43,35 +43,42 @@ std::string shownText(std::string_view text)
     return shown;
 }
 
+void CMessageReader::feed(std::string_view bytes)
+{
+    m_bytes.erase(0, m_taken);
+    m_taken = 0;
+    m_bytes.append(bytes);
+}
+
 bool CMessageReader::next(CMessage & message)
 {
-    if (m_bytes.size() < lengthSize)
+    std::string_view const bytes = rest();
+    if (bytes.size() < lengthSize)
         return false;
-    std::size_t const length = CBodyReader(m_bytes).get<std::uint32_t>();
+    std::size_t const length = CBodyReader(bytes).get<std::uint32_t>();
     if (length == 0 || length > m_largest) {
         std::string const announced =
             fmt::format("a message of {} bytes is announced, and 1 to {} are allowed", length, m_largest);
-        throw CProtocolError(m_begun ? announced : strangeness(m_bytes));
+        throw CProtocolError(m_begun ? announced : strangeness(bytes));
     }
     bool const refused =
-        m_bytes.size() > lengthSize && static_cast<MessageType>(m_bytes[lengthSize]) == MessageType::refusal;
+        bytes.size() > lengthSize && static_cast<MessageType>(bytes[lengthSize]) == MessageType::refusal;
     if (refused && length > 1 + longestText)
         throw CProtocolError(
             fmt::format("a refusal of {} bytes is announced, and {} are allowed", length - 1, longestText));
-    if (m_bytes.size() - lengthSize < length)
+    if (bytes.size() - lengthSize < length)
         return false;
     m_begun = true;
-    message.type = static_cast<MessageType>(m_bytes[lengthSize]);
-    message.body = m_bytes.substr(lengthSize + 1, length - 1);
-    m_bytes.erase(0, lengthSize + length);
+    message.type = static_cast<MessageType>(bytes[lengthSize]);
+    message.body = bytes.substr(lengthSize + 1, length - 1);
+    m_taken += lengthSize + length;
     return true;
 }
 
 std::size_t CMessageReader::begun() const
 {
-    if (m_bytes.size() < lengthSize)
-        return m_bytes.size();
-    return lengthSize + CBodyReader(m_bytes).get<std::uint32_t>();
+    std::string_view const bytes = rest();
+    return bytes.size() < lengthSize ? bytes.size() : lengthSize + CBodyReader(bytes).get<std::uint32_t>();
 }
 
 } // namespace ketmon

@@ -63,10 +63,10 @@ public:
     // Holds from the next message on.
     void allow(std::size_t largest) { m_largest = largest; }
 
-    void feed(std::string_view bytes) { m_bytes.append(bytes); }
+    void feed(std::string_view bytes);
     // Takes the next whole message; false while there is none. Throws CProtocolError for a length of 0 or
-    // above the largest, and for a refusal that is longer than one may be, as soon as it is known. If that is how the stream begins, the error names who
-    // speaks so, as far as it is known.
+    // above the largest, and for a refusal that is longer than one may be, as soon as it is known. If that is how the
+    // stream begins, the error names who speaks so, as far as it is known.
     bool next(CMessage & message);
 
     // The bytes of a message that has come in part, those of its length included as far as they are known; 0
@@ -74,9 +74,13 @@ public:
     std::size_t begun() const;
 
 private:
+    // What was fed and not yet taken.
+    std::string_view rest() const { return std::string_view(m_bytes).substr(m_taken); }
+
     std::size_t m_largest;
     std::string m_bytes;
-    bool m_begun = false; // a message was understood
+    std::size_t m_taken = 0; // of those; they go with the next feed, all at once
+    bool m_begun = false;    // a message was understood
 };
 
 } // namespace ketmon

@@ -6,6 +6,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
+
 using namespace ketmon;
 using testing::HasSubstr;
 
@@ -53,6 +55,25 @@ TEST(Messages, HaveTheirLengthInFront)
     EXPECT_EQ(encoded(MessageType::heartbeat, ""), std::string("\1\0\0\0"
                                                                "\7",
                                                                5));
+}
+
+// Taken away one by one, each would move all that are behind it: minutes for so many.
+TEST(Messages, ThatAreSmallAndManyTakeNoTime)
+{
+    std::string bytes;
+    for (int i = 0; i < 1000000; ++i)
+        bytes += encoded(MessageType::heartbeat, "");
+    CMessageReader reader(100);
+    auto const start = std::chrono::steady_clock::now();
+    unsigned int count = 0;
+
+    reader.feed(bytes);
+    for (CMessage message; reader.next(message);)
+        ++count;
+
+    EXPECT_EQ(count, 1000000U);
+    EXPECT_EQ(reader.begun(), 0U);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
 }
 
 TEST(Messages, ComeOutWholeHoweverTheyWereCut)
