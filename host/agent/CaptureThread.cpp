@@ -22,8 +22,13 @@ CCaptureThread::~CCaptureThread()
 
 void CCaptureThread::start(std::function<void(CEnd const & end)> ended)
 {
-    m_thread =
-        std::jthread([this, ended = std::move(ended)](std::stop_token const & stop) { ended(run(stop)); });
+    std::promise<void> over;
+    m_ended = over.get_future();
+    m_thread = std::jthread(
+        [this, ended = std::move(ended), over = std::move(over)](std::stop_token const & stop) mutable {
+            ended(run(stop));
+            over.set_value();
+        });
 }
 
 CEnd CCaptureThread::run(std::stop_token const & stop)
@@ -52,6 +57,14 @@ void CCaptureThread::stop()
 {
     m_thread.request_stop();
     m_source.stop();
+}
+
+bool CCaptureThread::endsWithin(std::chrono::milliseconds most)
+{
+    if (!m_thread.joinable())
+        return true;
+    stop();
+    return m_ended.wait_for(most) == std::future_status::ready;
 }
 
 void CCaptureThread::join()

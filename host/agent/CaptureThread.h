@@ -6,8 +6,10 @@
 
 #include "ketstats/ketstats.h"
 
+#include <chrono>
 #include <exception>
 #include <functional>
+#include <future>
 #include <thread>
 
 namespace ketmon {
@@ -28,6 +30,8 @@ public:
     void start(std::function<void(CEnd const & end)> ended);
     void stop();
 
+    // Tells it to end; whether it did within that time. It doesn't while a read hangs which nothing interrupts.
+    bool endsWithin(std::chrono::milliseconds most);
     // Ends the thread. Throws what it failed with.
     void join();
     // What it counted; once it has ended.
@@ -41,6 +45,7 @@ private:
     CFeedOptions m_options;
     CCaptureSummary m_summary; // this and the next are written by the thread, and read behind its end
     std::exception_ptr m_failure;
+    std::future<void> m_ended;
     std::jthread m_thread;
 };
 

@@ -1,6 +1,7 @@
 #include "host/commands/AgentCommand.h"
 
 #include "host/agent/CaptureThread.h"
+#include "host/agent/Identity.h"
 #include "host/agent/StatisticsClock.h"
 #include "host/capture/CaptureFiles.h"
 #include "host/capture/LiveCapture.h"
@@ -18,6 +19,7 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <exception>
 #include <map>
@@ -98,6 +100,17 @@ std::optional<CDrops> dropsOf(CInput const & input)
     if (!known.droppedByKernel && !known.droppedByInterface)
         return {};
     return CDrops{known.droppedByKernel.value_or(0), known.droppedByInterface.value_or(0)};
+}
+
+// Behind the end of the serving the capture is over too, or was told to be. A second signal doesn't wait for a read that
+// hangs, of a file whose server is gone, to come back: the process ends with the thread that is in it.
+void endWithin(std::chrono::milliseconds most, CCaptureThread & thread, CLog & log)
+{
+    if (thread.endsWithin(most))
+        return;
+    log.warn("the capture hangs in its input, and is ended there");
+    log.settle();
+    std::_Exit(exitSuccess);
 }
 
 // What an agent reads while it counts: the counters of interfaces, which are links into the tree of devices, or
@@ -282,6 +295,7 @@ void runAgent(CAgentOptions const & options)
     if (!rights.empty())
         log.inform(rights);
     server.run();
+    endWithin(std::chrono::milliseconds(500), thread, log);
     std::exception_ptr failure;
     try {
         thread.join();

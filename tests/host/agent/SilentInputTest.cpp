@@ -8,14 +8,17 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <optional>
 #include <stdexcept>
 #include <thread>
@@ -184,6 +187,63 @@ TEST(SilentInput, EndsTheAgentAtASignal)
 
         EXPECT_EQ(agent.process().wait(), 0) << agent.process().errors();
     }
+}
+
+// A terminal that waits for more bytes than come, or for a pause of 25 s between two of them, says that there is
+// something to read, and then keeps who reads.
+TEST(SilentInput, WhoseReadHangsEndsTheAgentAtTheSecondSignal)
+{
+    int const master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    if (master < 0 || grantpt(master) != 0 || unlockpt(master) != 0)
+        GTEST_SKIP() << "there are no terminals here";
+    std::string const name = ptsname(master);
+    int const slave = open(name.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    termios mode{};
+    ASSERT_EQ(tcgetattr(slave, &mode), 0);
+    cfmakeraw(&mode);
+    mode.c_cc[VMIN] = mode.c_cc[VTIME] = 255;
+    ASSERT_EQ(tcsetattr(slave, TCSANOW, &mode), 0);
+    TemporaryFile const errors("");
+    int output[2];
+    ASSERT_EQ(pipe2(output, O_CLOEXEC), 0);
+    pid_t const id = fork();
+    if (id == 0) {
+        dup2(slave, STDIN_FILENO);
+        dup2(output[1], STDOUT_FILENO);
+        dup2(open(errors.path().c_str(), O_WRONLY), STDERR_FILENO);
+        execl(KETMON_PROGRAM, "ketmon", "agent", "-r", "-", "--listen", "127.0.0.1:0",
+              static_cast<char *>(nullptr));
+        _exit(127);
+    }
+    char first = 0;
+    EXPECT_EQ(read(output[0], &first, 1), 1) << "it doesn't listen";
+    // Now and then one byte more, so that it goes on for a minute.
+    std::jthread dripping([&](std::stop_token const & stop) {
+        while (!stop.stop_requested()) {
+            static_cast<void>(write(master, "x", 1));
+            std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        }
+    });
+    std::this_thread::sleep_for(std::chrono::seconds(2));
+
+    kill(id, SIGTERM);
+    std::this_thread::sleep_for(std::chrono::seconds(2));
+    int status = 0;
+    EXPECT_EQ(waitpid(id, &status, WNOHANG), 0) << "it doesn't hang";
+    kill(id, SIGTERM);
+    auto const start = std::chrono::steady_clock::now();
+    while (waitpid(id, &status, WNOHANG) == 0) {
+        if (std::chrono::steady_clock::now() - start > std::chrono::seconds(20))
+            kill(id, SIGKILL);
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+    EXPECT_THAT(test::fileContents(errors.path()), HasSubstr("the capture hangs in its input"));
+    dripping.request_stop();
+    dripping.join();
+    for (int const handle : {slave, master, output[0], output[1]})
+        close(handle);
 }
 
 TEST(SilentInput, LeavesTheOtherCommandsToTheirSignals)
