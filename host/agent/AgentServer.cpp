@@ -1,20 +1,16 @@
 #include "host/agent/AgentServer.h"
 
 #include "host/agent/ConsoleLinks.h"
+#include "host/agent/MemoryCeiling.h"
 #include "host/agent/Recurrence.h"
-#include "host/live/Groups.h"
+#include "host/agent/Signals.h"
 #include "host/support/Caught.h"
 #include "host/support/Failure.h"
-#include "host/support/Memory.h"
-#include "host/wire/Fingerprint.h"
-#include "host/wire/SampleTime.h"
 
 #include <boost/asio/post.hpp>
-#include <boost/asio/signal_set.hpp>
 #include <fmt/core.h>
 
 #include <algorithm>
-#include <csignal>
 #include <exception>
 #include <mutex>
 #include <optional>
@@ -35,29 +31,6 @@ constexpr std::chrono::seconds afterSignal(5);
 constexpr std::chrono::seconds afterEnd(30);
 // So that a program that is out of memory leaves others some time.
 constexpr milliseconds afterFailure(50);
-constexpr std::size_t mebibyte = std::size_t{1} << 20;
-constexpr milliseconds shortestHeartbeat(3000);
-constexpr milliseconds longestHeartbeat(5000);
-
-CWelcome welcomeOf(KetStats::CKetrinStatManager & manager, CServerOptions const & options,
-                   CServed const & served)
-{
-    CWelcome welcome;
-    welcome.fingerprint = schemaFingerprint();
-    welcome.interval = static_cast<std::uint32_t>(options.interval.count());
-    welcome.heartbeat =
-        static_cast<std::uint32_t>(std::clamp(options.interval, shortestHeartbeat, longestHeartbeat).count());
-    welcome.identity = served.identity;
-    welcome.epoch = statisticsTime();
-    welcome.groups = countedGroups(manager).to_ulong();
-    welcome.errors = served.errors;
-    welcome.kind = served.kind;
-    welcome.linkSpeed = served.linkSpeed;
-    welcome.limits = manager.limits();
-    welcome.source = served.source;
-    welcome.agent = served.agent;
-    return welcome;
-}
 
 } // namespace
 
@@ -74,13 +47,14 @@ public:
           m_startCapture(std::move(startCapture)),
           m_stopCapture(std::move(stopCapture)),
           m_adapter(manager.limits()),
+          m_welcome(manager, options.interval, served),
           m_context{manager,
                     m_shape,
-                    welcomeOf(manager, options, served),
+                    [this] { return m_welcome.now(); },
                     options.backlog,
                     served.counters,
                     [this](CConsoleLink const & link) { return m_links.objection(link.peer()); },
-                    [this] { return shortage(); },
+                    [this] { return m_memory.shortage(); },
                     [this] { joined(); },
                     [this] { gone(); },
                     log},
@@ -90,23 +64,14 @@ public:
               [this](std::string const & why) {
                   m_log.say(LogLevel::warning, CLog::peer, "can't take a console in: " + why);
               }),
-          m_samples(options.interval)
-    {
-        m_signals.add(SIGINT);
-        m_signals.add(SIGTERM);
-#ifdef SIGHUP
-        m_signals.add(SIGHUP); // a terminal that is gone ends no agent
-#endif
-    }
+          m_samples(options.interval),
+          m_signals(
+              m_io, [this] { signalled(); }, [this] { m_log.inform("SIGHUP changes nothing here"); }),
+          m_memory(options.memory, log)
+    {}
 
-    CEndpoint endpoint() const
-    {
-        return m_listener.endpoint();
-    }
-    bool isNear() const
-    {
-        return m_listener.isNear();
-    }
+    CEndpoint endpoint() const { return m_listener.endpoint(); }
+    bool isNear() const { return m_listener.isNear(); }
 
     void run()
     {
@@ -160,8 +125,7 @@ private:
     // Whatever goes on by itself, from the start and if an exception has ended it.
     void revive()
     {
-        if (!m_awaitsSignal)
-            awaitSignal();
+        m_signals.revive();
         if (!m_looks)
             lookAgain();
         if (!m_timed)
@@ -204,31 +168,17 @@ private:
         m_timed = true;
     }
 
-    void awaitSignal()
+    void signalled()
     {
-        m_signals.async_wait([this](auto error, [[maybe_unused]] int number) {
-            m_awaitsSignal = false;
-            if (error)
-                return;
-#ifdef SIGHUP
-            if (number == SIGHUP) {
-                awaitSignal();
-                m_log.inform("SIGHUP changes nothing here");
-                return;
-            }
-#endif
-            if (m_interrupted || m_phase >= lingering) {
-                m_io.stop();
-                return;
-            }
-            m_interrupted = true;
-            awaitSignal();
-            if (m_phase == waiting)
-                ending({});
-            else
-                m_stopCapture();
-        });
-        m_awaitsSignal = true;
+        if (m_interrupted || m_phase >= lingering) {
+            m_io.stop();
+            return;
+        }
+        m_interrupted = true;
+        if (m_phase == waiting)
+            ending({});
+        else
+            m_stopCapture();
     }
 
     void startIfEnough()
@@ -292,46 +242,15 @@ private:
             m_manager.getAgentStatistic().globalStatistics.transmittedFrames.shared(), m_links.serving()));
         m_listener.revive();
         sweep();
-        holdMemory();
+        m_memory.look([this](std::string const & why) { return m_links.refuseLast(why); });
         m_log.settle();
         endIfDone();
     }
 
     void sweep()
     {
-        m_mayReturn = m_links.sweep() || m_mayReturn;
-    }
-
-    // Consoles that came last go until it fits, and what they had is given back.
-    void holdMemory()
-    {
-        bool above = residentMemory() > m_options.memory;
-        if (m_mayReturn || above)
-            returnFreeMemory();
-        m_mayReturn = false;
-        while (above && residentMemory() > m_options.memory) {
-            above = m_links.refuseLast(
-                fmt::format("the agent has reached the {} MiB of memory that it may have", megabytes()));
-            returnFreeMemory();
-        }
-    }
-
-    // Why no more consoles can be afforded; empty if they can.
-    std::string shortage()
-    {
-        if (residentMemory() <= m_options.memory)
-            return "";
-        returnFreeMemory();
-        return residentMemory() <= m_options.memory
-                   ? ""
-                   : fmt::format(
-                         "the agent has no memory left for another console, of the {} MiB that it may have",
-                         megabytes());
-    }
-
-    std::size_t megabytes() const
-    {
-        return m_options.memory / mebibyte;
+        if (m_links.sweep())
+            m_memory.mayReturn();
     }
 
     void lookForEnd()
@@ -408,17 +327,17 @@ private:
     std::function<void()> m_stopCapture;
     KetStats::CAgentStatistic m_shape;
     KetStats::CStatSnapshot m_adapter; // asks the adapter for its counters whenever it is initialised
+    CAgentWelcome m_welcome;
     CLinkContext m_context;
     CConsoleLinks m_links;
     CListener m_listener;
     CRecurrence m_samples;
+    CSignals m_signals;
+    CMemoryCeiling m_memory;
     asio::steady_timer m_timer{m_io}; // of the phase
     asio::steady_timer m_look{m_io};
-    asio::signal_set m_signals{m_io};
-    bool m_mayReturn = false; // memory, since consoles left
-    bool m_timed = false;     // these three: whether it is under way
+    bool m_timed = false; // whether it is under way, as is the next
     bool m_looks = false;
-    bool m_awaitsSignal = false;
     Phase m_phase = waiting;
     Clock::time_point m_phaseEnd{}; // of ending and lingering
     bool m_interrupted = false;     // by a signal

@@ -1,19 +1,17 @@
 #pragma once
 
-#include "host/agent/Identity.h"
 #include "host/agent/Listener.h"
+#include "host/agent/Welcome.h"
 #include "host/support/Log.h"
 #include "host/support/ServiceManager.h"
 #include "host/wire/SampleMessage.h"
 
 #include "ketstats/ketstats.h"
 
-#include <bitset>
 #include <chrono>
 #include <cstddef>
 #include <functional>
 #include <memory>
-#include <string>
 
 namespace ketmon {
 
@@ -23,21 +21,9 @@ struct CServerOptions
     std::chrono::milliseconds interval{1000};
     std::chrono::milliseconds linger{0};
     unsigned int consoles = 0;                  // how many must be connected before the capture starts
-    std::size_t backlog = std::size_t{4} << 20; // bytes that may wait for one console
+    std::size_t backlog = std::size_t{4} << 20; // with more to be taken a console gets no further sample
     std::size_t mostConsoles = 100;
     std::size_t memory = std::size_t{1} << 30; // bytes that the program may have before consoles go without
-};
-
-// Who the agent is and what it counts, for the consoles.
-struct CServed
-{
-    std::string agent;
-    CIdentity identity{};
-    SourceKind kind = SourceKind::file;
-    std::string source;          // path or interface
-    std::uint64_t linkSpeed = 0; // bits per second
-    std::bitset<32> errors;      // counters of "1.2" that the adapter has figures for
-    std::function<CCaptureCounters()> counters = [] { return CCaptureCounters{}; }; // any thread
 };
 
 // Serves consoles over TCP: each has a snapshot of its own, with its own selection and zero point.
@@ -52,12 +38,12 @@ struct CServed
 // 2. Before every round of samples a snapshot of the server's own is initialised: that asks the adapter for
 //    its counters and moves no console's zero point. Rounds are due at fixed times; one whose time is over when
 //    its turn comes is left out, and told.
-// 3. A console that doesn't keep up, sends what makes no sense, or can't be afforded is dropped with a line in the
-//    log. It never holds up the capture or another console.
+// 3. A console that doesn't keep up gets fewer samples, which cover a longer time each. One that takes nothing, sends
+//    what makes no sense, or can't be afforded is dropped with a line in the log. None holds up the capture or another.
 // 4. After the capture every console gets a last sample and the end. A console that comes later gets a full
 //    one and the end, for as long as the server lingers.
-// 5. Memory has a ceiling: a console that would go beyond it is refused, and when it is reached all the same the
-//    console that came last goes. What consoles had is given back to the system when they leave.
+// 5. Memory has a ceiling: a console that would go beyond it is refused, and as long as it is exceeded all the same the
+//    console that came last goes, one a second. What consoles had is given back to the system when they leave.
 // 6. No exception of what it does for others ends it: it is told, and the server goes on.
 class CAgentServer
 {

@@ -18,6 +18,13 @@ constexpr std::chrono::seconds timeToGreet(5);
 constexpr std::chrono::seconds timeToEnd(5);
 // For what changed between two samples, where little did.
 constexpr std::size_t leastRoom = std::size_t{1} << 20;
+// Of a console that has greeted. It has nothing to say but that it is there.
+constexpr double mostMessages = 100; // a second
+// What is in a sample's message beside the packed snapshot, at most.
+constexpr std::size_t largestHead = 1024;
+// A message that has begun must be sent whole before another one. With more left of it than that, who is turned away
+// isn't told why, for memory should be there at once.
+constexpr std::size_t longestRest = std::size_t{64} << 10;
 // A sample needs more than a millisecond since the one before to count anything.
 constexpr long long leastInterval = 2 * ticksPerSecond / 1000;
 
@@ -32,13 +39,19 @@ CCaptureCounters since(CCaptureCounters const & now, CCaptureCounters const & ba
             since(now.droppedByInterface, base.droppedByInterface)};
 }
 
+std::string tooLarge(std::size_t bytes, std::size_t largest)
+{
+    return fmt::format("a sample of {} bytes is more than a console takes, {}: select less", bytes, largest);
+}
+
 } // namespace
 
 CConsoleLink::CConsoleLink(CSocket socket, CPeer peer, CLinkContext const & context)
     : CMessageStream(std::move(socket), largestToAgent, context.backlog),
       m_context(context),
       m_peer(std::move(peer)),
-      m_deadline(executor())
+      m_deadline(executor()),
+      m_rate(mostMessages, mostMessages)
 {}
 
 CConsoleLink::~CConsoleLink() = default;
@@ -52,6 +65,8 @@ void CConsoleLink::start()
 // A console has nothing to say but hello, and that it is there.
 void CConsoleLink::received(CMessage const & message)
 {
+    if (m_greeted && !m_rate.allows(Clock::now()))
+        throw CProtocolError(fmt::format("the console says more than {} messages a second", mostMessages));
     if (!m_greeted && message.type == MessageType::hello)
         greet(message);
     else if (!m_greeted || message.type != MessageType::heartbeat)
@@ -89,12 +104,14 @@ std::string CConsoleLink::prepare(CSelection const & selection)
     m_counterBase = m_context.counters();
     m_snapshot->startSampling(m_context.manager);
     m_first = packed(*m_snapshot, false);
-    std::string shortage = m_context.shortage();
-    if (!shortage.empty()) {
+    std::string objection = m_first.size() + largestHead > m_context.largest
+                                ? tooLarge(m_first.size(), m_context.largest)
+                                : m_context.shortage();
+    if (!objection.empty()) {
         m_snapshot.reset();
         m_first = {};
     }
-    return shortage;
+    return objection;
 }
 
 void CConsoleLink::begin()
@@ -104,12 +121,13 @@ void CConsoleLink::begin()
     m_greeted = true;
     log(LogLevel::info, "joined");
 
-    deliver(encoded(MessageType::welcome, m_context.welcome.body()));
+    CWelcome const welcome = m_context.welcome();
+    deliver(encoded(MessageType::welcome, welcome.body()));
     sendSample(MessageType::full, std::move(m_first));
     m_first = {};
     if (!serving())
         return;
-    keepAlive(std::chrono::milliseconds(m_context.welcome.heartbeat));
+    keepAlive(std::chrono::milliseconds(welcome.heartbeat));
     m_context.joined();
 }
 
@@ -117,6 +135,18 @@ void CConsoleLink::sample()
 {
     if (!serving())
         return;
+    if (behind()) {
+        if (!m_behind)
+            log(LogLevel::info, "doesn't keep up, and gets no sample until it does");
+        m_behind = true;
+        return;
+    }
+    takeSample();
+}
+
+void CConsoleLink::takeSample()
+{
+    m_behind = false;
     // Right behind the one before, tables would go on and the global counters would not.
     long long const age = statisticsTime() - m_times.last();
     if (age >= 0 && age < leastInterval)
@@ -137,12 +167,18 @@ void CConsoleLink::sendSample(MessageType type, std::string const & snapshot)
     head.counters = since(m_context.counters(), m_counterBase);
     head.ledgers = m_snapshot->getLedgers();
     std::string const body = head.body(m_last.ledgers, snapshot);
+    if (body.size() >= m_context.largest) {
+        refuse(tooLarge(body.size(), m_context.largest));
+        return;
+    }
     m_last = head;
     deliver(encoded(type, body));
 }
 
 void CConsoleLink::end(CEnd const & end)
 {
+    if (serving() && m_behind)
+        takeSample();
     if (!serving())
         return;
     guarded([&] {
@@ -160,6 +196,10 @@ void CConsoleLink::refuse(std::string const & why)
 {
     guarded([&] {
         log(LogLevel::warning, "refused: " + shownText(why));
+        if (dropUnsent() > longestRest) {
+            close();
+            return;
+        }
         deliver(encoded(MessageType::refusal, why.substr(0, longestText)));
         leave();
     });
@@ -168,10 +208,7 @@ void CConsoleLink::refuse(std::string const & why)
 void CConsoleLink::deliver(std::string message)
 {
     m_answered = true;
-    if (closed() || send(std::move(message)))
-        return;
-    log(LogLevel::warning, fmt::format("dropped: it doesn't keep up, {} bytes wait for it", waiting()));
-    close();
+    send(std::move(message));
 }
 
 void CConsoleLink::leave()

@@ -2,6 +2,7 @@
 
 #include "host/agent/SampleTimes.h"
 #include "host/support/Log.h"
+#include "host/support/RateLimit.h"
 #include "host/wire/Greeting.h"
 #include "host/wire/MessageStream.h"
 #include "host/wire/SampleMessage.h"
@@ -25,8 +26,8 @@ struct CLinkContext
 {
     KetStats::CKetrinStatManager & manager;
     KetStats::CAgentStatistic & shape; // any tree
-    CWelcome welcome;
-    std::size_t backlog;
+    std::function<CWelcome()> welcome; // as it is told at that moment
+    std::size_t backlog;               // with more to be taken a console gets no further sample
     std::function<CCaptureCounters()> counters;
     // Why a console that said hello can't be served; empty if it can.
     std::function<std::string(CConsoleLink const & link)> objection;
@@ -36,6 +37,7 @@ struct CLinkContext
     std::function<void()> joined;
     std::function<void()> gone;
     CLog & log;
+    std::size_t largest = largestToConsole; // of a message
 };
 
 // The agent's end of one connection.
@@ -57,11 +59,12 @@ public:
     ~CConsoleLink() override;
 
     void start();
-    // Samples and sends what changed, unless the last sample is too young.
+    // Samples and sends what changed, unless the last sample is too young, or too much is still to be taken of those
+    // before: then the next one covers a longer time.
     void sample();
-    // Sends the end and closes.
+    // Sends the end, behind the sample that was left out last, and closes.
     void end(CEnd const & end);
-    // Tells it why it isn't served, or no more, and closes.
+    // Tells it why it isn't served, or no more, and closes. What it was still to be sent is let go of.
     void refuse(std::string const & why);
 
     CPeer const & peer() const { return m_peer; }
@@ -79,6 +82,7 @@ private:
     void greet(CMessage const & message);
     std::string prepare(CSelection const & selection);
     void begin();
+    void takeSample();
     void sendSample(MessageType type, std::string const & snapshot);
     void deliver(std::string message);
     void leave();
@@ -93,6 +97,8 @@ private:
     asio::steady_timer m_deadline;
     bool m_greeted = false;
     bool m_answered = false; // with a welcome or a refusal
+    bool m_behind = false;   // the last sample was left out
+    CRateLimit m_rate;       // of what it says
 
     // Once greeted.
     std::unique_ptr<KetStats::CStatSnapshot> m_snapshot; // until it leaves

@@ -20,12 +20,17 @@ constexpr std::size_t sendBuffer = std::size_t{256} << 10;
 
 void CConsoleLinks::add(CStreamSocket socket)
 {
+    CPeer const peer = peerOf(socket);
+    add(std::move(socket), peer);
+}
+
+void CConsoleLinks::add(CStreamSocket socket, CPeer const & peer)
+{
     CErrorCode ignored;
     socket.set_option(
         asio::socket_base::send_buffer_size(static_cast<int>(std::min(sendBuffer, m_context.backlog))),
         ignored);
     tune(socket);
-    CPeer const peer = peerOf(socket);
     makeRoom(peer.origin);
     m_links.push_back(std::make_shared<CConsoleLink>(std::move(socket), peer, m_context));
     m_links.back()->start();
@@ -70,7 +75,7 @@ std::string CConsoleLinks::objection(CPeer const & peer)
 {
     if (serving() >= m_most)
         return fmt::format("the agent has {} consoles already, and serves no more", m_most);
-    if (peer.isNear)
+    if (!peer.limited)
         return "";
     auto const same = [&](auto const & link) {
         return link->serving() && link->peer().origin == peer.origin;

@@ -14,7 +14,8 @@ namespace ketmon {
 // All connections of an agent.
 //
 // 1. Consoles, those that are served, are as many as the agent was told to have at most; from one address of
-//    another machine come at most half of them, and not too many a second, so that none locks out the others.
+//    another machine, or one user at a socket in the file system, come at most half of them, and not too many a
+//    second, so that none locks out the others.
 // 2. Who hasn't said hello is limited apart from them, so that whoever is mute keeps no console out. Where there are
 //    too many, the oldest goes of the address that has the most.
 // 3. Who is turned away hears why, and has little time to.
@@ -30,6 +31,7 @@ public:
 
     // Takes a connection in.
     void add(CStreamSocket socket);
+    void add(CStreamSocket socket, CPeer const & peer);
     // Drops those that are closed; true if there were any.
     bool sweep();
 
@@ -48,13 +50,13 @@ public:
     bool empty() const { return m_links.empty(); }
 
 private:
-    // Consoles from one address of another machine.
+    // Consoles from one origin that is limited.
     std::size_t mostOfOne() const { return std::max<std::size_t>(1, m_most / 2); }
     void makeRoom(std::string const & origin);
 
     CLinkContext const & m_context;
     std::size_t m_most;
-    CArrivals m_arrivals;                               // from other machines
+    CArrivals m_arrivals;                               // from origins that are limited
     std::vector<std::shared_ptr<CConsoleLink>> m_links; // the oldest first
 };
 

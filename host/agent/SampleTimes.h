@@ -5,6 +5,27 @@
 
 namespace ketmon {
 
+// How far the clock of the day is told to be ahead of that of the statistics, in ticks: since they are looked at one
+// behind the other that is never quite the same, and stays as it is until the clock of the day was set.
+class CAhead
+{
+public:
+    explicit CAhead(long long ticks = 0) : m_ticks(ticks) {}
+
+    void follow(long long ticks)
+    {
+        if (ticks - m_ticks > unnoticed || m_ticks - ticks > unnoticed)
+            m_ticks = ticks;
+    }
+
+    long long ticks() const { return m_ticks; }
+
+private:
+    static constexpr long long unnoticed = ticksPerSecond / 10;
+
+    long long m_ticks;
+};
+
 // The times of a console's samples, whatever is done to the clock of the day between them.
 //
 // 1. Intervals are by the clock of the statistics, which nobody sets.
@@ -18,7 +39,7 @@ public:
     void start(CSampleHead & head, long long zero, long long ahead)
     {
         m_zero = m_last = zero;
-        m_ahead = ahead;
+        m_ahead = CAhead(ahead);
         tell(head);
     }
 
@@ -27,9 +48,7 @@ public:
     {
         head.interval = moment - m_last;
         m_last = moment;
-        // The clocks are looked at one behind the other.
-        if (ahead - m_ahead > unnoticed || m_ahead - ahead > unnoticed)
-            m_ahead = ahead;
+        m_ahead.follow(ahead);
         tell(head);
     }
 
@@ -37,17 +56,15 @@ public:
     long long last() const { return m_last; }
 
 private:
-    static constexpr long long unnoticed = ticksPerSecond / 10;
-
     void tell(CSampleHead & head) const
     {
-        head.zero = m_zero + m_ahead;
-        head.moment = m_last + m_ahead;
+        head.zero = m_zero + m_ahead.ticks();
+        head.moment = m_last + m_ahead.ticks();
     }
 
     long long m_zero = 0;
     long long m_last = 0;
-    long long m_ahead = 0;
+    CAhead m_ahead;
 };
 
 } // namespace ketmon

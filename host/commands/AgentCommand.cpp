@@ -202,7 +202,8 @@ void addAgentCommand(CLI::App & app)
         "statistics, without a password or encryption");
     command
         ->add_option("--most-consoles", options->server.mostConsoles,
-                     "Serve no more consoles than that, and from one address of another machine half of them")
+                     "Serve no more consoles than that, and half of them from one address of another machine or "
+                     "one other user")
         ->check(notEmpty())
         ->capture_default_str()
         ->type_name("N");
@@ -222,7 +223,7 @@ void addAgentCommand(CLI::App & app)
         ->type_name("SECONDS");
     command
         ->add_option("--backlog", options->server.backlog,
-                     "Bytes that may wait for a console before it is dropped")
+                     "Bytes that a console may have still to take when its next sample is due; with more it gets none")
         ->check(notEmpty())
         ->capture_default_str()
         ->type_name("BYTES");

@@ -108,9 +108,7 @@ CWelcome CWelcome::parsed(std::string_view body, std::uint64_t own)
     CWelcome welcome;
     welcome.fingerprint = own;
     welcome.interval = reader.get<std::uint32_t>();
-    welcome.heartbeat = reader.get<std::uint32_t>();
-    if (welcome.heartbeat == 0)
-        throw CProtocolError("heartbeats without a pause are announced");
+    welcome.heartbeat = std::clamp(reader.get<std::uint32_t>(), shortestHeartbeat, longestHeartbeat);
     std::string_view const identity = reader.bytes(welcome.identity.size());
     std::copy(identity.begin(), identity.end(), welcome.identity.begin());
     welcome.epoch = reader.ticks();

@@ -43,6 +43,11 @@ enum class SourceKind : unsigned char
     interface = 2,
 };
 
+// Milliseconds of silence before a heartbeat. An end that went by less would do little else, or give up on a peer
+// whose system was busy; by more it would hold on to one that is gone.
+inline constexpr std::uint32_t shortestHeartbeat = 1000;
+inline constexpr std::uint32_t longestHeartbeat = 60000;
+
 // The number of Ethernet among the link types of capture files.
 inline constexpr std::uint16_t ethernetLinkType = 1;
 
@@ -51,7 +56,7 @@ struct CWelcome
     std::uint16_t version = protocolVersion;
     std::uint64_t fingerprint = 0;
     std::uint32_t interval = 0;  // milliseconds between two samples
-    std::uint32_t heartbeat = 0; // milliseconds; never 0
+    std::uint32_t heartbeat = 0; // milliseconds
     CIdentity identity{};
     long long epoch = 0;    // when the agent began to count, in ticks
     std::bitset<32> groups; // that are counted: bit 5 is 1.5
@@ -64,7 +69,8 @@ struct CWelcome
     std::string agent;
 
     std::string body() const;
-    // Throws CProtocolError as CHello does, and for limits that no tree can have.
+    // Throws CProtocolError as CHello does, and for limits that no tree can have. A heartbeat is taken for the nearest
+    // that makes sense.
     static CWelcome parsed(std::string_view body, std::uint64_t own);
 };
 

@@ -1,8 +1,9 @@
 #include "host/wire/MessageStream.h"
 
 #include <boost/asio/buffer.hpp>
-#include <boost/asio/write.hpp>
 #include <fmt/chrono.h>
+
+#include <algorithm>
 
 namespace ketmon {
 
@@ -11,6 +12,9 @@ namespace {
 constexpr int silencesToGiveUp = 3;
 // Slower than that, in bytes a second, a message is none that arrives.
 constexpr std::size_t slowest = std::size_t{16} << 10;
+// What a system takes at a time from a connection that moves on; until there is room for more it takes nothing.
+constexpr std::size_t onItsWay = std::size_t{256} << 10;
+constexpr std::size_t longestWrite = std::size_t{64} << 10;
 
 std::chrono::milliseconds timeFor(std::size_t bytes)
 {
@@ -23,7 +27,7 @@ CMessageStream::CMessageStream(CSocket socket, std::size_t largest, std::size_t 
     : m_socket(std::move(socket)),
       m_heartbeat(m_socket.get_executor()),
       m_reader(largest),
-      m_queue(backlog)
+      m_backlog(backlog)
 {}
 
 CMessageStream::~CMessageStream() = default;
@@ -70,37 +74,49 @@ void CMessageStream::arrived(std::string_view bytes)
     }
 }
 
-bool CMessageStream::send(std::string message)
+void CMessageStream::send(std::string message)
 {
     if (m_state != isOpen)
-        return true;
-    if (!m_queue.push(std::move(message)))
-        return false;
+        return;
+    m_queue.push(std::move(message));
     m_lastSent = Clock::now();
     if (!m_writing)
         guarded([this] { write(); });
-    return true;
+}
+
+std::size_t CMessageStream::dropUnsent()
+{
+    m_queue.dropBehindFront();
+    return m_queue.bytes() - m_sent;
 }
 
 void CMessageStream::write()
 {
-    m_frontSince = Clock::now();
-    asio::async_write(m_socket, asio::buffer(m_queue.front()), [self = shared_from_this()](auto error, auto) {
-        self->m_writing = false;
-        if (self->closed())
-            return;
-        if (error) {
-            self->broken(error);
-            return;
-        }
-        self->guarded([&] {
-            self->m_queue.pop();
-            if (!self->m_queue.empty())
-                self->write();
-            else if (self->finishing())
-                self->hangUp();
-        });
-    });
+    if (m_sent == 0)
+        m_frontSince = m_lastTaken = Clock::now();
+    auto const rest = asio::buffer(m_queue.front()) + m_sent;
+    m_socket.async_write_some(asio::buffer(rest, longestWrite),
+                              [self = shared_from_this()](auto error, auto count) {
+                                  self->m_writing = false;
+                                  if (self->closed())
+                                      return;
+                                  if (error) {
+                                      self->broken(error);
+                                      return;
+                                  }
+                                  self->guarded([&] {
+                                      self->m_lastTaken = Clock::now();
+                                      self->m_sent += count;
+                                      if (self->m_sent == self->m_queue.front().size()) {
+                                          self->m_queue.pop();
+                                          self->m_sent = 0;
+                                      }
+                                      if (!self->m_queue.empty())
+                                          self->write();
+                                      else if (self->finishing())
+                                          self->hangUp();
+                                  });
+                              });
     m_writing = true;
 }
 
@@ -156,9 +172,15 @@ std::string CMessageStream::complaint(Clock::time_point now) const
     using std::chrono::duration_cast;
     using std::chrono::seconds;
     auto const longest = silencesToGiveUp * m_silence;
-    if (!m_queue.empty() && now - m_frontSince > longest + timeFor(m_queue.front().size()))
-        return fmt::format("it took nothing of what it was sent for {}",
-                           duration_cast<seconds>(now - m_frontSince));
+    if (!m_queue.empty()) {
+        std::size_t const size = m_queue.front().size();
+        if (now - m_lastTaken > longest + timeFor(std::min(size, onItsWay)))
+            return fmt::format("it took nothing of what it was sent for {}",
+                               duration_cast<seconds>(now - m_lastTaken));
+        if (now - m_frontSince > longest + timeFor(size))
+            return fmt::format("it took {} bytes of a message of {} within {}", m_sent, size,
+                               duration_cast<seconds>(now - m_frontSince));
+    }
     if (m_state != isOpen)
         return "";
     if (receiving()) {

@@ -25,9 +25,10 @@ namespace ketmon {
 //       +-------------close()--------------+
 //
 // 1. Once it is closed nothing is called any more. While it finishes, what arrives is thrown away.
-// 2. What waits to be sent is bounded by the queue's limit, what was received by the largest message.
+// 2. What was received is bounded by the largest message, and what waits to be sent by whoever sends: `behind` tells.
 // 3. Once `keepAlive` was called it is bounded in time, too: a peer has so long to say anything, to have a message
-//    arrive whole that has begun, and to take what it is sent, a long message in its proportion.
+//    arrive whole that has begun, and to take what it is sent, a long message in its proportion, but something of it
+//    all the while.
 // 4. No exception leaves it: where one comes up, as for want of memory, this connection is lost and no other.
 class CMessageStream : public std::enable_shared_from_this<CMessageStream>
 {
@@ -46,7 +47,7 @@ public:
     void close();
 
 protected:
-    // `backlog` bounds what may wait; nothing is received that is larger than `largest`.
+    // Nothing is received that is larger than `largest`; with more than `backlog` to be sent it is behind.
     CMessageStream(CSocket socket, std::size_t largest, std::size_t backlog);
 
     // May throw CProtocolError.
@@ -58,8 +59,9 @@ protected:
     // It was closed, by whichever side.
     virtual void wasClosed() {}
 
-    // False, with nothing sent, if more than the backlog waits already.
-    bool send(std::string message);
+    void send(std::string message);
+    // Lets go of what isn't being sent yet, and yields how much is left of the message that is.
+    std::size_t dropUnsent();
     // Has what is queued go out. Closing at once could throw away, at the other end, what it hasn't read yet.
     void finish();
     // Sends a heartbeat if nothing else went out for so long, and again, and gives up on a peer from which nothing
@@ -81,7 +83,8 @@ protected:
     }
 
     void allow(std::size_t largest) { m_reader.allow(largest); }
-    std::size_t waiting() const { return m_queue.bytes(); }
+    // Whether the other side takes less than it is sent.
+    bool behind() const { return m_queue.bytes() - m_sent > m_backlog; }
     bool receiving() const { return m_reader.begun() != 0; }
     CSocket::executor_type executor() { return m_socket.get_executor(); }
 
@@ -108,12 +111,15 @@ private:
     State m_state = isOpen;
     CMessageReader m_reader;
     CSendQueue m_queue;
+    std::size_t m_backlog;
+    std::size_t m_sent = 0; // of the message that is being sent
     bool m_writing = false;
     Clock::time_point m_lastSent = Clock::now();
     std::chrono::milliseconds m_silence{0};       // until a heartbeat; 0 for never
     Clock::time_point m_lastHeard = Clock::now(); // a message that was whole
     Clock::time_point m_partSince{};              // the beginning of one that isn't yet
     Clock::time_point m_frontSince{};             // when what is being sent had its turn
+    Clock::time_point m_lastTaken{};              // when the other side, or the system for it, took any of it
     std::array<char, 16384> m_block{};
 };
 

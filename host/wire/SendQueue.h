@@ -7,21 +7,14 @@
 
 namespace ketmon {
 
-// Messages that wait to be sent to one console. A console that doesn't keep up is told by its backlog: what
-// waits is at most the limit and one message more, however large that one is.
+// Messages that wait to be sent, the first of which is being sent.
 class CSendQueue
 {
 public:
-    explicit CSendQueue(std::size_t limit) : m_limit(limit) {}
-
-    // False, with nothing queued, if more than the limit waits already.
-    bool push(std::string message)
+    void push(std::string message)
     {
-        if (m_bytes > m_limit)
-            return false;
-        m_bytes += message.size();
         m_messages.push_back(std::move(message));
-        return true;
+        m_bytes += m_messages.back().size();
     }
 
     bool empty() const { return m_messages.empty(); }
@@ -34,9 +27,14 @@ public:
         m_bytes -= m_messages.front().size();
         m_messages.pop_front();
     }
+    // All but the oldest.
+    void dropBehindFront()
+    {
+        for (; m_messages.size() > 1; m_messages.pop_back())
+            m_bytes -= m_messages.back().size();
+    }
 
 private:
-    std::size_t m_limit;
     std::size_t m_bytes = 0;
     std::deque<std::string> m_messages; // a message keeps its place in memory while others come and go
 };

@@ -65,12 +65,12 @@ CPeer peerOf(CStreamSocket & socket)
     CErrorCode error;
     CStreamEndpoint const peer = socket.remote_endpoint(error);
     if (error)
-        return {"?", "?", true};
+        return {"?", "?", false};
     if (!isTcp(peer))
         return localPeer(socket);
     auto const address = plainAddress(tcpOf(peer).address());
     return {CEndpoint{address.to_string(), tcpOf(peer).port()}.toString(), networkOf(address),
-            address.is_loopback()};
+            !address.is_loopback()};
 }
 
 void tune(CStreamSocket & socket)

@@ -28,7 +28,8 @@ struct CPeer
 {
     std::string name;   // for people: "192.0.2.1:54444", or "process 4711 of user 1000"
     std::string origin; // what is limited together: the address, of IPv6 the network, or the user
-    bool isNear = true; // on this machine, where one address stands for many
+    bool limited =
+        false; // what comes from there, together; not from this machine's address, which stands for many
 };
 
 CPeer peerOf(CStreamSocket & socket);

@@ -31,7 +31,8 @@ private:
     mode_t m_before;
 };
 
-// Whether there is a socket that an agent left behind which is no more.
+// Whether there is a socket that an agent left behind which is no more. Nothing waits for an agent that doesn't come to
+// accept: where one is, it is there.
 bool isLeftBehind(std::string const & path)
 {
     struct stat about
@@ -39,10 +40,11 @@ bool isLeftBehind(std::string const & path)
     if (lstat(path.c_str(), &about) != 0 || !S_ISSOCK(about.st_mode))
         return false;
     asio::io_context io;
-    asio::local::stream_protocol::socket socket(io);
-    CErrorCode error;
-    socket.connect(path, error);
-    return error == asio::error::connection_refused;
+    asio::local::stream_protocol::socket socket(io, asio::local::stream_protocol());
+    socket.native_non_blocking(true);
+    CStreamEndpoint const endpoint = localEndpoint(path);
+    return connect(socket.native_handle(), endpoint.data(), static_cast<socklen_t>(endpoint.size())) != 0 &&
+           errno == ECONNREFUSED;
 }
 
 } // namespace
@@ -74,7 +76,11 @@ CPeer localPeer(CStreamSocket & socket)
     socklen_t size = sizeof peer;
     if (getsockopt(socket.native_handle(), SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0)
         return {"a local process", "?", true};
-    return {fmt::format("process {} of user {}", peer.pid, peer.uid), fmt::format("user {}", peer.uid), true};
+    // Who could end the agent as well is kept from nothing by a limit: root, which may be there for others, and the
+    // agent's own user.
+    bool const limited = peer.uid != 0 && peer.uid != geteuid();
+    return {fmt::format("process {} of user {}", peer.pid, peer.uid), fmt::format("user {}", peer.uid),
+            limited};
 }
 
 } // namespace ketmon

@@ -17,7 +17,7 @@ void bindLocal(CStreamAcceptor &, std::string const & path, unsigned int)
 
 CPeer localPeer(CStreamSocket &)
 {
-    return {"a local process", "?", true};
+    return {"a local process", "?", false};
 }
 
 } // namespace ketmon

@@ -6,11 +6,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <csignal>
 #include <filesystem>
 #include <list>
 
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 // An agent among clients that break off, say nothing or too much, and a system that fails it.
@@ -225,6 +228,52 @@ TEST(AgentPeers, ASocketInTheFileSystemHasItsPermissionsAndNamesWhoComes)
         test::ketmon({"agent", "-r", capture("empty.pcap"), "--listen", "unix:" + std::string(200, 'x')})
             .exitCode,
         2);
+}
+
+TEST(AgentPeers, AnotherUserIsServedHalfOfTheConsolesAtASocketInTheFileSystem)
+{
+    if (getuid() != 0)
+        GTEST_SKIP() << "takes another user";
+    std::string const path = temporaryPath("users");
+    std::string const address = "unix:" + path;
+    Agent agent(endless({"--listen", address, "--socket-mode", "666", "--most-consoles", "3"}));
+    std::vector<std::string> const totals = {"console", address, "--json", "--select", "totals"};
+    Process const own(totals);
+    Process nobody(totals, Process::noRights);
+    EXPECT_NE(nobody.line(), "");
+
+    Process second(totals, Process::noRights);
+
+    EXPECT_EQ(second.wait(), 1);
+    EXPECT_THAT(second.errors(), HasSubstr("the agent has 1 consoles from user 65534 already"));
+    expectServing(address);
+    std::filesystem::remove(path);
+}
+
+TEST(AgentPeers, AnAgentThatAcceptsNobodyIsThereAllTheSame)
+{
+    std::string const path = temporaryPath("full");
+    int const listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    auto const * const name = reinterpret_cast<sockaddr const *>(&address);
+    ASSERT_EQ(bind(listener, name, sizeof address), 0);
+    ASSERT_EQ(listen(listener, 0), 0);
+    std::vector<int> queued;
+    do
+        queued.push_back(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    while (connect(queued.back(), name, sizeof address) == 0 && queued.size() < 100);
+    EXPECT_EQ(errno, EAGAIN);
+
+    Process second({"agent", "-r", capture("empty.pcap"), "--listen", "unix:" + path});
+
+    EXPECT_EQ(second.wait(), 1);
+    EXPECT_THAT(second.errors(), HasSubstr("Address already in use"));
+    queued.push_back(listener);
+    for (int const handle : queued)
+        close(handle);
+    std::filesystem::remove(path);
 }
 
 TEST(AgentPeers, WhatOthersCanReachMustBeMeant)

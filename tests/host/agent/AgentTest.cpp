@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <future>
+#include <thread>
 
 #include <unistd.h>
 
@@ -280,7 +281,14 @@ TEST(Agent, AConsoleThatStallsIsDroppedAndDelaysNobody)
     // It is read all the while, or it would stall as well.
     std::future<ConsoleOutput> output = std::async(std::launch::async, [&] { return outputOf(client); });
 
-    EXPECT_TRUE(agent.process().waitForError("dropped: it doesn't keep up"));
+    // It says that it is there, so that is no reason.
+    std::string const reason = "lost: it took nothing of what it was sent for";
+    for (int i = 0; i < 400 && agent.process().errors().find(reason) == std::string::npos; ++i) {
+        stalled.send(encoded(MessageType::heartbeat, ""));
+        std::this_thread::sleep_for(std::chrono::milliseconds(250));
+    }
+    EXPECT_THAT(agent.process().errors(), HasSubstr(reason));
+    EXPECT_THAT(agent.process().errors(), HasSubstr("doesn't keep up"));
     agent.process().signal(SIGTERM);
 
     ConsoleOutput const seen = output.get();

@@ -27,20 +27,25 @@ std::vector<std::string> selected(std::vector<std::string> const & names)
 
 using Names = std::vector<std::string>;
 
-TEST(SendQueue, HoldsItsLimitAndOneMessageMore)
+TEST(SendQueue, HoldsWhatWaitsInItsOrder)
 {
-    CSendQueue queue(10);
+    CSendQueue queue;
+    queue.dropBehindFront();
+    EXPECT_TRUE(queue.empty());
 
-    EXPECT_TRUE(queue.push(std::string(10, 'a')));
-    EXPECT_TRUE(queue.push(std::string(1000, 'b')));
-    EXPECT_FALSE(queue.push("c"));
+    queue.push(std::string(10, 'a'));
+    queue.push(std::string(1000, 'b'));
     EXPECT_EQ(queue.bytes(), 1010U);
     queue.pop();
-    EXPECT_FALSE(queue.push("c"));
+    EXPECT_EQ(queue.front(), std::string(1000, 'b'));
+    queue.push("c");
+    queue.push("d");
+    EXPECT_EQ(queue.bytes(), 1002U);
+    queue.dropBehindFront();
+    EXPECT_EQ(queue.bytes(), 1000U);
     queue.pop();
     EXPECT_TRUE(queue.empty());
-    EXPECT_TRUE(queue.push("c"));
-    EXPECT_EQ(queue.front(), "c");
+    EXPECT_EQ(queue.bytes(), 0U);
 }
 
 TEST(Endpoint, IsReadAndWritten)
