@@ -201,9 +201,10 @@ void addAgentCommand(CLI::App & app)
         "Listen on an address that other machines reach, though whoever reaches it can read the "
         "statistics, without a password or encryption");
     command
-        ->add_option("--most-consoles", options->server.mostConsoles,
-                     "Serve no more consoles than that, and half of them from one address of another machine or "
-                     "one other user")
+        ->add_option(
+            "--most-consoles", options->server.mostConsoles,
+            "Serve no more consoles than that, and half of them from one address of another machine or "
+            "one other user")
         ->check(notEmpty())
         ->capture_default_str()
         ->type_name("N");
@@ -222,8 +223,9 @@ void addAgentCommand(CLI::App & app)
         ->check(between(0, 86400))
         ->type_name("SECONDS");
     command
-        ->add_option("--backlog", options->server.backlog,
-                     "Bytes that a console may have still to take when its next sample is due; with more it gets none")
+        ->add_option(
+            "--backlog", options->server.backlog,
+            "Bytes that a console may have still to take when its next sample is due; with more it gets none")
         ->check(notEmpty())
         ->capture_default_str()
         ->type_name("BYTES");
