@@ -9,6 +9,7 @@
 #include "host/live/FileCount.h"
 #include "host/support/ByteSource.h"
 #include "host/support/Failure.h"
+#include "host/support/Memory.h"
 #include "host/support/OptionChecks.h"
 #include "host/support/Output.h"
 #include "host/support/Rights.h"
@@ -277,10 +278,14 @@ void runAgent(CAgentOptions const & options)
     double const pace = options.files.empty() ? 0.0 : options.pace;
     CCaptureThread thread(manager, *input.source, {pace, options.longestGap, options.count});
     capture = &thread;
+    // Asked while what it takes can still be opened.
+    bool const memoryIsKnown = residentMemory().has_value();
     std::string const rights = dropRights(options.rights, needsOf(options));
     writeOutput(fmt::format("listening on {}\n", server.endpoint().toString()));
     if (!rights.empty())
         log.inform(rights);
+    if (!memoryIsKnown)
+        log.warn("--memory: the system doesn't tell how much memory the agent has, so it has no ceiling");
     server.run();
     std::exception_ptr failure;
     try {
