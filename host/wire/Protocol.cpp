@@ -15,6 +15,7 @@ namespace {
 constexpr std::size_t lengthSize = 4;
 // Enough of a stranger's first bytes to see what it is.
 constexpr std::size_t shownStart = 16;
+constexpr char lastingMark = '\0';
 
 std::string strangeness(std::string_view start)
 {
@@ -41,6 +42,23 @@ std::string shownText(std::string_view text)
     if (text.size() > longestText)
         shown += "...";
     return shown;
+}
+
+std::string CRefusal::body() const
+{
+    std::string body = text.substr(0, longestText - (lasting ? 1 : 0));
+    // A text that happens to end so lasts no longer for it.
+    while (!body.empty() && body.back() == lastingMark)
+        body.pop_back();
+    if (lasting)
+        body += lastingMark;
+    return body;
+}
+
+CRefusal CRefusal::parsed(std::string_view body)
+{
+    bool const lasting = !body.empty() && body.back() == lastingMark;
+    return {std::string(body.substr(0, body.size() - (lasting ? 1 : 0))), lasting};
 }
 
 bool CMessageReader::next(CMessage & message)
