@@ -1,15 +1,20 @@
+#include "host/console/SignalWatch.h"
 #include "tests/host/Process.h"
+#include "tests/host/Sandboxed.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <csignal>
+#include <stdexcept>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include <fcntl.h>
 #include <stdlib.h>
-#include <sys/ioctl.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 // A console whose output is taken no more.
@@ -19,13 +24,6 @@ using test::Agent;
 using test::capture;
 
 namespace {
-
-// What waits at the end of its output for somebody to read it.
-int waiting(int end)
-{
-    int bytes = 0;
-    return ioctl(end, FIONREAD, &bytes) == 0 ? bytes : -1;
-}
 
 // `ketmon console` with an output that a test made, of which it reads nothing.
 class Console
@@ -51,6 +49,7 @@ public:
     Console & operator=(Console const &) = delete;
 
     void signal(int number) const { kill(m_id, number); }
+    pid_t id() const { return m_id; }
 
     // The exit code, within some time; -1 otherwise, and where a signal ended it.
     int wait()
@@ -68,78 +67,133 @@ private:
     pid_t m_id = -1;
 };
 
-// Waits until something was written to the other end of `end`, and nothing more for a while.
-void waitUntilStuck(int end)
+// The agent sends samples all the while, so that a console which does nothing is stuck. One that has joined hears
+// signals, too.
+void waitUntilStuck(Agent & agent, Console const & console)
 {
-    for (int before = 0, same = 0; same < 50; std::this_thread::sleep_for(10ms)) {
-        int const now = waiting(end);
-        same = now > 0 && now == before ? same + 1 : 0;
+    ASSERT_TRUE(agent.process().waitForError(": joined"));
+    std::string before;
+    for (int same = 0; same < 50; std::this_thread::sleep_for(10ms)) {
+        std::string const now = test::statusOf(console.id(), "voluntary_ctxt_switches");
+        same = now == before ? same + 1 : 0;
         before = now;
     }
 }
 
-std::vector<std::string> busy()
+// One frame; the next one is far away.
+std::vector<std::string> endless()
 {
-    return {"-r",         capture("internet-mixed.pcap"),
-            "--pace",     "0",
-            "--consoles", "1",
-            "--linger",   "3600",
-            "--interval", "0.005"};
+    return {"-r",
+            capture("internet-mixed.pcap"),
+            "--pace",
+            "0.000001",
+            "--longest-gap",
+            "1000000",
+            "--interval",
+            "0.005"};
 }
+
+class Pipe
+{
+public:
+    Pipe()
+    {
+        if (pipe2(m_ends, O_CLOEXEC) != 0)
+            throw std::runtime_error("no pipe");
+    }
+    ~Pipe()
+    {
+        close(m_ends[0]);
+        close(m_ends[1]);
+    }
+    Pipe(Pipe const &) = delete;
+    Pipe & operator=(Pipe const &) = delete;
+
+    int input() const { return m_ends[1]; }
+
+private:
+    int m_ends[2];
+};
+
+// A terminal that nobody looks at.
+class Terminal
+{
+public:
+    Terminal() : m_screen(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC))
+    {
+        if (m_screen >= 0 && grantpt(m_screen) == 0 && unlockpt(m_screen) == 0)
+            m_output = open(ptsname(m_screen), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    }
+    ~Terminal()
+    {
+        close(m_output);
+        close(m_screen);
+    }
+    Terminal(Terminal const &) = delete;
+    Terminal & operator=(Terminal const &) = delete;
+
+    int output() const { return m_output; }
+
+private:
+    int m_screen;
+    int m_output = -1;
+};
 
 TEST(StuckConsole, EndsAtASignalWhereNobodyReadsItsPipe)
 {
     for (int const signal : {SIGINT, SIGTERM}) {
-        Agent const agent(busy());
-        int ends[2];
-        ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
-        ASSERT_EQ(fcntl(ends[1], F_SETPIPE_SZ, 4096), 4096);
-        Console console(agent.address(), ends[1]);
-        waitUntilStuck(ends[0]);
+        Agent agent(endless());
+        Pipe const pipe;
+        Console console(agent.address(), pipe.input());
+        waitUntilStuck(agent, console);
 
         console.signal(signal);
 
         EXPECT_EQ(console.wait(), 0);
-        close(ends[0]);
-        close(ends[1]);
     }
 }
 
-TEST(StuckConsole, EndsAtASignalWhereItsTerminalTakesNothing)
+TEST(StuckConsole, EndsAtASignalWhereNobodyReadsItsTerminal)
 {
-    int const terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-    if (terminal < 0 || grantpt(terminal) != 0 || unlockpt(terminal) != 0)
+    Terminal const terminal;
+    if (terminal.output() < 0)
         GTEST_SKIP() << "no terminal to be had";
-    int const output = open(ptsname(terminal), O_RDWR | O_NOCTTY | O_CLOEXEC);
-    ASSERT_GE(output, 0);
-    Agent const agent(busy());
-    Console console(agent.address(), output);
-    waitUntilStuck(terminal);
+    Agent agent(endless());
+    Console console(agent.address(), terminal.output());
+    waitUntilStuck(agent, console);
 
     console.signal(SIGINT);
 
     EXPECT_EQ(console.wait(), 0);
-    close(output);
-    close(terminal);
 }
 
-// The second one leaves it no time to tidy up, and its status is the same.
-TEST(StuckConsole, EndsAtTwoSignalsAtOnce)
+TEST(StuckConsole, EndsAtASignalWhereItsTerminalWasStopped)
 {
-    Agent const agent(busy());
-    int ends[2];
-    ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
-    Console console(agent.address(), ends[1]);
-    waitUntilStuck(ends[0]);
+    Terminal const terminal;
+    if (terminal.output() < 0)
+        GTEST_SKIP() << "no terminal to be had";
+    ASSERT_EQ(tcflow(terminal.output(), TCOOFF), 0);
+    Agent agent(endless());
+    Console console(agent.address(), terminal.output());
+    waitUntilStuck(agent, console);
 
-    console.signal(SIGSTOP);
     console.signal(SIGINT);
-    console.signal(SIGTERM);
-    console.signal(SIGCONT);
 
     EXPECT_EQ(console.wait(), 0);
-    close(ends[0]);
-    close(ends[1]);
+}
+
+// Whatever the thread is stuck in that made it.
+TEST(SignalWatch, EndsTheProgramAtTheSecondSignal)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    auto const stuck = [] {
+        ketmon::CSignalWatch const watch([] { kill(getpid(), SIGTERM); });
+        kill(getpid(), SIGINT);
+        for (;;)
+            pause();
+    };
+
+    EXPECT_EXIT(stuck(), testing::ExitedWithCode(0), "");
 }
 
 } // namespace
