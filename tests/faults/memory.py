@@ -1,5 +1,6 @@
 """What consoles take, and whether it comes back; and an agent that is left alone among all of it."""
 
+import contextlib
 import csv
 import random
 import signal
@@ -9,9 +10,9 @@ import time
 import floods
 from crowd import Crowd
 from links import samples
-from protocol import Client
+from protocol import Client, Company
 from report import megabytes, slope, spark, thousands
-from stage import until, watched
+from stage import Failed, until, watched
 
 PORT = 7290
 ADDRESS = ("127.0.0.1", PORT)
@@ -29,17 +30,18 @@ def full_agent(stage, *options):
 
 def joined(stage, space, count, selection=()):
     """So many clients with their full samples taken, and what they were told who weren't served."""
-    clients, refusals = [], []
+    company, refusals = Company(), []
+    stage.later(company.leave)
     with space.entered():
         for _ in range(count):
             client = Client(ADDRESS, stage.tools.fingerprint, selection)
             refusal = client.begun()
             if refusal is None:
-                clients.append(client)
+                company.add(client)
             else:
                 refusals.append(refusal)
                 client.close()
-    return clients, refusals
+    return company, refusals
 
 
 def settled(agent, most):
@@ -56,10 +58,9 @@ def come_and_go(stage, figures, long):
     before, descriptors = agent.resident(), agent.descriptors()
     most, slowest, behind = 0, 0.0, []
     for _ in range(rounds):
-        clients, _ = joined(stage, space, count)
+        company, _ = joined(stage, space, count)
         most = max(most, agent.resident())
-        for client in clients:
-            client.close()
+        company.leave()
         until(lambda: agent.descriptors() <= descriptors, 60, "the agent lets go of all")
         slowest = max(slowest, settled(agent, 1.2 * before))
         behind.append(agent.resident())
@@ -74,28 +75,48 @@ def come_and_go(stage, figures, long):
     time.sleep(2)
     first, _ = joined(stage, space, 5, ("1.1",))
     before = agent.resident()
-    clients, _ = joined(stage, space, count, ("1.1",))
+    company, _ = joined(stage, space, count, ("1.1",))
     each = (agent.resident() - before) / count
     figures.must("for a console that selects 1.1", f"{each / 1000:.0f} kB", "at most 300 kB", each <= 300e3)
-    for client in first + clients:
-        client.close()
+    first.leave()
+    company.leave()
     agent.stop()
 
 
 class Watch(threading.Thread):
-    """Resident memory of an agent, once a second."""
+    """Resident memory of an agent, once a second, with whether nothing out of the way went on then."""
 
     def __init__(self, agent):
         super().__init__(daemon=True)
         self.agent = agent
         self.points = []
         self.done = threading.Event()
+        self.troubled_until = 0.0
         self.start()
+
+    @contextlib.contextmanager
+    def troubled(self):
+        """What it takes while that lasts, and until it has given it back, says nothing about growth."""
+        self.troubled_until = float("inf")
+        try:
+            yield
+        finally:
+            self.troubled_until = time.monotonic() + 3
 
     def run(self):
         begin = time.monotonic()
         while not self.done.wait(1) and self.agent.alive():
-            self.points.append((time.monotonic() - begin, self.agent.resident()))
+            calm = time.monotonic() > self.troubled_until
+            self.points.append((time.monotonic() - begin, self.agent.resident(), calm))
+
+    def growth(self):
+        """Over the last half of its time, by a line of least squares, in bytes and as a share of the mean."""
+        middle = self.points[-1][0] / 2
+        calm = [(at, size) for at, size, calm in self.points if calm and at >= middle]
+        if len(calm) < 3:
+            raise Failed("there was no time to see whether memory grows")
+        grown = slope(calm) * (calm[-1][0] - calm[0][0])
+        return grown, grown / (sum(size for _, size in calm) / len(calm))
 
     def stop(self):
         self.done.set()
@@ -111,22 +132,21 @@ def trouble(stage, space, chance, console):
         time.sleep(3)
         crowd.stop()
     elif kind == "round":
-        clients, _ = joined(stage, space, 10)
+        company, _ = joined(stage, space, 10)
         time.sleep(1)
-        for client in clients:
-            client.close()
+        company.leave()
     elif kind == "kill":
         console.kill()
-        return kind, stage.console("--json", "--select", "totals", f"127.0.0.1:{PORT}", space=space)
+        return stage.console("--json", "--select", "totals", f"127.0.0.1:{PORT}", space=space)
     else:
         console.signal(signal.SIGINT)
         console.ends(20, 0)
-        return kind, stage.console("--json", "--select", "stations", "--top", "5", f"127.0.0.1:{PORT}", space=space)
-    return kind, console
+        return stage.console("--json", "--select", "stations", "--top", "5", f"127.0.0.1:{PORT}", space=space)
+    return console
 
 
 def left_alone(stage, figures, long):
-    duration = stage.tools.duration if long else 20
+    duration = stage.tools.duration if long else 25
     chance = random.Random(11)
     space = stage.space()
     far = watched(stage, space)
@@ -142,8 +162,9 @@ def left_alone(stage, figures, long):
     troubles = 0
     while flood.alive() and time.monotonic() - begin < duration + 60:
         time.sleep(min(2 + 8 * chance.random(), max(0.1, duration - (time.monotonic() - begin))))
-        if time.monotonic() - begin < duration - 8:
-            _, other = trouble(stage, space, chance, other)
+        if time.monotonic() - begin < duration - 12:
+            with watch.troubled():
+                other = trouble(stage, space, chance, other)
             troubles += 1
     watch.stop()
     sent, took = floods.sent_by(flood, 60)
@@ -161,22 +182,19 @@ def left_alone(stage, figures, long):
     missed = last["sample"] - (len(samples(steady)) - 1)
     figures.must("samples, and those of them that didn't come", f"{last['sample']}, {missed}", "none", missed == 0)
 
-    half = [(at, size) for at, size in watch.points if at >= watch.points[-1][0] / 2]
-    mean = sum(size for _, size in half) / len(half)
-    growth = slope(half) * (half[-1][0] - half[0][0])
+    grown, share = watch.growth()
     most = 0.05 if long else 0.25
-    sizes = [size for _, size in watch.points]
+    sizes = [size for _, size, _ in watch.points]
     figures.tell("resident memory, least, last and most",
                  ", ".join(map(megabytes, (min(sizes), sizes[-1], max(sizes)))))
     figures.tell("resident memory over time", spark(sizes))
     figures.must("growth over the last half, by least squares",
-                 f"{growth / 1e6:+.2f} MB, {100 * growth / mean:+.1f} %", f"at most {100 * most:g} %",
-                 growth <= most * mean)
+                 f"{grown / 1e6:+.2f} MB, {100 * share:+.1f} %", f"at most {100 * most:g} %", share <= most)
     if stage.tools.curve:
         with open(stage.tools.curve, "w", encoding="ascii", newline="") as file:
             writer = csv.writer(file)
-            writer.writerow(["seconds", "resident_bytes"])
-            writer.writerows([f"{at:.1f}", size] for at, size in watch.points)
+            writer.writerow(["seconds", "resident_bytes", "calm"])
+            writer.writerows([f"{at:.1f}", size, int(calm)] for at, size, calm in watch.points)
 
 
 ALONE = [("consoles that come and go", come_and_go)]

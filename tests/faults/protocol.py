@@ -1,8 +1,10 @@
 """The console's side of the protocol, as far as clients that misbehave need it; docs/protocol.md has it all."""
 
+import contextlib
 import socket
 import struct
 import subprocess
+import threading
 
 MAGIC, VERSION = b"KETM", 2
 HELLO, WELCOME, REFUSAL, FULL, DELTA, END, HEARTBEAT = range(1, 8)
@@ -81,3 +83,35 @@ class Client:
 
     def close(self):
         self.socket.close()
+
+
+class Company(threading.Thread):
+    """Clients that stay: each is heard of once a second, and takes what it is sent."""
+
+    def __init__(self):
+        super().__init__(daemon=True)
+        self.sockets = []
+        self.done = threading.Event()
+        self.start()
+
+    def __len__(self):
+        return len(self.sockets)
+
+    def add(self, client):
+        client.socket.setblocking(False)
+        self.sockets.append(client.socket)
+
+    def run(self):
+        while not self.done.wait(1):
+            for connection in list(self.sockets):
+                # One that the agent let go of stays among them: it was served.
+                with contextlib.suppress(OSError):
+                    connection.send(encoded(HEARTBEAT))
+                    while connection.recv(1 << 20):
+                        pass
+
+    def leave(self):
+        self.done.set()
+        self.join(30)
+        for connection in self.sockets:
+            connection.close()

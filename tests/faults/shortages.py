@@ -18,12 +18,11 @@ def served(stage, space, seconds):
     """Waits until another client is served."""
     def one():
         try:
-            clients, _ = joined(stage, space, 1, ("1.1",))
+            company, _ = joined(stage, space, 1, ("1.1",))
         except OSError:
             return False
-        for client in clients:
-            client.close()
-        return bool(clients)
+        company.leave()
+        return len(company) > 0
     return until(one, seconds, "another console is served")[1]
 
 
@@ -70,16 +69,15 @@ def crowded_out(stage, figures, space, agent, count):
     """Has consoles with everything come until there is no memory left, and go again."""
     console = stage.console("--json", "--select", "totals", f"127.0.0.1:{PORT}", space=space)
     console.says("^{", 30)
-    clients, refusals = joined(stage, space, count)
+    company, refusals = joined(stage, space, count)
     figures.tell("resident memory with as many consoles as there is memory for", megabytes(agent.resident()))
-    figures.must("consoles with all tables that are served, and refused", f"{len(clients)}, {len(refusals)}",
-                 "some of both", clients and refusals)
+    figures.must("consoles with all tables that are served, and refused", f"{len(company)}, {len(refusals)}",
+                 "some of both", company and refusals)
     told = sorted(set(refusals))
     figures.must("what they are told", "; ".join(told) or "nothing", "about memory",
                  told and all("memory" in text for text in told))
     goes_on(figures, console, agent)
-    for client in clients:
-        client.close()
+    company.leave()
     figures.within("until another console is served once they are gone", served(stage, space, 60), 30)
     agent.stop()
     console.ends(20, 0)
