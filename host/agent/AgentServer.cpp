@@ -204,7 +204,7 @@ private:
     {
         sampleAll();
         if (auto const missed = m_samples.goOn(Clock::now()); missed > 0)
-            m_log.warn(fmt::format("samples missed for want of time: {}", missed));
+            m_log.warnOfCount("samples missed for want of time", missed);
         awaitPhase();
     }
 

@@ -1,7 +1,7 @@
 #include "host/agent/Identity.h"
 
 #include "host/support/Failure.h"
-#include "host/support/Output.h"
+#include "host/support/Log.h"
 #include "host/wire/Asio.h"
 
 #include <boost/asio/ip/host_name.hpp>
@@ -48,7 +48,7 @@ CIdentity parsedIdentity(std::string const & text)
     return identity;
 }
 
-CIdentity keptIdentity(std::string const & folder)
+CIdentity keptIdentity(std::string const & folder, CLog & log)
 {
     if (folder.empty())
         return newIdentity();
@@ -58,14 +58,14 @@ CIdentity keptIdentity(std::string const & folder)
         try {
             return parsedIdentity(text);
         } catch (CFailure const &) {
-            tell(path + ": has no identity, and a new one takes its place");
+            log.warn(path + ": has no identity, and a new one takes its place");
         }
     }
     CIdentity const identity = newIdentity();
     std::ofstream file(path, std::ios::trunc);
     file << identityText(identity) << '\n' << std::flush;
     if (!file)
-        tell(path + ": can't be written, so the agent has another identity next time");
+        log.warn(path + ": can't be written, so the agent has another identity next time");
     return identity;
 }
 

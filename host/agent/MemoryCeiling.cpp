@@ -12,7 +12,7 @@ void CMemoryCeiling::look(std::function<bool(std::string const & why)> const & l
     m_mayReturn = false;
     if (!above)
         return;
-    std::size_t const resident = m_resident();
+    std::size_t const resident = m_resident().value_or(0);
     if (resident <= m_most)
         return;
     if (letGo(fmt::format("the agent has reached the {} MiB of memory that it may have", megabytes())))

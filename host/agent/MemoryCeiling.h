@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <optional>
 #include <string>
 
 namespace ketmon {
@@ -18,7 +19,8 @@ namespace ketmon {
 class CMemoryCeiling
 {
 public:
-    using Resident = std::function<std::size_t()>;
+    // Nothing where that can't be told: then there is no ceiling.
+    using Resident = std::function<std::optional<std::size_t>()>;
 
     // `log` must live longer.
     CMemoryCeiling(std::size_t most, CLog & log, Resident resident = residentMemory)

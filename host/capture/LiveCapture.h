@@ -14,6 +14,8 @@
 
 namespace ketmon {
 
+class CLog;
+
 // Where frames come from, and the adapter behind it.
 struct CInput
 {
@@ -39,8 +41,9 @@ struct CLiveOptions
     std::function<void()> waiting = [] {};
 };
 
-// Opens the capture of the frames that pass a network interface. A line on stderr tells of waiting, and of
-// offloading that makes frames look larger than they are on the wire. Nothing if SIGINT or SIGTERM came while it
+// Opens the capture of the frames that pass a network interface. `log`, which must live longer, is told of waiting,
+// of offloading that makes frames look larger than they are on the wire, and later, on the thread that reads frames,
+// of what becomes of the interface. Nothing if SIGINT or SIGTERM came while it
 // waited, which are its own then: so it must be called before there are other threads.
 //
 // Throws CFailure: exit code 1 for an interface that isn't there, can't be captured on or isn't Ethernet, 2 for
@@ -48,6 +51,6 @@ struct CLiveOptions
 //
 // The source follows the interface when it goes down and comes up again, or gets another name. Its `next`
 // throws CInterfaceGone when it is removed.
-std::optional<CInput> openLiveCapture(CLiveOptions const & options);
+std::optional<CInput> openLiveCapture(CLiveOptions const & options, CLog & log);
 
 } // namespace ketmon

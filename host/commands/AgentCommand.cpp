@@ -10,6 +10,7 @@
 #include "host/live/FileCount.h"
 #include "host/support/ByteSource.h"
 #include "host/support/Failure.h"
+#include "host/support/Memory.h"
 #include "host/support/OptionChecks.h"
 #include "host/support/Output.h"
 #include "host/support/Rights.h"
@@ -42,7 +43,7 @@ std::chrono::milliseconds milliseconds(double seconds)
 
 // Nothing if a signal came while an interface was waited for.
 // A service that waits for its interface is ready: what is started behind it isn't held up.
-std::optional<CInput> inputOf(CAgentOptions const & options, CServiceManager & service)
+std::optional<CInput> inputOf(CAgentOptions const & options, CServiceManager & service, CLog & log)
 {
     if (!options.interface.empty()) {
         CLiveOptions live = options.live;
@@ -54,7 +55,7 @@ std::optional<CInput> inputOf(CAgentOptions const & options, CServiceManager & s
             service.alive();
             service.status(fmt::format("waits for {}", options.interface));
         };
-        return openLiveCapture(live);
+        return openLiveCapture(live, log);
     }
     CInput input;
     input.hook = std::make_unique<CFileHook>(options.analysis.linkSpeed);
@@ -68,12 +69,12 @@ std::string environment(char const * name)
     return value ? value : "";
 }
 
-CServed servedBy(CAgentOptions const & options, CInput const & input)
+CServed servedBy(CAgentOptions const & options, CInput const & input, CLog & log)
 {
     CServed served;
     served.agent = options.name.empty() ? hostName() : options.name;
     // Where a service manager gives its services a folder of their own, it is named there.
-    served.identity = options.identity.empty() ? keptIdentity(environment("STATE_DIRECTORY"))
+    served.identity = options.identity.empty() ? keptIdentity(environment("STATE_DIRECTORY"), log)
                                                : parsedIdentity(options.identity);
     served.kind = options.files.empty() ? SourceKind::interface : SourceKind::file;
     served.source = options.files.empty() ? options.interface : nameOf(options.files);
@@ -271,17 +272,17 @@ void runAgent(CAgentOptions const & options)
     serverOptions.memory = options.memory << 20;
 
     CServiceManager service;
-    std::optional<CInput> const opened = inputOf(options, service);
+    CLog log(levelOf(options)); // of the capture, too, so it goes behind that
+    std::optional<CInput> const opened = inputOf(options, service, log);
     if (!opened)
         return;
     CInput const & input = *opened;
-    CServed const served = servedBy(options, input);
+    CServed const served = servedBy(options, input, log);
     CStatisticsClock const clock;
     CKetrinStatManager manager(tableLimits(options.analysis.rows));
     configure(manager, options.analysis);
     manager.beginAnalyzing(input.hook.get());
 
-    CLog log(levelOf(options));
     CCaptureThread * capture = nullptr;
     CAgentServer server(
         manager, serverOptions, served, log, service,
@@ -293,10 +294,14 @@ void runAgent(CAgentOptions const & options)
     double const pace = options.files.empty() ? 0.0 : options.pace;
     CCaptureThread thread(manager, *input.source, {pace, options.longestGap, options.count});
     capture = &thread;
+    // Asked while what it takes can still be opened.
+    bool const memoryIsKnown = residentMemory().has_value();
     std::string const rights = dropRights(options.rights, needsOf(options));
     writeOutput(fmt::format("listening on {}\n", server.endpoint().toString()));
     if (!rights.empty())
         log.inform(rights);
+    if (!memoryIsKnown)
+        log.warn("--memory: the system doesn't tell how much memory the agent has, so it has no ceiling");
     server.run();
     endWithin(std::chrono::milliseconds(500), thread, log);
     std::exception_ptr failure;

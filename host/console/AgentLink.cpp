@@ -53,7 +53,7 @@ void CAgentLink::received(CMessage const & message)
 {
     switch (message.type) {
     case MessageType::refusal:
-        fail("refused: " + shownText(message.body), true);
+        refused(CRefusal::parsed(message.body));
         return;
     case MessageType::heartbeat:
         if (m_stage != greeting)
@@ -96,6 +96,11 @@ void CAgentLink::welcome(CMessage const & message)
     allow(largestToConsole);
     keepAlive(std::chrono::milliseconds(welcome.heartbeat));
     m_events.welcomed(welcome);
+}
+
+void CAgentLink::refused(CRefusal const & refusal)
+{
+    fail("refused: " + shownText(refusal.text), !refusal.lasting);
 }
 
 void CAgentLink::misunderstood(std::string const & why)

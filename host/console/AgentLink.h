@@ -18,7 +18,8 @@ struct CAgentEvents
     std::function<void(CWelcome const & welcome)> welcomed;
     std::function<void(CMessage const & message)> sampled; // full or delta; may throw CProtocolError
     std::function<void(CEnd const & end)> ended;
-    // `again` says whether it may go better another time: it doesn't with an agent of another version.
+    // `again` says whether it may go better another time: it doesn't with an agent of another version, or one that
+    // says that it won't.
     std::function<void(std::string const & why, bool again)> failed;
 };
 
@@ -54,6 +55,7 @@ private:
     void wasClosed() override;
 
     void welcome(CMessage const & message);
+    void refused(CRefusal const & refusal);
     void expect(Stage stage);
     void fail(std::string const & why, bool again);
 

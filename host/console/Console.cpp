@@ -2,20 +2,21 @@
 
 #include "host/console/AgentLink.h"
 #include "host/console/ConsoleView.h"
+#include "host/console/RetryWaits.h"
+#include "host/console/SignalWatch.h"
 #include "host/live/ReceivedTree.h"
 #include "host/render/TableChoice.h"
 #include "host/support/Failure.h"
+#include "host/support/Interrupt.h"
 #include "host/wire/NameLookup.h"
 #include "host/wire/SnapshotBytes.h"
 
 #include <boost/asio/connect.hpp>
 #include <boost/asio/io_context.hpp>
-#include <boost/asio/signal_set.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <fmt/core.h>
 
-#include <algorithm>
-#include <csignal>
+#include <chrono>
 #include <exception>
 #include <optional>
 #include <random>
@@ -27,8 +28,6 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr std::chrono::seconds timeToConnect(10);
-constexpr milliseconds firstWait(1000);
-constexpr milliseconds longestWait(30000);
 
 // From the name of an agent to its end, on the thread that calls `run`.
 //
@@ -44,16 +43,14 @@ public:
         : m_options(options),
           m_endpoint(CEndpoint::parsed(options.agent)),
           m_selection(parsedChoice(options.report.select)),
-          m_view(options.report)
+          m_view(options.report, m_interrupt)
     {}
 
     void run()
     {
-        m_signals.add(SIGINT);
-        m_signals.add(SIGTERM);
-        m_signals.async_wait([this](auto error, int) {
-            if (!error)
-                m_io.stop();
+        CSignalWatch const signals([this] {
+            m_interrupt.raise();
+            m_io.stop();
         });
         connect();
         m_io.run();
@@ -104,6 +101,7 @@ private:
     void begin()
     {
         m_timer.cancel();
+        m_waits.connected(CRetryWaits::Clock::now());
         tune(m_socket);
         std::vector<std::string> selection;
         for (KetStats::COid const & oid : m_selection.oids())
@@ -126,7 +124,7 @@ private:
         } catch (CDamagedSnapshot const & damage) {
             throw CProtocolError(fmt::format("a damaged snapshot: {}", damage.what()));
         }
-        m_wait = firstWait;
+        m_waits.sampled();
         CSampleHead const & head = m_tree->head();
         std::optional<CGap> gap;
         if (m_lastMoment && head.sequence == 1)
@@ -174,8 +172,8 @@ private:
         m_socket.close(ignored);
         // Not all at once, when an agent comes back that many wait for.
         std::uniform_real_distribution<double> around(0.75, 1.25);
-        auto const wait = std::chrono::duration_cast<milliseconds>(m_wait * around(m_random));
-        m_wait = std::min(2 * m_wait, longestWait);
+        auto const wait = std::chrono::duration_cast<milliseconds>(m_waits.next(CRetryWaits::Clock::now()) *
+                                                                   around(m_random));
         try {
             m_view.lost(*m_tree, why, wait);
         } catch (...) {
@@ -189,28 +187,28 @@ private:
         });
     }
 
-    // The first failure is what matters.
+    // The first failure is what matters, and none that comes of being told to end.
     void stopWith(std::exception_ptr const & failure)
     {
-        if (!m_failure)
+        if (!m_failure && !m_interrupt.raised())
             m_failure = failure;
         m_io.stop();
     }
 
     asio::io_context m_io;
+    CInterrupt m_interrupt; // once a signal came
     CConsoleOptions m_options;
     CEndpoint m_endpoint;
     CSelection m_selection;
     CConsoleView m_view;
     CNameLookup m_lookup{m_io};
     CStreamSocket m_socket{m_io};
-    asio::signal_set m_signals{m_io};
     asio::steady_timer m_timer{m_io}; // of a connection that is being made, or waited for
     std::shared_ptr<CAgentLink> m_link;
     std::optional<CReceivedTree> m_tree;   // once welcomed
     std::optional<long long> m_lastMoment; // of the last sample, in ticks
     unsigned long long m_samples = 0;
-    milliseconds m_wait = firstWait;
+    CRetryWaits m_waits;
     std::minstd_rand m_random{std::random_device()()};
     std::exception_ptr m_failure;
 };

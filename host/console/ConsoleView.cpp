@@ -113,8 +113,9 @@ std::string stateText(CReceivedTree const & received, CEnd const * end)
     return end->text.empty() ? text : text + ": " + shownText(end->text);
 }
 
-CConsoleView::CConsoleView(CReportOptions const & options)
+CConsoleView::CConsoleView(CReportOptions const & options, CInterrupt const & interrupt)
     : m_options(options),
+      m_interrupt(interrupt),
       m_terminal(isTerminal(stdout))
 {}
 
@@ -132,7 +133,7 @@ std::string CConsoleView::text(CReceivedTree const & received, std::string const
 void CConsoleView::show(CReceivedTree const & received, CEnd const * end, std::optional<CGap> const & gap)
 {
     if (m_options.json) {
-        writeOutput(lineText(document(m_options, received, end, gap)));
+        writeOutput(lineText(document(m_options, received, end, gap)), m_interrupt);
         return;
     }
     if (gap)
@@ -146,9 +147,9 @@ void CConsoleView::show(CReceivedTree const & received, CEnd const * end, std::o
     std::string const whole = text(received, state);
     // The last state stays on the screen as a whole.
     if (m_terminal)
-        writeOutput(end ? "\033[H\033[J" + whole : drawn(whole));
+        writeOutput(end ? "\033[H\033[J" + whole : drawn(whole), m_interrupt);
     else
-        writeOutput(whole);
+        writeOutput(whole, m_interrupt);
 }
 
 void CConsoleView::lost(CReceivedTree const & received, std::string const & why,
@@ -160,7 +161,8 @@ void CConsoleView::lost(CReceivedTree const & received, std::string const & why,
         tell(line);
     else
         writeOutput(drawn(text(received, fmt::format("OUT OF REACH, as of {}: {}",
-                                                     timeOf(received.head().moment), escaped(line)))));
+                                                     timeOf(received.head().moment), escaped(line)))),
+                    m_interrupt);
 }
 
 } // namespace ketmon

@@ -2,6 +2,7 @@
 
 #include "host/live/ReceivedTree.h"
 #include "host/render/Report.h"
+#include "host/support/Interrupt.h"
 
 #include <chrono>
 #include <optional>
@@ -20,7 +21,8 @@ struct CGap
 class CConsoleView
 {
 public:
-    explicit CConsoleView(CReportOptions const & options);
+    // What isn't written once `interrupt`, which must live longer, is raised is left out.
+    CConsoleView(CReportOptions const & options, CInterrupt const & interrupt);
 
     // Shows the state after a sample: one JSON object on one line, or tables. On a terminal they take the
     // place of those before, as far as they fit. With an end it is the last state of an agent, of which the
@@ -35,6 +37,7 @@ private:
     std::string text(CReceivedTree const & received, std::string const & state) const;
 
     CReportOptions m_options;
+    CInterrupt const & m_interrupt;
     bool m_terminal;
     std::optional<CGap> m_lastGap;
 };

@@ -63,19 +63,24 @@ bool isObeyed(std::uint32_t code)
                        [code](CRange const & range) { return code >= range.first && code <= range.last; });
 }
 
-std::string rewritten(std::string_view text, bool (*escape)(std::uint32_t))
+// At most so many bytes of it, where `text` becomes what wasn't rewritten for want of room.
+std::string rewritten(std::string_view & text, bool (*escape)(std::uint32_t), std::size_t most)
 {
     std::string result;
-    result.reserve(text.size());
+    result.reserve(std::min(text.size(), most));
     while (!text.empty()) {
         CPiece const piece = firstPiece(text);
+        std::string escapes;
         if (!piece.valid)
-            result += fmt::format("\\x{:02x}", static_cast<unsigned char>(text.front()));
-        else if (!escape(piece.code))
-            result += text.substr(0, piece.length);
-        else
-            result += piece.code < 0x80 ? fmt::format("\\x{:02x}", piece.code)
+            escapes = fmt::format("\\x{:02x}", static_cast<unsigned char>(text.front()));
+        else if (escape(piece.code))
+            escapes = piece.code < 0x80 ? fmt::format("\\x{:02x}", piece.code)
                                         : fmt::format("\\u{:04x}", piece.code);
+        std::string_view const shown =
+            escapes.empty() ? text.substr(0, piece.length) : std::string_view(escapes);
+        if (shown.size() > most - result.size())
+            break;
+        result += shown;
         text.remove_prefix(piece.length);
     }
     return result;
@@ -85,12 +90,19 @@ std::string rewritten(std::string_view text, bool (*escape)(std::uint32_t))
 
 std::string escaped(std::string_view text)
 {
-    return rewritten(text, &isObeyed);
+    return rewritten(text, &isObeyed, std::string::npos);
+}
+
+std::string escapedStart(std::string_view text, std::size_t most)
+{
+    std::string const start = rewritten(text, &isObeyed, most);
+    return text.empty() ? start : start + "...";
 }
 
 std::string validUtf8(std::string_view text)
 {
-    return rewritten(text, [](std::uint32_t) { return false; });
+    return rewritten(
+        text, [](std::uint32_t) { return false; }, std::string::npos);
 }
 
 } // namespace ketmon

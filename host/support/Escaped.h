@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -14,6 +15,9 @@ namespace ketmon {
 //
 // The result is valid UTF-8 on one line.
 std::string escaped(std::string_view text);
+
+// The same in `most` bytes, and then "..." for what is left out: whole characters and whole escapes.
+std::string escapedStart(std::string_view text, std::size_t most);
 
 // The same text as valid UTF-8, with escapes only for the bytes that are none: for JSON, which escapes the
 // rest itself.

@@ -18,17 +18,17 @@ constexpr std::size_t longestPiece = 4096;
 // For whoever reads what a program has to say; one that reads no more mustn't hold it up for ever.
 constexpr std::chrono::milliseconds patience(2000);
 
-[[noreturn]] void fail()
+} // namespace
+
+void failOutput()
 {
     throw CFailure(exitFailure, fmt::format("the output can't be written: {}", std::strerror(errno)));
 }
 
-} // namespace
-
 void writeOutput(std::string_view text)
 {
     if (!text.empty() && std::fwrite(text.data(), 1, text.size(), stdout) != text.size())
-        fail();
+        failOutput();
     flushOutput();
 }
 
@@ -36,7 +36,7 @@ void flushOutput()
 {
     // An error of an earlier write is known by the mark that it left.
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
-        fail();
+        failOutput();
 }
 
 void tell(std::string_view line) noexcept

@@ -5,12 +5,21 @@
 
 namespace ketmon {
 
+class CInterrupt;
+
 // Writes to the standard output and sees that it arrives there. Throws CFailure, exit code 1, for an output
 // that is full, closed or gone.
 void writeOutput(std::string_view text);
 
 // The same for what was written by other means.
 void flushOutput();
+
+// Writes as `writeOutput` does to an output that may take nothing for long, such as a pipe that nobody reads or a
+// terminal that was stopped. What isn't written once `interrupt` is raised is left out.
+void writeOutput(std::string_view text, CInterrupt const & interrupt);
+
+// Throws CFailure for the output, with what errno says.
+[[noreturn]] void failOutput();
 
 // Writes a line to the standard error output, behind the name of the program and with escapes for what a
 // terminal would obey; what can't be written, or not soon, is lost.

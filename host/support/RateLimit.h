@@ -11,7 +11,12 @@ class CRateLimit
 public:
     using Clock = std::chrono::steady_clock;
 
-    CRateLimit(double atOnce, double perSecond) : m_most(atOnce), m_perSecond(perSecond), m_left(atOnce) {}
+    CRateLimit(double atOnce, double perSecond, Clock::time_point now = Clock::now())
+        : m_most(atOnce),
+          m_perSecond(perSecond),
+          m_left(atOnce),
+          m_last(now)
+    {}
 
     // Whether it may happen now, in which case it is taken to happen.
     bool allows(Clock::time_point now)
@@ -29,7 +34,7 @@ private:
     double m_most;
     double m_perSecond;
     double m_left;
-    Clock::time_point m_last = Clock::now();
+    Clock::time_point m_last;
 };
 
 } // namespace ketmon

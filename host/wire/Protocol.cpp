@@ -15,6 +15,7 @@ namespace {
 constexpr std::size_t lengthSize = 4;
 // Enough of a stranger's first bytes to see what it is.
 constexpr std::size_t shownStart = 16;
+constexpr char lastingMark = '\0';
 
 std::string strangeness(std::string_view start)
 {
@@ -48,6 +49,23 @@ void CMessageReader::feed(std::string_view bytes)
     m_bytes.erase(0, m_taken);
     m_taken = 0;
     m_bytes.append(bytes);
+}
+
+std::string CRefusal::body() const
+{
+    std::string body = text.substr(0, longestText - (lasting ? 1 : 0));
+    // A text that happens to end so lasts no longer for it.
+    while (!body.empty() && body.back() == lastingMark)
+        body.pop_back();
+    if (lasting)
+        body += lastingMark;
+    return body;
+}
+
+CRefusal CRefusal::parsed(std::string_view body)
+{
+    bool const lasting = !body.empty() && body.back() == lastingMark;
+    return {std::string(body.substr(0, body.size() - (lasting ? 1 : 0))), lasting};
 }
 
 bool CMessageReader::next(CMessage & message)

@@ -10,8 +10,8 @@
 //
 //     message    length (4) of what follows, type (1), body
 //
-// The bodies of hello and welcome are in Greeting.h, those of full, delta and end in SampleMessage.h; that of
-// a refusal is text, and a heartbeat has none.
+// The bodies of hello and welcome are in Greeting.h, those of full, delta and end in SampleMessage.h, that of a
+// refusal is below, and a heartbeat has none.
 namespace ketmon {
 
 enum class MessageType : unsigned char
@@ -52,6 +52,20 @@ std::string encoded(MessageType type, std::string_view body);
 
 // A text of the other side's as it may be shown: escaped, on one line, and short.
 std::string shownText(std::string_view text);
+
+// The body of a refusal, in all versions:
+//
+//     text, 0 (1) if it lasts
+struct CRefusal
+{
+    std::string text;
+    // It would be the same another time, for as long as neither end is another one.
+    bool lasting = false;
+
+    // As much of the text as there is room for.
+    std::string body() const;
+    static CRefusal parsed(std::string_view body);
+};
 
 // Takes a stream of bytes apart into messages, however it was cut on its way. What it holds is bounded by the
 // largest length and by what is fed at a time.

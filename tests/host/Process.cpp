@@ -238,7 +238,8 @@ std::string RawClient::receiveAll() const
     return all;
 }
 
-RawAgent::RawAgent(std::string bytes) : m_listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
+RawAgent::RawAgent(std::vector<std::string> connections)
+    : m_listener(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
 {
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -246,25 +247,30 @@ RawAgent::RawAgent(std::string bytes) : m_listener(socket(AF_INET, SOCK_STREAM |
     if (bind(m_listener, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0 ||
         listen(m_listener, 1) != 0)
         throw std::runtime_error("can't listen");
-    m_thread = std::thread([this, bytes = std::move(bytes)] {
-        if (!readable(m_listener))
-            return;
-        int const peer = accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
-        for (std::size_t sent = 0; sent < bytes.size();) {
-            ssize_t const count = ::send(peer, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
-            if (count <= 0)
-                break;
-            sent += static_cast<std::size_t>(count);
-        }
-        ::shutdown(peer, SHUT_WR);
-        char block[4096];
-        for (ssize_t count = 1; count > 0 && readable(peer);) {
-            count = recv(peer, block, sizeof block, 0);
-            if (count > 0)
-                m_heard.append(block, static_cast<std::size_t>(count));
-        }
-        close(peer);
+    m_thread = std::thread([this, connections = std::move(connections)] {
+        for (std::string const & bytes : connections)
+            if (readable(m_listener))
+                serve(bytes);
     });
+}
+
+void RawAgent::serve(std::string const & bytes)
+{
+    int const peer = accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
+    for (std::size_t sent = 0; sent < bytes.size();) {
+        ssize_t const count = ::send(peer, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+        if (count <= 0)
+            break;
+        sent += static_cast<std::size_t>(count);
+    }
+    ::shutdown(peer, SHUT_WR);
+    char block[4096];
+    for (ssize_t count = 1; count > 0 && readable(peer);) {
+        count = recv(peer, block, sizeof block, 0);
+        if (count > 0)
+            m_heard.append(block, static_cast<std::size_t>(count));
+    }
+    close(peer);
 }
 
 RawAgent::~RawAgent()

@@ -94,7 +94,9 @@ private:
 class RawAgent
 {
 public:
-    explicit RawAgent(std::string bytes);
+    explicit RawAgent(std::string const & bytes) : RawAgent(std::vector<std::string>{bytes}) {}
+    // The same for one connection behind the other.
+    explicit RawAgent(std::vector<std::string> connections);
     ~RawAgent();
     RawAgent(RawAgent const &) = delete;
     RawAgent & operator=(RawAgent const &) = delete;
@@ -104,6 +106,8 @@ public:
     std::string heard();
 
 private:
+    void serve(std::string const & bytes);
+
     int m_listener;
     std::string m_heard;
     std::thread m_thread; // stands last: it uses the others

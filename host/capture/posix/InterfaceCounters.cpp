@@ -1,7 +1,5 @@
 #include "host/capture/posix/InterfaceCounters.h"
 
-#include <algorithm>
-#include <filesystem>
 #include <fstream>
 
 namespace ketmon {
@@ -37,18 +35,13 @@ constexpr long bitsPerMegabit = 1000000;
 constexpr char counterPrefix[] = "statistics/";
 
 // What is lost before the system gets it, as libpcap adds it up.
-constexpr char const * drops[] = {"rx_missed_errors", "rx_fifo_errors"};
+constexpr std::array<char const *, 2> drops = {"rx_missed_errors", "rx_fifo_errors"};
 
-std::optional<long> known(std::string const & path)
+std::optional<long> number(std::string const & path)
 {
     long value = 0;
     std::ifstream stream(path);
     return stream >> value ? std::optional(value) : std::nullopt;
-}
-
-long number(std::string const & path)
-{
-    return known(path).value_or(0);
 }
 
 } // namespace
@@ -63,7 +56,7 @@ long CInterfaceCounters::GetLinkSpeed()
     if (m_linkSpeed != 0)
         return m_linkSpeed;
     // -1, or nothing to read, where there is no such thing.
-    long const megabits = number(file("speed"));
+    long const megabits = number(file("speed")).value_or(0);
     return megabits > 0 ? megabits * bitsPerMegabit : 0;
 }
 
@@ -81,7 +74,7 @@ long CInterfaceCounters::GetLong(long oid)
 {
     for (CSource const & source : sources)
         if (source.oid == oid)
-            return counter(source.first) + (source.second ? counter(source.second) : 0);
+            return static_cast<long>(sumOf(source.first, source.second).value_or(0));
     return 0;
 }
 
@@ -92,7 +85,7 @@ std::bitset<32> CInterfaceCounters::errors() const
     ids[hardwareOverflows] = known.droppedByInterface.has_value();
     ids[softwareOverflows] = known.droppedByKernel.has_value();
     for (CSource const & source : sources)
-        ids[source.id] = std::filesystem::exists(file(counterPrefix) + source.first);
+        ids[source.id] = sumOf(source.first, source.second).has_value();
     return ids;
 }
 
@@ -116,24 +109,17 @@ void CInterfaceCounters::setFolder(std::string folder)
 
 void CInterfaceCounters::beginCapture()
 {
-    m_firstDrops = dropped();
+    for (std::size_t i = 0; i < m_firstDrops.size(); ++i)
+        m_firstDrops[i] = counter(drops[i]);
 }
 
 std::optional<std::uint64_t> CInterfaceCounters::droppedSinceBegin() const
 {
-    std::optional<std::uint64_t> const now = dropped();
-    if (!now || !m_firstDrops)
-        return {};
-    // A driver that starts anew starts at 0.
-    return *now - std::min(*now, *m_firstDrops);
-}
-
-std::optional<std::uint64_t> CInterfaceCounters::dropped() const
-{
     std::optional<std::uint64_t> sum;
-    for (char const * const name : drops)
-        if (std::optional<long> const value = known(file(counterPrefix) + name))
-            sum = sum.value_or(0) + static_cast<std::uint64_t>(*value);
+    for (std::size_t i = 0; i < m_firstDrops.size(); ++i)
+        // What was there already when one can be read only later isn't of this capture.
+        if (m_firstDrops[i])
+            sum = sum.value_or(0) + (counter(drops[i]).value_or(0) - *m_firstDrops[i]);
     return sum;
 }
 
@@ -143,9 +129,22 @@ std::string CInterfaceCounters::file(std::string const & name) const
     return m_folder + '/' + name;
 }
 
-long CInterfaceCounters::counter(char const * name) const
+std::optional<std::uint64_t> CInterfaceCounters::counter(char const * name) const
 {
-    return number(file(counterPrefix) + name);
+    // From the reading on, or an older value that is seen later would be taken for a start anew.
+    std::lock_guard const lock(m_reading);
+    std::optional<long> const now = number(file(counterPrefix) + name);
+    CRisingCounter & seen = m_seen[name];
+    if (now && *now >= 0)
+        seen.saw(static_cast<std::uint64_t>(*now));
+    return seen.value();
+}
+
+std::optional<std::uint64_t> CInterfaceCounters::sumOf(char const * first, char const * second) const
+{
+    std::optional<std::uint64_t> const one = counter(first);
+    std::optional<std::uint64_t> const other = second ? counter(second) : 0;
+    return one && other ? std::optional(*one + *other) : std::nullopt;
 }
 
 std::string interfaceFolder(std::string const & name)

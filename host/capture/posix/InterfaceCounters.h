@@ -1,11 +1,14 @@
 #pragma once
 
 #include "host/capture/CaptureCounters.h"
+#include "host/capture/posix/RisingCounter.h"
 
 #include "ketstats/capture/Requester.h"
 
+#include <array>
 #include <bitset>
 #include <cstdint>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -13,7 +16,8 @@
 namespace ketmon {
 
 // What the system and the capture know of a network interface, as the adapter that the statistics ask. All is
-// asked anew at each call, from any thread.
+// asked anew at each call, from any thread. A counter that can't be read now is what it was before, and one that the
+// driver starts anew goes on from there.
 class CInterfaceCounters : public CNdisHook
 {
 public:
@@ -27,13 +31,13 @@ public:
     // Numbers of the driver interface for which the system has a counter; the others are 0.
     long GetLong(long oid) override;
 
-    // The counters of "Global errors" that have figures: ids below "1.2".
+    // The counters of "Global errors" that have figures, which could be read by now: ids below "1.2".
     std::bitset<32> errors() const;
 
     // The interface's folder by now: it goes with the name.
     void setFolder(std::string folder);
 
-    // Frames that the interface dropped since the capture began: nothing where the system doesn't tell.
+    // Frames that the interface dropped since the capture began: nothing where the system didn't tell then.
     void beginCapture();
     std::optional<std::uint64_t> droppedSinceBegin() const;
 
@@ -43,14 +47,18 @@ public:
 
 private:
     std::string file(std::string const & name) const;
-    long counter(char const * name) const;
-    std::optional<std::uint64_t> dropped() const;
+    // Nothing for one that could never be read.
+    std::optional<std::uint64_t> counter(char const * name) const;
+    // The same for a sum of two, or of one alone.
+    std::optional<std::uint64_t> sumOf(char const * first, char const * second) const;
 
     long m_linkSpeed;
     mutable std::mutex m_mutex;
     std::string m_folder; // this and the next under the mutex
     CCaptureCounters m_capture;
-    std::optional<std::uint64_t> m_firstDrops; // what it had dropped when the capture began
+    mutable std::mutex m_reading;                             // before the other one
+    mutable std::map<std::string, CRisingCounter> m_seen;     // under it
+    std::array<std::optional<std::uint64_t>, 2> m_firstDrops; // what it had dropped when the capture began
 };
 
 // The folder of an interface in this system.

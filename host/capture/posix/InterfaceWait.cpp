@@ -1,7 +1,7 @@
 #include "host/capture/posix/InterfaceWait.h"
 
 #include "host/capture/posix/InterfaceState.h"
-#include "host/support/Output.h"
+#include "host/support/Log.h"
 
 #include <fmt/core.h>
 
@@ -42,18 +42,19 @@ private:
 
 } // namespace
 
-bool awaitInterface(std::string const & name, std::string const & why, std::function<void()> const & waiting)
+bool awaitInterface(std::string const & name, std::string const & why, std::function<void()> const & waiting,
+                    CLog & log)
 {
     CHeldSignals const signals;
     CInterfaceState const state;
-    tell(fmt::format("{}; waiting until it is there and up", why));
+    log.warn(fmt::format("{}; waiting until it is there and up", why));
     do {
         waiting();
         int const signal = signals.wait();
         if (signal == SIGINT || signal == SIGTERM)
             return false;
     } while (!state.isUp(name));
-    tell(fmt::format("{}: is up, and the capture begins", name));
+    log.inform(fmt::format("{}: is up, and the capture begins", name));
     return true;
 }
 

@@ -5,7 +5,7 @@
 #include "host/capture/posix/InterfaceState.h"
 #include "host/capture/posix/InterfaceWait.h"
 #include "host/capture/posix/PcapLive.h"
-#include "host/support/Output.h"
+#include "host/support/Log.h"
 
 #include <utility>
 
@@ -16,7 +16,7 @@ namespace ketmon {
 
 namespace {
 
-void warnOfOffloads(std::string const & interface)
+void warnOfOffloads(std::string const & interface, CLog & log)
 {
     CInterfaceState const state;
     // No wire is behind a loopback interface.
@@ -32,32 +32,32 @@ void warnOfOffloads(std::string const & interface)
             offloads.emplace_back(name);
     }
     if (std::string const warning = offloadWarning(interface, offloads); !warning.empty())
-        tell(warning);
+        log.warn(warning);
 }
 
-CInput opened(CLiveOptions const & options)
+CInput opened(CLiveOptions const & options, CLog & log)
 {
     auto counters =
         std::make_unique<CInterfaceCounters>(interfaceFolder(options.interface), options.linkSpeed);
     CInterfaceCounters & known = *counters;
-    auto source = std::make_unique<CPcapLive>(options, known);
+    auto source = std::make_unique<CPcapLive>(options, known, log);
     std::bitset<32> const errors = known.errors();
     return {std::move(counters), std::move(source), errors, [&known] { return known.capture(); }};
 }
 
 } // namespace
 
-std::optional<CInput> openLiveCapture(CLiveOptions const & options)
+std::optional<CInput> openLiveCapture(CLiveOptions const & options, CLog & log)
 {
     for (;;) {
         try {
-            CInput input = opened(options);
-            warnOfOffloads(options.interface);
+            CInput input = opened(options, log);
+            warnOfOffloads(options.interface, log);
             return input;
         } catch (CInterfaceNotReady const & failure) {
             if (!options.wait)
                 throw;
-            if (!awaitInterface(options.interface, failure.what(), options.waiting))
+            if (!awaitInterface(options.interface, failure.what(), options.waiting, log))
                 return {};
         }
     }

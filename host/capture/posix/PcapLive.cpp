@@ -2,7 +2,7 @@
 
 #include "host/capture/posix/InterfaceCounters.h"
 #include "host/capture/posix/PcapTime.h"
-#include "host/support/Output.h"
+#include "host/support/Log.h"
 
 #include <fmt/core.h>
 #include <linux/if_packet.h>
@@ -48,9 +48,10 @@ void CPcapLive::CCloser::operator()(pcap * handle) const
     pcap_close(handle);
 }
 
-CPcapLive::CPcapLive(CLiveOptions const & options, CInterfaceCounters & counters)
+CPcapLive::CPcapLive(CLiveOptions const & options, CInterfaceCounters & counters, CLog & log)
     : m_interface(options.interface),
-      m_counters(counters)
+      m_counters(counters),
+      m_log(log)
 {
     char message[PCAP_ERRBUF_SIZE] = "";
     m_handle.reset(pcap_create(m_interface.c_str(), message));
@@ -168,13 +169,16 @@ void CPcapLive::look()
     if (name.empty())
         throw CInterfaceGone(fmt::format("{}: the interface is gone", m_interface));
     if (name != m_interface) {
-        tell(fmt::format("{}: is called {} now", m_interface, name));
+        m_log.warn(fmt::format("{}: is called {} now", m_interface, name));
         m_interface = name;
         m_counters.setFolder(interfaceFolder(name));
     }
     if (m_state.isUp(name) != m_up) {
         m_up = !m_up;
-        tell(name + (m_up ? ": is up again" : ": is down; the capture goes on when it is up again"));
+        if (m_up)
+            m_log.inform(name + ": is up again");
+        else
+            m_log.warn(name + ": is down; the capture goes on when it is up again");
     }
     tellCounters();
 }

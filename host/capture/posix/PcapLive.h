@@ -16,6 +16,7 @@ struct pcap;
 namespace ketmon {
 
 class CInterfaceCounters;
+class CLog;
 
 // An interface that isn't there, or is down, and may come.
 class CInterfaceNotReady : public CFailure
@@ -27,15 +28,16 @@ public:
 // The frames that pass a network interface, as they pass. All but `stop` belongs to one thread.
 //
 // It holds on to the interface by its number: that stays when the interface goes down and comes up again, which
-// is told on stderr, and when it gets another name.
+// the log is told, and when it gets another name.
 class CPcapLive : public CCaptureSource
 {
 public:
     // `counters`, which must live longer, is told on the thread of `next` what the capture has received and
-    // lost, and of another name, a few times a second while frames flow and none do. Throws CFailure: exit code
+    // lost, and of another name, a few times a second while frames flow and none do; so is `log` of what becomes of
+    // the interface. Throws CFailure: exit code
     // 1 for an interface that can't be captured on or isn't Ethernet, which is a CInterfaceNotReady if it isn't
     // there or is down, 2 for a filter that is none.
-    CPcapLive(CLiveOptions const & options, CInterfaceCounters & counters);
+    CPcapLive(CLiveOptions const & options, CInterfaceCounters & counters, CLog & log);
     ~CPcapLive() override;
 
     // Waits for a frame; false once stopped. Throws CFailure, exit code 1, if it can't go on, and
@@ -62,6 +64,7 @@ private:
     bool m_up = true;
     unsigned int m_failures = 0; // one behind the other
     CInterfaceCounters & m_counters;
+    CLog & m_log;
     CInterfaceState m_state;
     CInterrupt m_interrupt;
     std::unique_ptr<pcap, CCloser> m_handle;

@@ -7,7 +7,7 @@
 namespace ketmon {
 
 // The system has no capture library of its own, and ketmon brings none.
-std::optional<CInput> openLiveCapture(CLiveOptions const & options)
+std::optional<CInput> openLiveCapture(CLiveOptions const & options, CLog & /*log*/)
 {
     throw CFailure(
         exitBadInput,

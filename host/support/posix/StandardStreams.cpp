@@ -1,7 +1,11 @@
 #include "host/support/Output.h"
 
+#include "host/support/Interrupt.h"
+
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <iterator>
 #include <string>
 
 #include <fcntl.h>
@@ -10,6 +14,33 @@
 #include <unistd.h>
 
 namespace ketmon {
+
+namespace {
+
+// What a pipe that has any room takes without waiting.
+constexpr std::size_t longestPiece = 4096;
+// From the signal that ends a write until it is known what that signal means.
+constexpr int untilItIsRaised = 200; // milliseconds
+
+} // namespace
+
+void writeOutput(std::string_view text, CInterrupt const & interrupt)
+{
+    flushOutput();
+    while (!text.empty() && !interrupt.raised()) {
+        pollfd waited[] = {{interrupt.descriptor(), POLLIN, 0}, {STDOUT_FILENO, POLLOUT, 0}};
+        if (poll(waited, std::size(waited), -1) < 1 || waited[1].revents == 0)
+            continue;
+        std::size_t const piece = std::min(text.size(), longestPiece);
+        ssize_t const written = write(STDOUT_FILENO, text.data(), piece);
+        if (written < 0 && errno != EINTR && errno != EAGAIN)
+            failOutput();
+        text.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
+        // A terminal takes a piece in part, or holds it up, and a signal ends that.
+        if (written != static_cast<ssize_t>(piece))
+            static_cast<void>(poll(waited, 1, untilItIsRaised));
+    }
+}
 
 void holdStandardStreams()
 {

@@ -10,7 +10,7 @@ namespace ketmon {
 
 // The call is one of the system's main library, which every program has already; under its older name it
 // would need another one.
-std::size_t residentMemory()
+std::optional<std::size_t> residentMemory()
 {
     using Call = BOOL(WINAPI *)(HANDLE, PROCESS_MEMORY_COUNTERS *, DWORD);
     static auto const call = reinterpret_cast<Call>(reinterpret_cast<void *>(
@@ -18,7 +18,7 @@ std::size_t residentMemory()
     PROCESS_MEMORY_COUNTERS counters{};
     counters.cb = sizeof counters;
     if (!call || !call(GetCurrentProcess(), &counters, sizeof counters))
-        return 0;
+        return {};
     return counters.WorkingSetSize;
 }
 

@@ -418,6 +418,14 @@ TEST(Agent, KeepsItsIdentityInTheFolderOfItsService)
     EXPECT_EQ(first, second);
     EXPECT_NE(first, other);
     EXPECT_EQ(test::fileContents(folder / "identity"), identityText(first) + "\n");
+
+    // One that is damaged is told of as all else is.
+    std::filesystem::resize_file(folder / "identity", 7);
+    ASSERT_EQ(setenv("STATE_DIRECTORY", folder.c_str(), 1), 0);
+    Agent damaged(replay("empty.pcap", {"--consoles", "2"}));
+    unsetenv("STATE_DIRECTORY");
+    EXPECT_THAT(damaged.process().errors(),
+                HasSubstr("Z ketmon: warning: " + (folder / "identity").string() + ": has no identity"));
     std::filesystem::remove_all(folder);
 }
 

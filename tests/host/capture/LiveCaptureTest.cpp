@@ -317,6 +317,46 @@ TEST(InterfaceCounters, TellWhichErrorsTheyKnow)
     EXPECT_EQ(counters.errors().to_ulong(), 1U << 2 | 1U << 4 | 1U << 7);
 }
 
+TEST(InterfaceCounters, KeepWhatTheyWereWhereTheyCanNotBeRead)
+{
+    InterfaceFolder const folder;
+    CInterfaceCounters counters(folder.path(), 0);
+    folder.write("statistics/rx_crc_errors", "7");
+    folder.write("statistics/rx_missed_errors", "100");
+    counters.beginCapture();
+    EXPECT_EQ(counters.GetLong(0x0002020D), 7);
+    folder.write("statistics/rx_missed_errors", "105");
+    EXPECT_EQ(counters.droppedSinceBegin(), 5U);
+
+    std::filesystem::remove(folder.path() + "/statistics/rx_crc_errors");
+    folder.write("statistics/rx_missed_errors", "");
+
+    EXPECT_EQ(counters.GetLong(0x0002020D), 7);
+    EXPECT_TRUE(counters.errors()[4]);
+    EXPECT_EQ(counters.droppedSinceBegin(), 5U);
+    // The driver starts anew.
+    folder.write("statistics/rx_crc_errors", "2");
+    folder.write("statistics/rx_missed_errors", "1");
+    EXPECT_EQ(counters.GetLong(0x0002020D), 9);
+    EXPECT_EQ(counters.droppedSinceBegin(), 6U);
+}
+
+TEST(InterfaceCounters, AreNotClaimedUnlessTheyCouldBeRead)
+{
+    InterfaceFolder const folder;
+    CInterfaceCounters counters(folder.path(), 0);
+    folder.write("statistics/rx_crc_errors", "");
+    folder.write("statistics/rx_missed_errors", "");
+    folder.write("statistics/rx_over_errors", "1");
+    counters.beginCapture();
+
+    EXPECT_TRUE(counters.errors().none());
+    EXPECT_EQ(counters.droppedSinceBegin(), std::nullopt);
+    // It comes too late to say what this capture lost.
+    folder.write("statistics/rx_missed_errors", "1000");
+    EXPECT_EQ(counters.droppedSinceBegin(), std::nullopt);
+}
+
 TEST(InterfaceCounters, SpeedIsTheInterfacesOwnUnlessGiven)
 {
     InterfaceFolder const folder;

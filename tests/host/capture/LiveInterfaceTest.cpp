@@ -66,7 +66,7 @@ TEST(LiveInterface, IsWaitedForUntilItIsThereAndUp)
 {
     SKIP_UNLESS(inOwnNetwork([] {
         Process agent({"agent", "-i", "passing0", "--wait", "--listen", "127.0.0.1:0"});
-        ASSERT_TRUE(agent.waitForError("passing0: there is no such interface; waiting until"));
+        ASSERT_TRUE(agent.waitForError("Z ketmon: warning: passing0: there is no such interface; waiting"));
         PassingInterface const passing("passing0");
         if (!isMade(passing))
             return;
@@ -78,7 +78,7 @@ TEST(LiveInterface, IsWaitedForUntilItIsThereAndUp)
         EXPECT_TRUE(passing.setUp(true));
 
         EXPECT_THAT(agent.line(), HasSubstr("listening on"));
-        EXPECT_THAT(agent.errors(), HasSubstr("passing0: is up, and the capture begins"));
+        EXPECT_THAT(agent.errors(), HasSubstr("Z ketmon: passing0: is up, and the capture begins"));
         agent.signal(SIGTERM);
         EXPECT_EQ(agent.wait(), 0);
     }));
@@ -126,9 +126,10 @@ TEST(LiveInterface, IsFollowedWhenItGoesDownAndWhenItIsRenamed)
         EXPECT_TRUE(passing.send(frame()));
         EXPECT_FALSE(stateOf(console, 1).is_null());
         passing.setUp(false);
-        EXPECT_TRUE(agent.process().waitForError("passing0: is down; the capture goes on"));
+        EXPECT_TRUE(
+            agent.process().waitForError("Z ketmon: warning: passing0: is down; the capture goes on"));
         passing.setUp(true);
-        EXPECT_TRUE(agent.process().waitForError("passing0: is up again"));
+        EXPECT_TRUE(agent.process().waitForError("Z ketmon: passing0: is up again"));
         EXPECT_TRUE(passing.send(frame()));
         EXPECT_FALSE(stateOf(console, 2).is_null());
         // Too short for anybody to see.
@@ -140,7 +141,7 @@ TEST(LiveInterface, IsFollowedWhenItGoesDownAndWhenItIsRenamed)
         passing.setUp(false);
         ASSERT_TRUE(passing.rename("passed1"));
         passing.setUp(true);
-        EXPECT_TRUE(agent.process().waitForError("passing0: is called passed1 now"));
+        EXPECT_TRUE(agent.process().waitForError("Z ketmon: warning: passing0: is called passed1 now"));
         EXPECT_TRUE(passing.send(frame()));
         EXPECT_FALSE(stateOf(console, 4).is_null());
 
@@ -205,6 +206,7 @@ TEST(LiveInterface, ThatMakesFramesLargerIsWarnedOf)
             Agent agent({"-i", "passing0", "-q"});
             EXPECT_TRUE(agent.process().waitForError("on, so frames may look larger"));
             EXPECT_THAT(agent.process().errors(), HasSubstr("'ethtool -K passing0 gro off"));
+            EXPECT_THAT(agent.process().errors(), HasSubstr("Z ketmon: warning: passing0: GRO"));
         }
         for (int const command : {ETHTOOL_SGRO, ETHTOOL_STSO, ETHTOOL_SGSO})
             passing.setDriverValue(static_cast<unsigned int>(command), 0);

@@ -306,6 +306,33 @@ TEST(Console, ShowsARefusalEscapedAndShort)
                 HasSubstr("a refusal of 1025 bytes is announced, and 1024 are allowed"));
 }
 
+// An agent that was replaced by one of another version, to which no try more would lead.
+TEST(Console, EndsAtARefusalThatLasts)
+{
+    std::string const served = welcomed() + sample(MessageType::full, 1);
+    RawAgent const agent(std::vector<std::string>{
+        served, encoded(MessageType::refusal, CRefusal{"another version", true}.body())});
+
+    test::Outcome const outcome = test::ketmon({"console", agent.address(), "--json"});
+
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.errors, HasSubstr("the agent closed the connection; trying again in "));
+    EXPECT_THAT(outcome.errors, testing::EndsWith(": refused: another version\n"));
+}
+
+TEST(Console, ComesBackBehindARefusalThatPasses)
+{
+    std::string const served = welcomed() + sample(MessageType::full, 1);
+    RawAgent const agent(std::vector<std::string>{served,
+                                                  encoded(MessageType::refusal, CRefusal{"too many"}.body()),
+                                                  served + encoded(MessageType::end, CEnd().body())});
+
+    test::Outcome const outcome = test::ketmon({"console", agent.address(), "--json"});
+
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.errors, HasSubstr(": refused: too many; trying again in "));
+}
+
 TEST(Console, ShowsTheNameOfAnAgentEscaped)
 {
     CWelcome welcome = someWelcome();

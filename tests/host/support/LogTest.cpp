@@ -94,6 +94,62 @@ TEST(Log, ManyLinesOfPeersAreCountedInsteadAndLeaveRoomForItsOwn)
     EXPECT_THAT(text, HasSubstr("error: damage\n"));
 }
 
+TEST(Log, ManyWarningsLeaveRoomForAnError)
+{
+    std::string const text = written([] {
+        CLog log;
+        for (int i = 0; i < 1000; ++i)
+            log.warn("trouble");
+        log.error("damage");
+    });
+
+    EXPECT_THAT(text, HasSubstr("error: damage\n"));
+    EXPECT_LE(std::count(text.begin(), text.end(), '\n'), 150);
+}
+
+TEST(Log, WhatComesAgainAndAgainIsSummedUp)
+{
+    auto const start = CLog::Clock::now();
+    std::string const text = written([&] {
+        auto now = start;
+        CLog log(LogLevel::info, [&] { return now; });
+        for (int second = 0; second < 130; ++second, now += 1s) {
+            for (int i = 0; i < 5; ++i)
+                log.warnOfCount("samples missed", 2);
+            log.settle();
+        }
+        log.warnOfCount("something else", 1);
+        now += 1h;
+        log.settle();
+        log.settle();
+        log.warnOfCount("something else", 7);
+        log.warnOfCount("something else", 8);
+    });
+
+    std::string lines;
+    for (std::size_t at = text.find("warning: "); at != text.npos; at = text.find("warning: ", at + 1))
+        lines += text.substr(at + 9, text.find('\n', at) - at - 8);
+    EXPECT_EQ(lines, "samples missed: 2\n"
+                     "samples missed: 600\n"
+                     "samples missed: 600\n"
+                     "something else: 1\n"
+                     "samples missed: 98\n"
+                     "something else: 7\n"
+                     "something else: 8\n");
+}
+
+TEST(Log, ALineThatIsTooLongEndsWithAWholeCharacter)
+{
+    std::string const letters(1999, 'x');
+
+    EXPECT_THAT(written([&] { CLog().warn(letters + "\u00e9y"); }), testing::EndsWith("xx...\n"));
+    EXPECT_THAT(written([&] { CLog().warn(letters + "\ny"); }), testing::EndsWith("xx...\n"));
+    EXPECT_THAT(written([&] { CLog().warn(letters.substr(3) + "\ny"); }), testing::EndsWith("xx\\x0a...\n"));
+    EXPECT_THAT(written([&] { CLog().warn(letters + "y"); }), testing::EndsWith("xxy\n"));
+    // Whatever it is made of, a pipe takes it in one piece.
+    EXPECT_LT(written([&] { CLog().warn(std::string(100000, '\x1b')); }).size(), 4096U);
+}
+
 TEST(Log, NeverWaitsForAPipeThatNobodyReads)
 {
     int ends[2];

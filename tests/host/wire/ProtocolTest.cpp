@@ -134,6 +134,22 @@ TEST(Messages, OfAStrangerNameIt)
     EXPECT_THAT(reasonOf(encoded(MessageType::heartbeat, "") + "GET / HTTP"), HasSubstr("is announced"));
 }
 
+TEST(Refusal, IsTextThatMayBeMarkedAsLasting)
+{
+    EXPECT_EQ((CRefusal{"full", false}.body()), "full");
+    EXPECT_EQ((CRefusal{"old", true}.body()), std::string("old\0", 4));
+    // Neither is said by chance, or by what is cut.
+    EXPECT_EQ((CRefusal{std::string("full\0", 5), false}.body()), "full");
+    for (bool const lasting : {false, true}) {
+        std::string const body = CRefusal{std::string(2000, 'x'), lasting}.body();
+        EXPECT_EQ(body.size(), longestText);
+        EXPECT_EQ(CRefusal::parsed(body).lasting, lasting);
+        EXPECT_EQ(CRefusal::parsed(body).text, std::string(longestText - (lasting ? 1 : 0), 'x'));
+    }
+    EXPECT_EQ(CRefusal::parsed("").text, "");
+    EXPECT_FALSE(CRefusal::parsed("").lasting);
+}
+
 TEST(Messages, ShowTheTextOfAPeerEscapedAndShort)
 {
     EXPECT_EQ(shownText("a\x1B[2Jb\n\u202E"), "a\\x1b[2Jb\\x0a\\u202e");
