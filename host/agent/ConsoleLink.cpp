@@ -104,13 +104,15 @@ std::string CConsoleLink::prepare(CSelection const & selection)
     m_counterBase = m_context.counters();
     m_snapshot->startSampling(m_context.manager);
     m_first = packed(*m_snapshot, false);
-    std::string objection = m_first.size() + largestHead > m_context.largest
-                                ? tooLarge(m_first.size(), m_context.largest)
-                                : m_context.shortage();
+    bool const isTooLarge = m_first.size() + largestHead > m_context.largest;
+    std::string objection = isTooLarge ? tooLarge(m_first.size(), m_context.largest) : m_context.shortage();
     if (!objection.empty()) {
         m_snapshot.reset();
         m_first = {};
     }
+    // Tables don't get smaller.
+    if (isTooLarge)
+        throw CProtocolError(objection);
     return objection;
 }
 
@@ -168,7 +170,7 @@ void CConsoleLink::sendSample(MessageType type, std::string const & snapshot)
     head.ledgers = m_snapshot->getLedgers();
     std::string const body = head.body(m_last.ledgers, snapshot);
     if (body.size() >= m_context.largest) {
-        refuse(tooLarge(body.size(), m_context.largest));
+        refuse(tooLarge(body.size(), m_context.largest), true);
         return;
     }
     m_last = head;
@@ -189,10 +191,10 @@ void CConsoleLink::end(CEnd const & end)
 
 void CConsoleLink::misunderstood(std::string const & why)
 {
-    refuse(why);
+    refuse(why, true);
 }
 
-void CConsoleLink::refuse(std::string const & why)
+void CConsoleLink::refuse(std::string const & why, bool lasting)
 {
     guarded([&] {
         log(LogLevel::warning, "refused: " + shownText(why));
@@ -200,7 +202,7 @@ void CConsoleLink::refuse(std::string const & why)
             close();
             return;
         }
-        deliver(encoded(MessageType::refusal, why.substr(0, longestText)));
+        deliver(encoded(MessageType::refusal, CRefusal{why, lasting}.body()));
         leave();
     });
 }

@@ -65,7 +65,7 @@ public:
     // Sends the end, behind the sample that was left out last, and closes.
     void end(CEnd const & end);
     // Tells it why it isn't served, or no more, and closes. What it was still to be sent is let go of.
-    void refuse(std::string const & why);
+    void refuse(std::string const & why, bool lasting = false);
 
     CPeer const & peer() const { return m_peer; }
     bool greeting() const { return !m_greeted && !finishing() && !closed(); }

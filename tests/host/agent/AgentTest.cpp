@@ -78,15 +78,22 @@ std::string hello(std::vector<std::string> const & selection)
     return encoded(MessageType::hello, hello.body());
 }
 
-// The text of the refusal that an agent answers with.
-std::string refusalOf(RawClient const & client)
+// The refusal that an agent answers with.
+CRefusal refusalOf(RawClient const & client)
 {
     CMessageReader reader(largestToConsole);
     reader.feed(client.receiveAll());
     CMessage message;
     if (!reader.next(message) || message.type != MessageType::refusal)
-        return "";
-    return message.body;
+        return {};
+    return CRefusal::parsed(message.body);
+}
+
+// One that would be the same another time.
+auto lasts(std::string const & text)
+{
+    return testing::AllOf(testing::Field(&CRefusal::text, HasSubstr(text)),
+                          testing::Field(&CRefusal::lasting, true));
 }
 
 TEST(Agent, ConsolesSeeWhatReadSees)
@@ -220,18 +227,18 @@ TEST(Agent, RefusesConsolesThatDoNotMatch)
     greeting.version = 1;
     RawClient const otherVersion(agent);
     otherVersion.send(encoded(MessageType::hello, greeting.body()));
-    EXPECT_THAT(refusalOf(otherVersion), HasSubstr("the console speaks version 1 of the protocol"));
+    EXPECT_THAT(refusalOf(otherVersion), lasts("the console speaks version 1 of the protocol"));
 
     greeting.version = protocolVersion;
     greeting.fingerprint ^= 1;
     RawClient const otherSchema(agent);
     otherSchema.send(encoded(MessageType::hello, greeting.body()));
-    EXPECT_THAT(refusalOf(otherSchema), HasSubstr("other statistics"));
+    EXPECT_THAT(refusalOf(otherSchema), lasts("other statistics"));
 
     for (std::string const name : {"1.99", "1.5.1", "x", "", "65537.5"}) {
         RawClient const badSelection(agent);
         badSelection.send(hello({"1.4", name}));
-        EXPECT_THAT(refusalOf(badSelection), HasSubstr("'" + name + "'"));
+        EXPECT_THAT(refusalOf(badSelection), lasts("'" + name + "'"));
     }
     EXPECT_TRUE(agent.process().waitForError("refused: '65537.5'"));
 }
