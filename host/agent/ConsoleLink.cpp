@@ -191,7 +191,8 @@ void CConsoleLink::end(CEnd const & end)
 
 void CConsoleLink::misunderstood(std::string const & why)
 {
-    refuse(why, true);
+    // What makes no sense in a hello makes none another time.
+    refuse(why, !m_greeted);
 }
 
 void CConsoleLink::refuse(std::string const & why, bool lasting)
