@@ -34,4 +34,13 @@ void CLoadedCapture::repeat(std::size_t count)
     }
 }
 
+std::vector<CFrameView> CLoadedCapture::views() const
+{
+    std::vector<CFrameView> result;
+    result.reserve(m_frames.size());
+    for (CFrameAt const & frame : m_frames)
+        result.push_back({m_bytes.data() + frame.offset, frame.capturedLength, frame.length});
+    return result;
+}
+
 } // namespace ketmon

@@ -31,7 +31,7 @@ public:
     virtual CMediaInfo * AnalyzeFrame();
 
 private:
-    void analyseEthernet();
+    void analyse();
 
     CEthernetInfo m_media;
     bool m_analysed = false;

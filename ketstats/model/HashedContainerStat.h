@@ -86,18 +86,20 @@ public:
     }
     // The same two for whoever must go on counting: where there is no memory for one row more, the oldest row
     // makes way for it, as in a full table. Null only if there is none; then addLost keeps the counts.
-    T * counted(K const & key)
+    T * counted(CKeyBits<K> const & key)
     {
-        unsigned int const rowId = m_index.find(CKeyBits<K>(key));
-        return rowId != 0 ? child(rowId) : createInNeed(key);
+        unsigned int const rowId = m_index.find(key);
+        if (rowId == 0) [[unlikely]]
+            return createInNeed(key.key());
+        return static_cast<T *>(m_rows[rowId]);
     }
-    T * countedRenewed(K const & key)
+    T * countedRenewed(CKeyBits<K> const & key)
     {
-        unsigned int const rowId = m_index.find(CKeyBits<K>(key));
-        if (rowId == 0)
-            return createInNeed(key);
+        unsigned int const rowId = m_index.find(key);
+        if (rowId == 0) [[unlikely]]
+            return createInNeed(key.key());
         renewId(rowId);
-        return child(rowId);
+        return static_cast<T *>(m_rows[rowId]);
     }
     // The row that shows that key, null if there is none. A row that was changed in place is found by its new
     // key, at the cost of a look at all rows for a key that is absent. The form of a const table changes

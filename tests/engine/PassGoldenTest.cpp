@@ -5,12 +5,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <functional>
 #include <iterator>
+#include <span>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -251,6 +253,24 @@ TEST(PassGolden, FramesOfAnotherClassCountTheSame)
                   for (test::Captured const & frame : frames) {
                       Own own(frame);
                       manager.analyzeFrame(&own);
+                  }
+              }),
+              golden());
+}
+
+TEST(PassGolden, BlocksOfFramesCountTheSame)
+{
+    EXPECT_EQ(record([](Manager & manager, std::vector<test::Captured> const & frames) {
+                  std::vector<CFrameView> views;
+                  for (test::Captured const & frame : frames)
+                      views.push_back(
+                          {frame.data.data(), static_cast<unsigned int>(frame.data.size()), frame.length});
+                  // Blocks of 1, 2, 3 frames, and so on.
+                  std::span<CFrameView const> left = views;
+                  for (std::size_t size = 1; !left.empty(); ++size) {
+                      std::size_t const taken = std::min(size, left.size());
+                      manager.analyzeFrames(left.first(taken));
+                      left = left.subspan(taken);
                   }
               }),
               golden());
