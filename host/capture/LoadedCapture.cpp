@@ -9,6 +9,8 @@ namespace ketmon {
 CSourceFaults CLoadedCapture::load(std::vector<std::string> const & paths)
 {
     CCaptureFiles source(paths);
+    // As much as the files have, unless they are compressed.
+    m_bytes.reserve(m_bytes.size() + static_cast<std::size_t>(source.size()));
     CCapturedFrame frame{};
     while (source.next(frame))
         add(frame.data, frame.capturedLength, frame.length);
