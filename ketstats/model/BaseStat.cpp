@@ -4,7 +4,7 @@
 
 namespace KetStats {
 
-CBaseStat::CBaseStat() : description(nullptr), id(0), changed(true), valueSize(0), depth(1), parent(nullptr)
+CBaseStat::CBaseStat() : description(nullptr), id(0), changed(true), depth(1), valueSize(0), parent(nullptr)
 {}
 
 CBaseStat::CBaseStat(CBaseStat const & /*other*/) : CBaseStat() {}
@@ -14,8 +14,8 @@ CBaseStat::CBaseStat(CBaseStat * theParent, unsigned short theId, CStatDescripti
     : description(&theDescription),
       id(theId),
       changed(true),
-      valueSize(theValueSize),
       depth(static_cast<unsigned char>(theParent ? theParent->depth + 1 : 1)),
+      valueSize(theValueSize),
       parent(theParent)
 {}
 

@@ -111,12 +111,13 @@ protected:
     virtual int doCompare(CBaseStat const & other) const = 0;
     virtual bool doCompareAssign(CBaseStat const & other) = 0;
 
+    // In an order that leaves no gaps: there are many nodes.
     CStatDescription const * description; // not owned, lives as long as the library
     unsigned short id;
     bool changed;
-    unsigned int valueSize;
     unsigned char depth; // nodes from the root down to this one: 1 for a root
-    CBaseStat * parent;  // not owned, null for a root
+    unsigned int valueSize;
+    CBaseStat * parent; // not owned, null for a root
 };
 
 #pragma GCC diagnostic push
