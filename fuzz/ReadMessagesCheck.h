@@ -46,19 +46,29 @@ inline std::string rewrittenSample(std::string_view body)
     return head.body({}, packed);
 }
 
+// A welcome but for its heartbeat, which is taken for the nearest that makes sense.
+inline std::string withoutHeartbeat(std::string_view welcome)
+{
+    constexpr std::size_t offset = 18;
+    return std::string(welcome.substr(0, offset)).append(welcome.substr(offset + sizeof(std::uint32_t)));
+}
+
 // A body that is taken for one of its type means what it says: written again it is the same.
 inline bool bodiesAreUnderstood(std::string_view body)
 {
     bool understood = true;
-    auto const check = [&](auto const & rewritten) {
+    auto const check = [&](auto const & same) {
         try {
-            understood = understood && rewritten(body) == body;
+            understood = understood && same();
         } catch (ketmon::CProtocolError const &) {
         }
     };
-    check([](auto bytes) { return ketmon::CHello::parsed(bytes, ownFingerprint).body(); });
-    check([](auto bytes) { return ketmon::CWelcome::parsed(bytes, ownFingerprint).body(); });
-    check([](auto bytes) { return ketmon::CEnd::parsed(bytes).body(); });
+    check([&] { return ketmon::CHello::parsed(body, ownFingerprint).body() == body; });
+    check([&] {
+        std::string const rewritten = ketmon::CWelcome::parsed(body, ownFingerprint).body();
+        return withoutHeartbeat(rewritten) == withoutHeartbeat(body);
+    });
+    check([&] { return ketmon::CEnd::parsed(body).body() == body; });
     try {
         std::string const sample = rewrittenSample(body);
         understood = understood && rewrittenSample(sample) == sample;
