@@ -250,9 +250,17 @@ public:
     bool isApart(unsigned int id) const { return m_lastApart && id == m_limit; }
     std::uint64_t births() const { return m_births; }
 
-    // What CHashedContainerStat::doCompareAssign does but for its own flag; tells whether that goes up.
+    // What CHashedContainerStat::doCompareAssign does but for its own flag; tells whether that goes up. Nothing is
+    // done where nothing could change, which only is known if the source `isSame` that was followed last and no
+    // other table that lies in its place now.
     template <class Source>
-    bool follow(Source const & source, bool tellApart);
+    bool follow(Source const & source, bool tellApart, bool isSame);
+    // Has the next follow() not rely on the last one.
+    void forgetSource() { m_source = nullptr; }
+    // Whether these were the very rows of that table, and no others, when they followed it last.
+    bool isCopyOf(Table const & source) const { return m_source == &source; }
+    // Never the same for two states of rows, whichever table they are in.
+    std::uint64_t version() const { return m_version; }
     // What CHashedContainerStat::doAssign does.
     template <class Source>
     void take(Source const & source);
@@ -300,6 +308,17 @@ private:
 
     std::uint16_t * ids() const { return reinterpret_cast<std::uint16_t *>(m_rows + m_capacity); }
 
+    static std::uint64_t nextVersion();
+    static bool mayBeRelied(Table const & table) { return !table.isLent(); }
+    static bool mayBeRelied(CFlatRows const &) { return true; }
+
+    struct CFollowed
+    {
+        bool changed;
+        bool isCopy; // row for row
+    };
+    template <class Source>
+    CFollowed followRows(Source const & source, bool tellApart);
     template <class Source>
     void prepareFor(Source const & source);
     void reserve(unsigned int id);
@@ -312,7 +331,7 @@ private:
     };
     CMatch rowFor(unsigned int id, Key const & key, bool apart, CFinder & finder);
     template <class Source>
-    static bool compareAssignRow(CRow & row, Source const & source);
+    static bool compareAssignRow(CRow & row, Source const & source, bool isSame);
     template <class Source>
     static void assignRow(CRow & row, Source const & source);
     static void setChanged(CRow & row);
@@ -353,6 +372,10 @@ private:
         std::swap(m_capacity, other.m_capacity);
         std::swap(m_limit, other.m_limit);
         std::swap(m_lastApart, other.m_lastApart);
+        std::swap(m_flagged, other.m_flagged);
+        std::swap(m_source, other.m_source);
+        std::swap(m_sourceVersion, other.m_sourceVersion);
+        std::swap(m_version, other.m_version);
     }
 
     CRow * m_rows = nullptr;    // the start of the block
@@ -361,6 +384,11 @@ private:
     std::uint16_t m_capacity = 0;
     std::uint16_t m_limit = 0; // of the table, known once it followed another
     bool m_lastApart = false;
+    bool m_flagged = false; // some flag may be up
+    // What was followed last, row for row.
+    void const * m_source = nullptr;
+    std::uint64_t m_sourceVersion = 0;
+    std::uint64_t m_version = 0;
 };
 
 } // namespace KetStats

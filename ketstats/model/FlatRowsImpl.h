@@ -3,6 +3,8 @@
 #include "ketstats/model/FlatRows.h"
 #include "ketstats/model/HashedContainerStat.h"
 
+#include <atomic>
+
 namespace KetStats {
 
 // Finds rows by key while a table follows another, which is called for only where a row is new. It takes no
@@ -71,8 +73,9 @@ public:
     COrderKeeper(COrderKeeper const &) = delete;
     COrderKeeper & operator=(COrderKeeper const &) = delete;
 
+    // Tells whether each row of the source has a row of its own now, and no other row is there.
     template <class Source>
-    void keep(Source const & source) noexcept
+    bool keep(Source const & source) noexcept
     {
         std::uint16_t * const order = m_rows.ids();
         unsigned int count = 0;
@@ -81,6 +84,7 @@ public:
             if (row && !row->flag(seen))
                 order[count++] = order[place];
         }
+        bool const hasOthers = count != 0;
         forEach(source, [&](unsigned int id, auto const &, bool, std::uint64_t, auto const &) {
             CRow * const row = m_rows.row(id);
             if (!row || !row->flag(seen))
@@ -89,6 +93,7 @@ public:
             order[count++] = static_cast<std::uint16_t>(id);
         });
         m_rows.m_count = static_cast<std::uint16_t>(count);
+        return !hasOthers && count == source.size();
     }
 
 private:
@@ -192,8 +197,35 @@ typename CFlatRows<T>::CMatch CFlatRows<T>::rowFor(unsigned int id, Key const & 
 }
 
 template <class T>
+std::uint64_t CFlatRows<T>::nextVersion()
+{
+    static std::atomic<std::uint64_t> last{0};
+    return last.fetch_add(1, std::memory_order_relaxed) + 1;
+}
+
+template <class T>
 template <class Source>
-bool CFlatRows<T>::follow(Source const & source, bool tellApart)
+bool CFlatRows<T>::follow(Source const & source, bool tellApart, bool isSame)
+{
+    if (isSame && !m_flagged && m_source == &source && m_sourceVersion == source.version() &&
+        mayBeRelied(source))
+        return false;
+    m_source = nullptr; // unless all goes well
+    m_flagged = true;
+    m_version = nextVersion();
+    auto const [changed, isCopy] = followRows(source, tellApart);
+    m_flagged = changed;
+    // Rows that the source hasn't keep their flags, and those that share one there differ for ever.
+    if (isCopy) {
+        m_source = &source;
+        m_sourceVersion = source.version();
+    }
+    return changed;
+}
+
+template <class T>
+template <class Source>
+typename CFlatRows<T>::CFollowed CFlatRows<T>::followRows(Source const & source, bool tellApart)
 {
     prepareFor(source);
     bool changed = false;
@@ -205,13 +237,14 @@ bool CFlatRows<T>::follow(Source const & source, bool tellApart)
                 [&](unsigned int id, Key const & key, bool apart, std::uint64_t birth, auto const & values) {
                     auto const [row, isNew] = rowFor(id, key, apart, finder);
                     row.setFlag(seen, true);
+                    bool const isSame = !isNew && row.birth == birth;
                     if constexpr (requires(T & node) { node.beginAnew(); })
                         if (tellApart && row.birth != birth)
                             beginAnew(row);
                     row.setBirth(birth);
                     m_births = std::max(m_births, birthsOf(source));
                     following = following || isNew;
-                    if (compareAssignRow(row, values)) {
+                    if (compareAssignRow(row, values, isSame)) {
                         changed = true;
                         following = true;
                     } else if (following) {
@@ -223,8 +256,8 @@ bool CFlatRows<T>::follow(Source const & source, bool tellApart)
         keeper.keep(source);
         throw;
     }
-    keeper.keep(source);
-    return changed;
+    bool const isCopy = keeper.keep(source);
+    return {changed, isCopy};
 }
 
 template <class T>
@@ -232,6 +265,7 @@ template <class Source>
 void CFlatRows<T>::take(Source const & source)
 {
     clear();
+    m_flagged = true;
     prepareFor(source);
     forEach(source,
             [&](unsigned int id, Key const & key, bool apart, std::uint64_t birth, auto const & values) {
@@ -250,13 +284,16 @@ void CFlatRows<T>::clear() noexcept
         remove(m_rows[id - 1]);
     m_count = 0;
     m_lastApart = false;
+    m_flagged = false;
+    m_source = nullptr;
+    m_version = nextVersion();
 }
 
 // ---- one row ----
 
 template <class T>
 template <class Source>
-bool CFlatRows<T>::compareAssignRow(CRow & row, Source const & source)
+bool CFlatRows<T>::compareAssignRow(CRow & row, Source const & source, bool isSame)
 {
     bool any = false;
     std::size_t offset = 0;
@@ -277,7 +314,8 @@ bool CFlatRows<T>::compareAssignRow(CRow & row, Source const & source)
                     own = text;
             } else {
                 // The flag of a table stays up until it is packed.
-                differs = row.template part<Id>().follow(partAt<Id>(source, column), false) || row.flag(Id);
+                differs =
+                    row.template part<Id>().follow(partAt<Id>(source, column), false, isSame) || row.flag(Id);
             }
             row.setFlag(Id, differs);
             any = any || differs;
@@ -323,6 +361,7 @@ void CFlatRows<T>::setChanged(CRow & row)
 template <class T>
 void CFlatRows<T>::setChanged()
 {
+    m_flagged = true;
     for (unsigned int const id : order())
         setChanged(m_rows[id - 1]);
 }
@@ -375,6 +414,8 @@ void CFlatRows<T>::pack(ktools::CMemoryBuffer & buffer, bool onlyChanged)
             row.setFlag(ownFlag, false);
     }
     write(0);
+    if (onlyChanged)
+        m_flagged = false;
 }
 
 // ---- nodes ----

@@ -23,6 +23,7 @@ bool CBaseHashedContainerStat::isFull() const
 
 void CBaseHashedContainerStat::addLost(CLedger const & counts)
 {
+    touch();
     add(m_ledger, counts);
 }
 

@@ -71,6 +71,11 @@ public:
     // How often the table was reset: rows, ids and ledger of different times have nothing in common.
     unsigned int resets() const { return m_resets; }
 
+    // Goes up with everything that changes the rows, their order or the ledger. So nothing did between two looks that
+    // found the same version of a table, unless somebody holds its rows and may have changed them in place.
+    std::uint64_t version() const { return m_version; }
+    bool isLent() const { return m_lent; }
+
     // Whether a copy takes a row that went and came back at its source for another one, whose own tables begin
     // anew. Off at first: rows that such a table had stay.
     void tellRowsApart(bool on) { m_tellsApart = on; }
@@ -102,6 +107,8 @@ protected:
         return rowId != 0 && rowId <= m_capacity ? m_rows[rowId] : nullptr;
     }
 
+    void touch() { ++m_version; }
+
     // Makes the row of that id the newest.
     void renewId(unsigned int rowId)
     {
@@ -129,6 +136,7 @@ protected:
     CBaseStat * summaryRow = nullptr;
     CLedger m_ledger;
     std::uint64_t m_births = 0; // rows that the table ever had
+    std::uint64_t m_version = 0;
     unsigned int m_resets = 0;
     bool orderTesting = false;
     bool m_lastApart = false; // the row of the last id stands apart; see CHashedContainerStat

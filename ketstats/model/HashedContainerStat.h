@@ -79,6 +79,7 @@ public:
     T * renewed(K const & key)
     {
         unsigned int const rowId = m_index.find(CKeyBits<K>(key));
+        touch();
         if (rowId == 0)
             return create(key);
         renewId(rowId);
@@ -89,6 +90,7 @@ public:
     T * counted(CKeyBits<K> const & key)
     {
         unsigned int const rowId = m_index.find(key);
+        touch();
         if (rowId == 0) [[unlikely]]
             return createInNeed(key.key());
         return static_cast<T *>(m_rows[rowId]);
@@ -96,6 +98,7 @@ public:
     T * countedRenewed(CKeyBits<K> const & key)
     {
         unsigned int const rowId = m_index.find(key);
+        touch();
         if (rowId == 0) [[unlikely]]
             return createInNeed(key.key());
         renewId(rowId);
@@ -138,7 +141,11 @@ public:
     // Deletes the oldest row, if there is one.
     void deleteOldest();
     // Makes the row the newest.
-    void renew(T * row) { renewId(row->getId()); }
+    void renew(T * row)
+    {
+        touch();
+        renewId(row->getId());
+    }
 
     T * getOldest() { return getChildById(getOldestId()); }
     T const * getOldest() const { return child(getOldestId()); }
@@ -207,7 +214,11 @@ public:
     // What was kept of the tables within the rows that this table gave up: their rows and their ledgers.
     typename CGivenUpTables<T>::Type const & givenUpTables() const { return m_givenUpTables; }
     // For what would have been counted in the tables of a row that couldn't be had.
-    typename CGivenUpTables<T>::Type & lostTables() { return m_givenUpTables; }
+    typename CGivenUpTables<T>::Type & lostTables()
+    {
+        touch();
+        return m_givenUpTables;
+    }
 
     // What a table of that limit takes at most, beside itself and what its rows take on their own.
     static constexpr std::size_t largestMemory(unsigned int theLimit)

@@ -179,6 +179,7 @@ template <class T, class K, class H>
 void CHashedContainerStat<T, K, H>::enter(T * row, K const & key, bool apart)
 {
     unsigned int const rowId = row->getId();
+    touch();
     if (childOf(rowId))
         giveUp(rowId);
     m_rows[rowId] = row;
@@ -198,6 +199,7 @@ template <class T, class K, class H>
 void CHashedContainerStat<T, K, H>::moveRow(unsigned int from, unsigned int to)
 {
     makeRoom(to);
+    touch();
     T * const row = child(from);
     CKeyBits<K> const key = m_index.keyOf(from);
     m_index.unfile(from);
@@ -230,6 +232,7 @@ template <class T, class K, class H>
 void CHashedContainerStat<T, K, H>::removeRow(unsigned int rowId)
 {
     T * const row = child(rowId);
+    touch();
     if (row == summaryRow)
         summaryRow = nullptr;
     if (!isApart(rowId))
@@ -294,6 +297,7 @@ void CHashedContainerStat<T, K, H>::DumpOrder(bool flag) const
 template <class T, class K, class H>
 void CHashedContainerStat<T, K, H>::doReset()
 {
+    touch();
     if (m_flat)
         m_flat->clear();
     destroyRows();
@@ -391,6 +395,7 @@ private:
 template <class T, class K, class H>
 void CHashedContainerStat<T, K, H>::doUnpackValue(ktools::CMemoryBuffer & buffer)
 {
+    touch();
     auto const refuse = [](int line) {
         ktools::raise<ktools::CMemoryBuffer::CException>(2, "StatTypes", line);
     };
@@ -462,6 +467,7 @@ template <class T, class K, class H>
 template <class Source>
 void CHashedContainerStat<T, K, H>::followRows(Source const & theirs)
 {
+    touch();
     bool following = false;
     FlatRows::forEach(
         theirs, [&](unsigned int rowId, K const & key, bool apart, std::uint64_t birth, auto const & source) {
@@ -491,7 +497,8 @@ bool CHashedContainerStat<T, K, H>::doCompareAssign(CBaseStat const & other)
     bool const tells = m_tellsApart;
     if (!m_flat)
         theirs.m_flat ? followRows(*theirs.m_flat) : followRows(theirs);
-    else if (theirs.m_flat ? m_flat->follow(*theirs.m_flat, tells) : m_flat->follow(theirs, tells))
+    else if (theirs.m_flat ? m_flat->follow(*theirs.m_flat, tells, true)
+                           : m_flat->follow(theirs, tells, true))
         changed = true;
     return changed;
 }

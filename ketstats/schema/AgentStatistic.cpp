@@ -2,6 +2,7 @@
 
 #include "ketstats/model/RowCounts.h"
 
+#include <atomic>
 #include <cstdint>
 #include <typeinfo>
 
@@ -22,6 +23,12 @@ CTableLimits const & checked(CTableLimits const & limits)
     return limits;
 }
 
+std::uint64_t nextNumber()
+{
+    static std::atomic<std::uint64_t> last{0};
+    return last.fetch_add(1, std::memory_order_relaxed) + 1;
+}
+
 } // namespace
 
 CTableLimits const & schema::limitsAround(CBaseStat const * node)
@@ -37,7 +44,8 @@ CTableLimits const & schema::limitsAround(CBaseStat const * node)
 
 CAgentStatistic::CAgentStatistic(CTableLimits const & theLimits)
     : CUnfilteredContainerStat(nullptr, rootId, groupDescription()),
-      m_limits(checked(theLimits))
+      m_limits(checked(theLimits)),
+      m_number(nextNumber())
 {}
 
 CAgentStatistic::~CAgentStatistic() = default;

@@ -160,8 +160,28 @@ void CStatSnapshot::initSnapshot(CAgentStatistic const & live)
 void CStatSnapshot::tellRowsApart(bool on)
 {
     m_tellRowsApart = on;
+    forgetSamples();
     m_sample.stations.tellRowsApart(on);
     m_visible.stations.tellRowsApart(on);
+}
+
+// What was seen of another tree says nothing about this one.
+void CStatSnapshot::relyOnNothingBut(CAgentStatistic const & live)
+{
+    if (m_liveNumber == live.number())
+        return;
+    m_liveNumber = live.number();
+    forgetSamples();
+    forEachTable(m_sample, [](auto & table) { table.flat()->forgetSource(); });
+}
+
+void CStatSnapshot::forgetSamples()
+{
+    m_zero.stations.sampled.forget();
+    m_zero.protocols.sampled.forget();
+    m_zero.macConnections.sampled.forget();
+    m_zero.ipConnections.sampled.forget();
+    m_sampledBindings.forget();
 }
 
 CLedgers CStatSnapshot::getGivenUp() const

@@ -111,11 +111,11 @@ public:
         m_snapshot.tellRowsApart(tellRowsApart);
         m_snapshot.initSnapshot(manager);
     }
-    std::string sampleHash(Manager & manager)
+    std::string sampleHash(Manager & manager, bool whole = false)
     {
         m_snapshot.nextSample(manager);
         CMemoryBuffer packed(4 << 20, true);
-        m_snapshot.pack(packed, m_began);
+        m_snapshot.pack(packed, m_began && !whole);
         m_began = true;
         Hash hash;
         hash.take(packed.data, static_cast<std::size_t>(packed.size));
@@ -179,7 +179,8 @@ std::vector<Scene> scenes()
     return all;
 }
 
-// A line for each stretch of each scene: how many frames, and the hashes of the tree and of two clients.
+// A line for each stretch of each scene: how many frames, and the hashes of the tree and of its clients. One samples
+// again where nothing was counted, one at times only, and one packs the whole at times.
 std::string record(Counting const & count)
 {
     std::ostringstream text;
@@ -192,6 +193,9 @@ std::string record(Counting const & count)
         manager.beginAnalyzing(nullptr);
         Client early(manager, false);
         Client apart(manager, true);
+        Client quiet(manager, true);
+        Client rare(manager, false);
+        Client wholeAtTimes(manager, true);
         constexpr std::size_t stretches = 5;
         for (std::size_t stretch = 0; stretch < stretches; ++stretch) {
             std::size_t const from = scene.traffic.size() * stretch / stretches;
@@ -199,7 +203,13 @@ std::string record(Counting const & count)
             count(manager, {scene.traffic.begin() + static_cast<std::ptrdiff_t>(from),
                             scene.traffic.begin() + static_cast<std::ptrdiff_t>(to)});
             text << scene.name << ' ' << to << ' ' << treeHash(manager.getAgentStatistic()) << ' '
-                 << early.sampleHash(manager) << ' ' << apart.sampleHash(manager) << '\n';
+                 << early.sampleHash(manager) << ' ' << apart.sampleHash(manager);
+            for (int again = 0; again < 3; ++again)
+                text << ' ' << quiet.sampleHash(manager);
+            if (stretch % 2 == 1)
+                text << ' ' << rare.sampleHash(manager) << ' ' << rare.sampleHash(manager);
+            text << ' ' << wholeAtTimes.sampleHash(manager, stretch == 2) << ' '
+                 << wholeAtTimes.sampleHash(manager) << '\n';
         }
     }
     return text.str();
