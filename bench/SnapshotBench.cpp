@@ -40,13 +40,13 @@ void count(CAgentStatistic & tree, CTraffic const & traffic, unsigned int step =
         CStationStat & station = *tree.stations.renewed(keyOf<CMACAddrPacked>(i));
         station.framesTransmitted.add(1);
         for (unsigned int port = 0; port < traffic.portsEach; ++port)
-            station.tcpPorts[portOf(port)]->framesTransmitted.add(1);
+            station.tcpPorts.renewed(portOf(port))->framesTransmitted.add(1);
         tree.macConnections.renewed(keyOf<CMACConnectionStat::CKey>(i))->framesTransmitted.add(1);
     }
     for (unsigned int i = 0; i < traffic.pairs; i += step)
         tree.ipConnections.renewed(keyOf<CIPConnectionStat::CKey>(i))->framesTransmitted.add(1);
     for (unsigned int i = 0; i < traffic.ports; i += step)
-        tree.ipPorts.tcpPorts[portOf(i)]->framesTransmitted.add(1);
+        tree.ipPorts.tcpPorts.renewed(portOf(i))->framesTransmitted.add(1);
 }
 
 struct CClient
