@@ -100,6 +100,16 @@ struct CFlatColumns
     }
 };
 
+// How rows follow a table.
+struct CFollowManner
+{
+    bool tellApart = false; // see CHashedContainerStat::tellRowsApart
+    // Nobody will ask for the flags of these rows, which are left as they are.
+    bool flagless = false;
+    // The source is what was followed last, if it lies there, and no other table that has its place now.
+    bool isSame = true;
+};
+
 // The rows of a table as plain records: what a CHashedContainerStat holds of them, without the nodes, in a
 // sixth of the memory. It follows another table, flat or not, as a CHashedContainerStat does, flag by flag, and
 // packs the same bytes; but nothing can be looked up by key, and there is nothing that a client could be given.
@@ -251,16 +261,22 @@ public:
     std::uint64_t births() const { return m_births; }
 
     // What CHashedContainerStat::doCompareAssign does but for its own flag; tells whether that goes up. Nothing is
-    // done where nothing could change, which only is known if the source `isSame` that was followed last and no
-    // other table that lies in its place now.
+    // done where nothing could change: neither flags nor values of rows that nothing was done to since the source was
+    // followed last.
     template <class Source>
-    bool follow(Source const & source, bool tellApart, bool isSame);
+    bool follow(Source const & source, CFollowManner const & manner);
+    // How many of the newest rows the last follow() looked at; all others stayed as they were.
+    unsigned int followed() const { return m_followed; }
     // Has the next follow() not rely on the last one.
     void forgetSource() { m_source = nullptr; }
     // Whether these were the very rows of that table, and no others, when they followed it last.
     bool isCopyOf(Table const & source) const { return m_source == &source; }
     // Never the same for two states of rows, whichever table they are in.
     std::uint64_t version() const { return m_version; }
+    unsigned int touchedSince(std::uint64_t since) const
+    {
+        return since == m_version ? 0 : since == m_versionBefore ? m_followed : m_count;
+    }
     // What CHashedContainerStat::doAssign does.
     template <class Source>
     void take(Source const & source);
@@ -283,11 +299,21 @@ public:
     static void assign(T & target, CRow const & source);
 
     // Calls `take` with the id, the key, whether it stands apart, the birth and the row itself of each row of a
-    // table, from the oldest to the newest.
+    // table, or so many of the newest, from the oldest to the newest.
     template <class Take>
-    static void forEach(Table const & table, Take && take);
+    static void forEach(Table const & table, Take && take)
+    {
+        forNewest(table, table.size(), take);
+    }
     template <class Take>
-    static void forEach(CFlatRows const & table, Take && take);
+    static void forEach(CFlatRows const & table, Take && take)
+    {
+        forNewest(table, table.size(), take);
+    }
+    template <class Take>
+    static void forNewest(Table const & table, unsigned int count, Take && take);
+    template <class Take>
+    static void forNewest(CFlatRows const & table, unsigned int count, Take && take);
 
     // How many rows a table ever had.
     static std::uint64_t birthsOf(Table const & table);
@@ -308,9 +334,8 @@ private:
 
     std::uint16_t * ids() const { return reinterpret_cast<std::uint16_t *>(m_rows + m_capacity); }
 
+    static constexpr std::uint64_t noVersion = ~std::uint64_t{0};
     static std::uint64_t nextVersion();
-    static bool mayBeRelied(Table const & table) { return !table.isLent(); }
-    static bool mayBeRelied(CFlatRows const &) { return true; }
 
     struct CFollowed
     {
@@ -318,9 +343,11 @@ private:
         bool isCopy; // row for row
     };
     template <class Source>
-    CFollowed followRows(Source const & source, bool tellApart);
+    unsigned int toBeFollowed(Source const & source) const;
     template <class Source>
-    void prepareFor(Source const & source);
+    CFollowed followNewest(Source const & source, unsigned int count, CFollowManner const & manner);
+    template <class Source>
+    void prepareFor(Source const & source, unsigned int count);
     void reserve(unsigned int id);
     CRow & fresh(unsigned int id, Key const & key, bool apart);
     void remove(CRow & row) noexcept { row = CRow(); }
@@ -331,7 +358,7 @@ private:
     };
     CMatch rowFor(unsigned int id, Key const & key, bool apart, CFinder & finder);
     template <class Source>
-    static bool compareAssignRow(CRow & row, Source const & source, bool isSame);
+    static bool compareAssignRow(CRow & row, Source const & source, CFollowManner const & manner);
     template <class Source>
     static void assignRow(CRow & row, Source const & source);
     static void setChanged(CRow & row);
@@ -376,6 +403,8 @@ private:
         std::swap(m_source, other.m_source);
         std::swap(m_sourceVersion, other.m_sourceVersion);
         std::swap(m_version, other.m_version);
+        std::swap(m_versionBefore, other.m_versionBefore);
+        std::swap(m_followed, other.m_followed);
     }
 
     CRow * m_rows = nullptr;    // the start of the block
@@ -389,6 +418,8 @@ private:
     void const * m_source = nullptr;
     std::uint64_t m_sourceVersion = 0;
     std::uint64_t m_version = 0;
+    std::uint64_t m_versionBefore = noVersion; // of the last follow(), if all but what it looked at stayed
+    std::uint16_t m_followed = 0;
 };
 
 } // namespace KetStats

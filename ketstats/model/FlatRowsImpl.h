@@ -73,9 +73,9 @@ public:
     COrderKeeper(COrderKeeper const &) = delete;
     COrderKeeper & operator=(COrderKeeper const &) = delete;
 
-    // Tells whether each row of the source has a row of its own now, and no other row is there.
+    // Tells how many rows weren't brought up to date.
     template <class Source>
-    bool keep(Source const & source) noexcept
+    unsigned int keep(Source const & source, unsigned int newest) noexcept
     {
         std::uint16_t * const order = m_rows.ids();
         unsigned int count = 0;
@@ -84,8 +84,8 @@ public:
             if (row && !row->flag(seen))
                 order[count++] = order[place];
         }
-        bool const hasOthers = count != 0;
-        forEach(source, [&](unsigned int id, auto const &, bool, std::uint64_t, auto const &) {
+        unsigned int const others = count;
+        forNewest(source, newest, [&](unsigned int id, auto const &, bool, std::uint64_t, auto const &) {
             CRow * const row = m_rows.row(id);
             if (!row || !row->flag(seen))
                 return;
@@ -93,7 +93,7 @@ public:
             order[count++] = static_cast<std::uint16_t>(id);
         });
         m_rows.m_count = static_cast<std::uint16_t>(count);
-        return !hasOthers && count == source.size();
+        return others;
     }
 
 private:
@@ -114,17 +114,26 @@ std::uint64_t CFlatRows<T>::birthsOf(Table const & table)
 
 template <class T>
 template <class Take>
-void CFlatRows<T>::forEach(Table const & table, Take && take)
+void CFlatRows<T>::forNewest(Table const & table, unsigned int count, Take && take)
 {
-    for (T const & row : table)
-        take(row.getId(), row.rowKey(), table.isApart(row.getId()), table.birthOf(row.getId()), row);
+    unsigned int id = table.getOldestId();
+    if (count < table.size()) {
+        id = 0;
+        for (; count != 0; --count)
+            id = table.m_links[id].older;
+        if (id == 0)
+            return;
+    }
+    for (typename Table::template CWalk<T const> walk(&table, id); walk != table.end(); ++walk)
+        take(walk->getId(), walk->rowKey(), table.isApart(walk->getId()), table.birthOf(walk->getId()),
+             *walk);
 }
 
 template <class T>
 template <class Take>
-void CFlatRows<T>::forEach(CFlatRows const & table, Take && take)
+void CFlatRows<T>::forNewest(CFlatRows const & table, unsigned int count, Take && take)
 {
-    for (unsigned int const id : table.order()) {
+    for (unsigned int const id : table.order().last(count)) {
         CRow const & row = *table.row(id);
         take(id, row.rowKey(), table.isApart(id), std::uint64_t{row.birth}, row);
     }
@@ -150,11 +159,11 @@ void CFlatRows<T>::reserve(unsigned int id)
 
 template <class T>
 template <class Source>
-void CFlatRows<T>::prepareFor(Source const & source)
+void CFlatRows<T>::prepareFor(Source const & source, unsigned int count)
 {
     m_limit = static_cast<std::uint16_t>(limitOf(source));
     unsigned int last = 0;
-    forEach(source, [&](unsigned int id, auto const &, bool, std::uint64_t, auto const &) {
+    forNewest(source, count, [&](unsigned int id, auto const &, bool, std::uint64_t, auto const &) {
         last = std::max(last, id);
     });
     reserve(last);
@@ -203,61 +212,88 @@ std::uint64_t CFlatRows<T>::nextVersion()
     return last.fetch_add(1, std::memory_order_relaxed) + 1;
 }
 
+// How many of the newest rows of the source there is something to do with; these rows were a copy of it.
 template <class T>
 template <class Source>
-bool CFlatRows<T>::follow(Source const & source, bool tellApart, bool isSame)
+unsigned int CFlatRows<T>::toBeFollowed(Source const & source) const
 {
-    if (isSame && !m_flagged && m_source == &source && m_sourceVersion == source.version() &&
-        mayBeRelied(source))
-        return false;
-    m_source = nullptr; // unless all goes well
-    m_flagged = true;
-    m_version = nextVersion();
-    auto const [changed, isCopy] = followRows(source, tellApart);
-    m_flagged = changed;
-    // Rows that the source hasn't keep their flags, and those that share one there differ for ever.
-    if (isCopy) {
-        m_source = &source;
-        m_sourceVersion = source.version();
-    }
-    return changed;
+    unsigned int const count = source.touchedSince(m_sourceVersion);
+    if (count >= source.size())
+        return source.size();
+    // Rows that are gone there stand first, in an order of their own.
+    unsigned int known = 0;
+    forNewest(source, count, [&](unsigned int id, auto const &, bool, std::uint64_t, auto const &) {
+        known += row(id) ? 1 : 0;
+    });
+    return m_count - known == source.size() - count ? count : source.size();
 }
 
 template <class T>
 template <class Source>
-typename CFlatRows<T>::CFollowed CFlatRows<T>::followRows(Source const & source, bool tellApart)
+bool CFlatRows<T>::follow(Source const & source, CFollowManner const & manner)
 {
-    prepareFor(source);
+    bool const isKnown = manner.isSame && m_source == &source && (manner.flagless || !m_flagged);
+    unsigned int const count = isKnown ? toBeFollowed(source) : source.size();
+    if (isKnown && count == 0 && m_count == source.size())
+        return false;
+    std::uint64_t const before = std::exchange(m_version, nextVersion());
+    // Unless all goes well.
+    m_source = nullptr;
+    m_flagged = true;
+    m_versionBefore = noVersion;
+    auto const [changed, isCopy] = followNewest(source, count, manner);
+    m_flagged = changed;
+    m_followed = static_cast<std::uint16_t>(count);
+    // Rows that the source hasn't keep their flags, and those that share one there differ for ever.
+    if (isCopy) {
+        m_source = &source;
+        m_sourceVersion = source.version();
+        m_versionBefore = before;
+    }
+    return changed;
+}
+
+// What was brought up to date stands behind what wasn't, so that all is in the order of the source where nothing is
+// gone there.
+template <class T>
+template <class Source>
+typename CFlatRows<T>::CFollowed CFlatRows<T>::followNewest(Source const & source, unsigned int count,
+                                                            CFollowManner const & manner)
+{
+    prepareFor(source, count);
     bool changed = false;
     bool following = false;
     CFinder finder(*this, source.size());
     COrderKeeper keeper(*this);
     try {
-        forEach(source,
-                [&](unsigned int id, Key const & key, bool apart, std::uint64_t birth, auto const & values) {
-                    auto const [row, isNew] = rowFor(id, key, apart, finder);
-                    row.setFlag(seen, true);
-                    bool const isSame = !isNew && row.birth == birth;
-                    if constexpr (requires(T & node) { node.beginAnew(); })
-                        if (tellApart && row.birth != birth)
-                            beginAnew(row);
-                    row.setBirth(birth);
-                    m_births = std::max(m_births, birthsOf(source));
-                    following = following || isNew;
-                    if (compareAssignRow(row, values, isSame)) {
-                        changed = true;
-                        following = true;
-                    } else if (following) {
+        forNewest(
+            source, count,
+            [&](unsigned int id, Key const & key, bool apart, std::uint64_t birth, auto const & values) {
+                auto const [row, isNew] = rowFor(id, key, apart, finder);
+                row.setFlag(seen, true);
+                CFollowManner const below{.flagless = manner.flagless,
+                                          .isSame = !isNew && row.birth == birth};
+                if constexpr (requires(T & node) { node.beginAnew(); })
+                    if (manner.tellApart && row.birth != birth)
+                        beginAnew(row);
+                row.setBirth(birth);
+                m_births = std::max(m_births, birthsOf(source));
+                following = following || isNew;
+                if (compareAssignRow(row, values, below)) {
+                    changed = true;
+                    following = true;
+                } else if (following) {
+                    if (!manner.flagless)
                         setChanged(row);
-                        changed = true;
-                    }
-                });
+                    changed = true;
+                }
+            });
     } catch (...) {
-        keeper.keep(source);
+        keeper.keep(source, count);
         throw;
     }
-    bool const isCopy = keeper.keep(source);
-    return {changed, isCopy};
+    unsigned int const others = keeper.keep(source, count);
+    return {changed, m_count == source.size() && others == source.size() - count};
 }
 
 template <class T>
@@ -266,7 +302,7 @@ void CFlatRows<T>::take(Source const & source)
 {
     clear();
     m_flagged = true;
-    prepareFor(source);
+    prepareFor(source, source.size());
     forEach(source,
             [&](unsigned int id, Key const & key, bool apart, std::uint64_t birth, auto const & values) {
                 CRow & row = fresh(id, key, apart);
@@ -287,13 +323,15 @@ void CFlatRows<T>::clear() noexcept
     m_flagged = false;
     m_source = nullptr;
     m_version = nextVersion();
+    m_versionBefore = noVersion;
+    m_followed = 0;
 }
 
 // ---- one row ----
 
 template <class T>
 template <class Source>
-bool CFlatRows<T>::compareAssignRow(CRow & row, Source const & source, bool isSame)
+bool CFlatRows<T>::compareAssignRow(CRow & row, Source const & source, CFollowManner const & manner)
 {
     bool any = false;
     std::size_t offset = 0;
@@ -314,13 +352,15 @@ bool CFlatRows<T>::compareAssignRow(CRow & row, Source const & source, bool isSa
                     own = text;
             } else {
                 // The flag of a table stays up until it is packed.
-                differs =
-                    row.template part<Id>().follow(partAt<Id>(source, column), false, isSame) || row.flag(Id);
+                differs = row.template part<Id>().follow(partAt<Id>(source, column), manner) ||
+                          (!manner.flagless && row.flag(Id));
             }
-            row.setFlag(Id, differs);
+            if (!manner.flagless)
+                row.setFlag(Id, differs);
             any = any || differs;
         });
-    row.setFlag(ownFlag, any);
+    if (!manner.flagless)
+        row.setFlag(ownFlag, any);
     return any;
 }
 

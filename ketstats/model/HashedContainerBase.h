@@ -76,6 +76,10 @@ public:
     std::uint64_t version() const { return m_version; }
     bool isLent() const { return m_lent; }
 
+    // How many of the newest rows may have changed since that version, at which nobody held rows: all others are as
+    // they were, and stand before them in the same order.
+    unsigned int touchedSince(std::uint64_t since) const;
+
     // Whether a copy takes a row that went and came back at its source for another one, whose own tables begin
     // anew. Off at first: rows that such a table had stay.
     void tellRowsApart(bool on) { m_tellsApart = on; }
@@ -108,6 +112,8 @@ protected:
     }
 
     void touch() { ++m_version; }
+    // For a row that changes and stays at its place in the order.
+    void touchInPlace() { m_touchedInPlace = ++m_version; }
 
     // Makes the row of that id the newest.
     void renewId(unsigned int rowId)
@@ -137,11 +143,13 @@ protected:
     CLedger m_ledger;
     std::uint64_t m_births = 0; // rows that the table ever had
     std::uint64_t m_version = 0;
+    std::uint64_t m_touchedInPlace = 0; // the last version that began so
     unsigned int m_resets = 0;
     bool orderTesting = false;
     bool m_lastApart = false; // the row of the last id stands apart; see CHashedContainerStat
     bool m_tellsApart = false;
-    bool m_lent = false; // somebody may have changed the key of a row in place
+    bool m_flagless = false; // see layFlat
+    bool m_lent = false;     // somebody may have changed the key of a row in place
 
 private:
     // The update order of a table without memory, which nobody writes.
@@ -159,8 +167,10 @@ inline void CBaseHashedContainerStat::unlink(unsigned int rowId)
 inline void CBaseHashedContainerStat::linkAsNewest(unsigned int rowId)
 {
     std::uint16_t const second = m_links[0].older;
-    m_links[rowId] = {second, 0};
+    m_links[rowId] = {second, 0, static_cast<std::uint32_t>(m_version)};
     m_links[second].newer = static_cast<std::uint16_t>(rowId);
+    // It may have been renewed ever since it came there, up to the version before.
+    m_links[second].touched = static_cast<std::uint32_t>(m_version - 1);
     m_links[0].older = static_cast<std::uint16_t>(rowId);
 }
 

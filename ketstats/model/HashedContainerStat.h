@@ -90,7 +90,7 @@ public:
     T * counted(CKeyBits<K> const & key)
     {
         unsigned int const rowId = m_index.find(key);
-        touch();
+        touchInPlace();
         if (rowId == 0) [[unlikely]]
             return createInNeed(key.key());
         return static_cast<T *>(m_rows[rowId]);
@@ -228,8 +228,8 @@ public:
 
     // For the trees of snapshots. A table without rows that lies flat holds what it copies as CFlatRows, and has
     // no row to show: assign, compareAssign and reset it, pack it, use it as their source, and nothing else.
-    // unfold() gives it the rows as nodes, for good.
-    void layFlat();
+    // unfold() gives it the rows as nodes, for good. `flagless` if nobody will ask which of its rows changed.
+    void layFlat(bool flagless = false);
     void unfold();
     FlatRows * flat() { return m_flat; }
     FlatRows const * flat() const { return m_flat; }

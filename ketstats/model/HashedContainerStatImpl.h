@@ -302,7 +302,7 @@ void CHashedContainerStat<T, K, H>::doReset()
         m_flat->clear();
     destroyRows();
     if (m_capacity != 0)
-        m_links[0] = {0, 0};
+        m_links[0] = {};
     m_index.clear();
     freeIdx = limit;
     summaryRow = nullptr;
@@ -395,7 +395,7 @@ private:
 template <class T, class K, class H>
 void CHashedContainerStat<T, K, H>::doUnpackValue(ktools::CMemoryBuffer & buffer)
 {
-    touch();
+    touchInPlace();
     auto const refuse = [](int line) {
         ktools::raise<ktools::CMemoryBuffer::CException>(2, "StatTypes", line);
     };
@@ -467,7 +467,7 @@ template <class T, class K, class H>
 template <class Source>
 void CHashedContainerStat<T, K, H>::followRows(Source const & theirs)
 {
-    touch();
+    touchInPlace();
     bool following = false;
     FlatRows::forEach(
         theirs, [&](unsigned int rowId, K const & key, bool apart, std::uint64_t birth, auto const & source) {
@@ -494,11 +494,10 @@ bool CHashedContainerStat<T, K, H>::doCompareAssign(CBaseStat const & other)
 {
     auto const & theirs = static_cast<CHashedContainerStat const &>(other);
     expectLimitOf(theirs);
-    bool const tells = m_tellsApart;
+    CFollowManner const manner{.tellApart = m_tellsApart, .flagless = m_flagless};
     if (!m_flat)
         theirs.m_flat ? followRows(*theirs.m_flat) : followRows(theirs);
-    else if (theirs.m_flat ? m_flat->follow(*theirs.m_flat, tells, true)
-                           : m_flat->follow(theirs, tells, true))
+    else if (theirs.m_flat ? m_flat->follow(*theirs.m_flat, manner) : m_flat->follow(theirs, manner))
         changed = true;
     return changed;
 }
@@ -506,10 +505,11 @@ bool CHashedContainerStat<T, K, H>::doCompareAssign(CBaseStat const & other)
 // ---- rows that lie flat ----
 
 template <class T, class K, class H>
-void CHashedContainerStat<T, K, H>::layFlat()
+void CHashedContainerStat<T, K, H>::layFlat(bool flagless)
 {
     if (!m_flat && m_rowCount == 0)
         m_flat = new FlatRows;
+    m_flagless = flagless;
 }
 
 template <class T, class K, class H>
@@ -535,7 +535,7 @@ void CHashedContainerStat<T, K, H>::unfoldFrom(FlatRows const & rows)
     } catch (...) {
         destroyRows();
         if (m_capacity != 0)
-            m_links[0] = {0, 0};
+            m_links[0] = {};
         m_index.clear();
         throw;
     }

@@ -15,6 +15,7 @@ public:
     {
         return m_known && m_version == table.version() && !table.isLent();
     }
+    bool isKnown() const { return m_known; }
     void set(CBaseHashedContainerStat const & table)
     {
         m_known = true;

@@ -4,6 +4,7 @@
 #include "ketstats/snapshot/StatSnapshot.h"
 
 #include <algorithm>
+#include <span>
 #include <type_traits>
 
 // A sample is the live tree less the base, for the selected groups. The live tree is never reset for a
@@ -72,15 +73,24 @@ void sampleRows(CHashedContainerStat<T, K, H> & sample, CTableZero<T> & zero,
 {
     if (zero.sampled.isOf(live))
         return;
+    // Of another zero point other counts were taken off, which have to be had again.
+    if (!zero.sampled.isKnown())
+        sample.flat()->forgetSource();
     zero.sampled.forget();
-    // What the zero point took off last time has to be had again, even of a table that is the same.
-    sample.flat()->forgetSource();
     sample.compareAssign(live);
+    std::span<std::uint16_t const> const order = sample.flat()->order();
+    std::size_t const unchanged =
+        sample.flat()->isCopyOf(live) ? order.size() - sample.flat()->followed() : 0;
     CLedger stillThere;
-    for (unsigned int const rowId : sample.flat()->order()) {
+    for (std::size_t place = 0; place < order.size(); ++place) {
+        unsigned int const rowId = order[place];
         auto * const baseRow = zero.row(rowId);
         if (!baseRow)
             continue;
+        if (place < unchanged) {
+            addZero<T>(stillThere, *baseRow);
+            continue;
+        }
         bool const isLive = live.getChildById(rowId) != nullptr;
         if (apart && !isLive)
             continue;
