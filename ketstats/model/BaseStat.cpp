@@ -9,16 +9,6 @@ CBaseStat::CBaseStat() : description(nullptr), id(0), changed(true), depth(1), v
 
 CBaseStat::CBaseStat(CBaseStat const & /*other*/) : CBaseStat() {}
 
-CBaseStat::CBaseStat(CBaseStat * theParent, unsigned short theId, CStatDescription const & theDescription,
-                     unsigned int theValueSize)
-    : description(&theDescription),
-      id(theId),
-      changed(true),
-      depth(static_cast<unsigned char>(theParent ? theParent->depth + 1 : 1)),
-      valueSize(theValueSize),
-      parent(theParent)
-{}
-
 void CBaseStat::resetChanged()
 {
     changed = false;

@@ -100,7 +100,14 @@ protected:
     CBaseStat();
     CBaseStat(CBaseStat const &);
     CBaseStat(CBaseStat * theParent, unsigned short theId, CStatDescription const & theDescription,
-              unsigned int theValueSize);
+              unsigned int theValueSize)
+        : description(&theDescription),
+          id(theId),
+          changed(true),
+          depth(static_cast<unsigned char>(theParent ? theParent->depth + 1 : 1)),
+          valueSize(theValueSize),
+          parent(theParent)
+    {}
     CBaseStat & operator=(CBaseStat const &) = delete;
     ~CBaseStat() = default;
 

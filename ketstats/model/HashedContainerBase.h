@@ -44,6 +44,8 @@ public:
     // The number of rows, and the most there can be, a summary row included.
     unsigned int size() const { return m_rowCount; }
     unsigned int getLimit() const { return limit; }
+    // How many rows it has memory for.
+    unsigned int mostRows() const { return m_capacity; }
     bool isFull() const;
     // The index for a new row; `limit` if there is none. It is the one that the last deletion gave up, or else
     // the number of rows, whether or not a row stands there.
@@ -144,6 +146,7 @@ protected:
     std::uint64_t m_births = 0; // rows that the table ever had
     std::uint64_t m_version = 0;
     std::uint64_t m_touchedInPlace = 0; // the last version that began so
+    std::uint64_t m_versionEmpty = 0;   // in which it was as it was built
     unsigned int m_resets = 0;
     bool orderTesting = false;
     bool m_lastApart = false; // the row of the last id stands apart; see CHashedContainerStat

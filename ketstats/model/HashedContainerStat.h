@@ -211,6 +211,9 @@ public:
         return childOf(rowId) ? m_index.birthOf(rowId) : 0;
     }
 
+    // For a table within a row that is made another one: as it was when it was built, but for its memory.
+    void makeEmpty();
+
     // What was kept of the tables within the rows that this table gave up: their rows and their ledgers.
     typename CGivenUpTables<T>::Type const & givenUpTables() const { return m_givenUpTables; }
     // For what would have been counted in the tables of a row that couldn't be had.
@@ -290,7 +293,18 @@ private:
     void enter(T * row, K const & key, bool apart);
     void moveRow(unsigned int from, unsigned int to);
     void giveUp(unsigned int rowId);
+    void keepCounts(T const & row);
     void removeRow(unsigned int rowId);
+    // The row's places in index and order, which a row that stays there leaves and takes again.
+    void takeOut(unsigned int rowId);
+    void bringIn(unsigned int rowId, K const & key, bool apart);
+
+    // A row that is made again keeps tables for so many rows, which are soon filled again.
+    static constexpr unsigned int mostRowsKept = 15;
+    T * reuseOldest(K const & key);
+    static bool isLight(T const & row);
+    static void makeNew(T & row, K const & key);
+    static void prefetchRow(T const * row);
     void destroyRows();
     CMatch rowFor(unsigned int rowId, K const & key, bool apart);
     CMatch copyOf(unsigned int rowId, K const & key, bool apart, std::uint64_t birth, std::uint64_t births);

@@ -86,6 +86,8 @@ T * CHashedContainerStat<T, K, H>::create(K const & key)
 {
     unsigned int index = vacantIndex();
     if (index == limit) {
+        if (T * const row = reuseOldest(key))
+            return row;
         deleteOldest();
         // The handler may have made the row.
         if (unsigned int const rowId = m_index.find(CKeyBits<K>(key)))
@@ -183,15 +185,21 @@ void CHashedContainerStat<T, K, H>::enter(T * row, K const & key, bool apart)
     if (childOf(rowId))
         giveUp(rowId);
     m_rows[rowId] = row;
+    bringIn(rowId, key, apart);
+    ++m_rowCount;
+    if (freeIdx == rowId - 1)
+        freeIdx = limit;
+}
+
+template <class T, class K, class H>
+void CHashedContainerStat<T, K, H>::bringIn(unsigned int rowId, K const & key, bool apart)
+{
     m_index.setBirth(rowId, ++m_births);
     if (rowId == limit)
         m_lastApart = apart;
     if (!apart)
         m_index.file(rowId, CKeyBits<K>(key));
     linkAsNewest(rowId);
-    ++m_rowCount;
-    if (freeIdx == rowId - 1)
-        freeIdx = limit;
 }
 
 // Gives a row that is filed another id, one that is vacant, as the newest.
@@ -220,28 +228,109 @@ void CHashedContainerStat<T, K, H>::moveRow(unsigned int from, unsigned int to)
 template <class T, class K, class H>
 void CHashedContainerStat<T, K, H>::giveUp(unsigned int rowId)
 {
-    T const & row = *child(rowId);
+    keepCounts(*child(rowId));
+    removeRow(rowId);
+}
+
+template <class T, class K, class H>
+void CHashedContainerStat<T, K, H>::keepCounts(T const & row)
+{
     ++m_ledger.rows;
     addCounts(m_ledger, row);
     if constexpr (requires { row.giveUpTables(m_givenUpTables); })
         row.giveUpTables(m_givenUpTables);
-    removeRow(rowId);
 }
 
 template <class T, class K, class H>
 void CHashedContainerStat<T, K, H>::removeRow(unsigned int rowId)
 {
     T * const row = child(rowId);
-    touch();
-    if (row == summaryRow)
-        summaryRow = nullptr;
-    if (!isApart(rowId))
-        m_index.unfile(rowId);
-    unlink(rowId);
+    takeOut(rowId);
     m_rows[rowId] = nullptr;
     --m_rowCount;
     row->T::~T();
     m_store.give(row);
+}
+
+template <class T, class K, class H>
+void CHashedContainerStat<T, K, H>::takeOut(unsigned int rowId)
+{
+    touch();
+    if (child(rowId) == summaryRow)
+        summaryRow = nullptr;
+    if (!isApart(rowId))
+        m_index.unfile(rowId);
+    unlink(rowId);
+}
+
+// Makes the oldest row that of another key: what giving it up and building the other one in its place comes to, at
+// a fraction of the cost. Null where there is somebody to notice, or where the row has taken much memory.
+template <class T, class K, class H>
+T * CHashedContainerStat<T, K, H>::reuseOldest(K const & key)
+{
+    unsigned int const rowId = getOldestId();
+    if (rowId == 0 || deleteHandler || m_lent || !isLight(*child(rowId)))
+        return nullptr;
+    T & row = *child(rowId);
+    keepCounts(row);
+    takeOut(rowId);
+    makeNew(row, key);
+    bringIn(rowId, key, false);
+    // Where one had to go another one soon will.
+    prefetchRow(child(getOldestId()));
+    return &row;
+}
+
+template <class T, class K, class H>
+void CHashedContainerStat<T, K, H>::prefetchRow(T const * row)
+{
+#if defined(__GNUC__)
+    constexpr std::size_t line = 64;
+    for (std::size_t offset = 0; offset < sizeof(T); offset += line)
+        __builtin_prefetch(reinterpret_cast<char const *>(row) + offset, 1);
+#else
+    static_cast<void>(row);
+#endif
+}
+
+template <class T, class K, class H>
+bool CHashedContainerStat<T, K, H>::isLight(T const & row)
+{
+    bool isLight = true;
+    T::forEachColumn([&]<class Node>(auto, Node T::*column) {
+        if constexpr (std::is_base_of_v<CBaseHashedContainerStat, Node>)
+            isLight = isLight && (row.*column).mostRows() <= mostRowsKept;
+    });
+    return isLight;
+}
+
+template <class T, class K, class H>
+void CHashedContainerStat<T, K, H>::makeEmpty()
+{
+    if (m_version == m_versionEmpty && !m_lent)
+        return;
+    doReset();
+    m_births = 0;
+    m_resets = 0;
+    m_versionEmpty = m_version;
+}
+
+// The state of a row that was just built.
+template <class T, class K, class H>
+void CHashedContainerStat<T, K, H>::makeNew(T & row, K const & key)
+{
+    T::forEachColumn([&]<class Node>(auto, Node T::*column) {
+        Node & node = row.*column;
+        if constexpr (std::is_base_of_v<CBaseHashedContainerStat, Node>)
+            node.makeEmpty();
+        else if constexpr (std::is_same_v<Node, CStringStat>)
+            static_cast<std::string &>(node).clear();
+        else
+            node = typename Node::Value();
+        node.markChanged();
+    });
+    row.takeKey(key);
+    row.markChanged();
 }
 
 template <class T, class K, class H>
