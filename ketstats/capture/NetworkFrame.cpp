@@ -83,3 +83,10 @@ void analyseEthernet(CBoundedBytes bytes, CEthernetInfo & media)
             media.frameFormat = CEthernetInfo::ffTagged8023;
     }
 }
+
+void handOver(CFrameView const & view, void (*handler)(CNetworkFrame const * frame, void * context),
+              void * context)
+{
+    CNetworkFrame const frame(view.data, view.capturedLength, view.length);
+    handler(&frame, context);
+}

@@ -97,11 +97,8 @@ void CKetrinStatManager::analyzeFrames(std::span<CFrameView const> frames)
                 handler = frameHandler.load(std::memory_order_relaxed);
             }
         }
-        if (handler) {
-            CFrameView const & view = frames[next - 1];
-            CNetworkFrame const frame(view.data, view.capturedLength, view.length);
-            handler(&frame, frameHandlerContext.load(std::memory_order_relaxed));
-        }
+        if (handler)
+            handOver(frames[next - 1], handler, frameHandlerContext.load(std::memory_order_relaxed));
     }
 }
 
