@@ -102,7 +102,8 @@ public:
 
     CTableLimits const & limits() const { return agentStatistic.limits(); }
 
-    // The live tree, for whoever holds it still: no frame may be analysed meanwhile.
+    // The live tree, for whoever holds it still: no frame may be analysed meanwhile. A table that gives away a row
+    // that isn't const can't know what becomes of it, and is sampled whole from then on, until it is reset.
     CAgentStatistic & getAgentStatistic() { return agentStatistic; }
 
 private:

@@ -583,6 +583,7 @@ bool CHashedContainerStat<T, K, H>::doCompareAssign(CBaseStat const & other)
 {
     auto const & theirs = static_cast<CHashedContainerStat const &>(other);
     expectLimitOf(theirs);
+    touchInPlace(); // whoever copies this one has to look
     CFollowManner const manner{.tellApart = m_tellsApart, .flagless = m_flagless};
     if (!m_flat)
         theirs.m_flat ? followRows(*theirs.m_flat) : followRows(theirs);
