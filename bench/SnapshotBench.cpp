@@ -37,16 +37,16 @@ void count(CAgentStatistic & tree, CTraffic const & traffic, unsigned int step =
     tree.globalStatistics.transmittedFrames.add(1);
     tree.globalStatistics.transmittedData.add(64);
     for (unsigned int i = 0; i < traffic.stations; i += step) {
-        CStationStat & station = *tree.stations.renewed(keyOf<CMACAddrPacked>(i));
+        CStationStat & station = *tree.stations.countedRenewed(keyOf<CMACAddrPacked>(i));
         station.framesTransmitted.add(1);
         for (unsigned int port = 0; port < traffic.portsEach; ++port)
-            station.tcpPorts.counted(CKeyBits<CProtocolIdPacked>(portOf(port)))->framesTransmitted.add(1);
-        tree.macConnections.renewed(keyOf<CMACConnectionStat::CKey>(i))->framesTransmitted.add(1);
+            station.tcpPorts.counted(portOf(port))->framesTransmitted.add(1);
+        tree.macConnections.countedRenewed(keyOf<CMACConnectionStat::CKey>(i))->framesTransmitted.add(1);
     }
     for (unsigned int i = 0; i < traffic.pairs; i += step)
-        tree.ipConnections.renewed(keyOf<CIPConnectionStat::CKey>(i))->framesTransmitted.add(1);
+        tree.ipConnections.countedRenewed(keyOf<CIPConnectionStat::CKey>(i))->framesTransmitted.add(1);
     for (unsigned int i = 0; i < traffic.ports; i += step)
-        tree.ipPorts.tcpPorts.counted(CKeyBits<CProtocolIdPacked>(portOf(i)))->framesTransmitted.add(1);
+        tree.ipPorts.tcpPorts.counted(portOf(i))->framesTransmitted.add(1);
 }
 
 struct CClient

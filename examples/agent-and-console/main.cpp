@@ -116,8 +116,10 @@ Captured ipFrame(unsigned char from, unsigned char to)
 void count(KetStats::CKetrinStatManager & manager, std::vector<Captured> const & block)
 {
     std::vector<CFrameView> views;
-    for (Captured const & captured : block)
-        views.push_back({captured.data(), captured.size(), captured.size()});
+    for (Captured const & captured : block) {
+        auto const length = static_cast<unsigned int>(captured.size());
+        views.push_back({captured.data(), length, length});
+    }
     manager.analyzeFrames(views);
 }
 

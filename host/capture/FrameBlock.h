@@ -4,6 +4,7 @@
 
 #include "ketstats/capture/FrameView.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <span>
@@ -16,8 +17,11 @@ class CFrameBlock
 public:
     static constexpr std::size_t capacity = 256;
 
-    bool full() const { return m_size == capacity; }
+    bool full() const { return m_size >= m_most; }
     std::size_t size() const { return m_size; }
+    // How many frames it takes, `capacity` at first: whoever wants no more than that has none fetched in vain.
+    std::size_t most() const { return m_most; }
+    void setMost(std::size_t count) { m_most = std::clamp<std::size_t>(count, 1, capacity); }
 
     void clear() { m_size = 0; }
     // There must be room.
@@ -39,6 +43,7 @@ public:
 
 private:
     std::size_t m_size = 0;
+    std::size_t m_most = capacity;
     std::array<CFrameView, capacity> m_views;
     std::array<long long, capacity> m_ticks;
 };

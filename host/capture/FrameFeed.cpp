@@ -71,6 +71,9 @@ void feedFrames(KetStats::CKetrinStatManager & manager, CCaptureSource & source,
     CPacer pacer(options, stop);
     CFrameBlock block;
     while (!isEnough(options, summary) && !stop.stop_requested()) {
+        if (options.most != 0)
+            block.setMost(static_cast<std::size_t>(
+                std::min<unsigned long long>(options.most - summary.frames, CFrameBlock::capacity)));
         source.nextBlock(block);
         if (block.size() == 0)
             return;
@@ -80,11 +83,8 @@ void feedFrames(KetStats::CKetrinStatManager & manager, CCaptureSource & source,
             pacer.waitFor(block.ticks()[first]);
             if (stop.stop_requested())
                 return;
-            std::size_t count = atOnce;
-            if (options.most != 0)
-                count = std::min<std::size_t>(count, options.most - summary.frames);
-            manager.analyzeFrames(block.views().subspan(first, count));
-            for (std::size_t i = first; i < first + count; ++i)
+            manager.analyzeFrames(block.views().subspan(first, atOnce));
+            for (std::size_t i = first; i < first + atOnce; ++i)
                 summary.add(block.frame(i));
         }
     }

@@ -271,14 +271,14 @@ private:
     {
         auto & table = tree.arpTable;
         try {
-            if (table.createIfNew(address, mac))
+            if (table.learn(address, CMACAddrPacked(mac)))
                 return;
         } catch (std::bad_alloc const &) {
             if (table.size() == 0)
                 return;
         }
         table.deleteOldest();
-        table.createIfNew(address, mac);
+        table.learn(address, CMACAddrPacked(mac));
     }
 
     CAgentStatistic & tree;

@@ -1,6 +1,7 @@
 #include "ketstats/engine/StatManager.h"
 
 #include "ketstats/engine/EngineTables.h"
+#include "ketstats/platform/Prefetch.h"
 
 #include <algorithm>
 #include <limits>
@@ -78,7 +79,7 @@ void CKetrinStatManager::analyzeFrames(std::span<CFrameView const> frames)
     constexpr std::size_t atOnce = 64;
     // Memory is slower than counting, and what is needed of a frame lies in its first two lines.
     constexpr std::size_t ahead = 8;
-    constexpr std::size_t line = 64;
+    constexpr std::size_t headerBytes = 128;
 
     for (std::size_t next = 0; next < frames.size();) {
         FrameHandler handler = nullptr;
@@ -88,11 +89,8 @@ void CKetrinStatManager::analyzeFrames(std::span<CFrameView const> frames)
                 return;
             std::size_t const end = std::min(next + atOnce, frames.size());
             while (next < end && !handler) {
-                if (next + ahead < frames.size()) {
-                    auto const * const coming = static_cast<unsigned char const *>(frames[next + ahead].data);
-                    __builtin_prefetch(coming);
-                    __builtin_prefetch(coming + line);
-                }
+                if (next + ahead < frames.size())
+                    platform::prefetch(frames[next + ahead].data, headerBytes);
                 doAnalyzeFrame(frames[next++]);
                 handler = frameHandler.load(std::memory_order_relaxed);
             }

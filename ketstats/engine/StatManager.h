@@ -22,7 +22,8 @@ class CStatSnapshot;
 // everything runs on the caller's.
 //
 // 1. Whatever changes the tree holds the writer side of the gate, whatever samples it the reader side.
-// 2. The host's frame handler runs outside the gate, on the thread that called analyzeFrame, so it may call
+// 2. The host's frame handler runs outside the gate, on the thread that called analyzeFrame or
+// analyzeFrames, so it may call
 //    gated operations of the manager.
 // 3. Flags, ranges and handler are single words without a lock; the pass reads each at the point where it
 //    needs it, so a change made during a frame can apply to a later step of that frame. The handler and its

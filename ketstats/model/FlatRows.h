@@ -311,6 +311,10 @@ public:
         forNewest(table, table.size(), take);
     }
     template <class Take>
+    static void forNewestIds(Table const & table, unsigned int count, Take && take);
+    template <class Take>
+    static void forNewestIds(CFlatRows const & table, unsigned int count, Take && take);
+    template <class Take>
     static void forNewest(Table const & table, unsigned int count, Take && take);
     template <class Take>
     static void forNewest(CFlatRows const & table, unsigned int count, Take && take);

@@ -85,7 +85,7 @@ public:
                 order[count++] = order[place];
         }
         unsigned int const others = count;
-        forNewest(source, newest, [&](unsigned int id, auto const &, bool, std::uint64_t, auto const &) {
+        forNewestIds(source, newest, [&](unsigned int id) {
             CRow * const row = m_rows.row(id);
             if (!row || !row->flag(seen))
                 return;
@@ -114,29 +114,45 @@ std::uint64_t CFlatRows<T>::birthsOf(Table const & table)
 
 template <class T>
 template <class Take>
-void CFlatRows<T>::forNewest(Table const & table, unsigned int count, Take && take)
+void CFlatRows<T>::forNewestIds(Table const & table, unsigned int count, Take && take)
 {
     unsigned int id = table.getOldestId();
     if (count < table.size()) {
         id = 0;
         for (; count != 0; --count)
             id = table.m_links[id].older;
-        if (id == 0)
-            return;
     }
-    for (typename Table::template CWalk<T const> walk(&table, id); walk != table.end(); ++walk)
-        take(walk->getId(), walk->rowKey(), table.isApart(walk->getId()), table.birthOf(walk->getId()),
-             *walk);
+    for (; id != 0; id = table.m_links[id].newer)
+        take(id);
+}
+
+template <class T>
+template <class Take>
+void CFlatRows<T>::forNewestIds(CFlatRows const & table, unsigned int count, Take && take)
+{
+    for (unsigned int const id : table.order().last(count))
+        take(id);
+}
+
+template <class T>
+template <class Take>
+void CFlatRows<T>::forNewest(Table const & table, unsigned int count, Take && take)
+{
+    forNewestIds(table, count, [&](unsigned int id) {
+        Table::prefetchRow(table.child(table.m_links[id].newer));
+        T const & row = *table.child(id);
+        take(id, row.rowKey(), table.isApart(id), table.birthOf(id), row);
+    });
 }
 
 template <class T>
 template <class Take>
 void CFlatRows<T>::forNewest(CFlatRows const & table, unsigned int count, Take && take)
 {
-    for (unsigned int const id : table.order().last(count)) {
+    forNewestIds(table, count, [&](unsigned int id) {
         CRow const & row = *table.row(id);
         take(id, row.rowKey(), table.isApart(id), std::uint64_t{row.birth}, row);
-    }
+    });
 }
 
 template <class T>
@@ -163,9 +179,7 @@ void CFlatRows<T>::prepareFor(Source const & source, unsigned int count)
 {
     m_limit = static_cast<std::uint16_t>(limitOf(source));
     unsigned int last = 0;
-    forNewest(source, count, [&](unsigned int id, auto const &, bool, std::uint64_t, auto const &) {
-        last = std::max(last, id);
-    });
+    forNewestIds(source, count, [&](unsigned int id) { last = std::max(last, id); });
     reserve(last);
 }
 
@@ -222,9 +236,7 @@ unsigned int CFlatRows<T>::toBeFollowed(Source const & source) const
         return source.size();
     // Rows that are gone there stand first, in an order of their own.
     unsigned int known = 0;
-    forNewest(source, count, [&](unsigned int id, auto const &, bool, std::uint64_t, auto const &) {
-        known += row(id) ? 1 : 0;
-    });
+    forNewestIds(source, count, [&](unsigned int id) { known += row(id) ? 1 : 0; });
     return m_count - known == source.size() - count ? count : source.size();
 }
 
@@ -241,7 +253,9 @@ bool CFlatRows<T>::follow(Source const & source, CFollowManner const & manner)
     m_source = nullptr;
     m_flagged = true;
     m_versionBefore = noVersion;
-    auto const [changed, isCopy] = followNewest(source, count, manner);
+    CFollowManner known = manner;
+    known.isSame = isKnown;
+    auto const [changed, isCopy] = followNewest(source, count, known);
     m_flagged = changed;
     m_followed = static_cast<std::uint16_t>(count);
     // Rows that the source hasn't keep their flags, and those that share one there differ for ever.
@@ -272,7 +286,7 @@ typename CFlatRows<T>::CFollowed CFlatRows<T>::followNewest(Source const & sourc
                 auto const [row, isNew] = rowFor(id, key, apart, finder);
                 row.setFlag(seen, true);
                 CFollowManner const below{.flagless = manner.flagless,
-                                          .isSame = !isNew && row.birth == birth};
+                                          .isSame = manner.isSame && !isNew && row.birth == birth};
                 if constexpr (requires(T & node) { node.beginAnew(); })
                     if (manner.tellApart && row.birth != birth)
                         beginAnew(row);

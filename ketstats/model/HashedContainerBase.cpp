@@ -2,6 +2,8 @@
 
 #include "ketstats/model/RowCounts.h"
 
+#include <atomic>
+
 namespace KetStats {
 
 void CBaseHashedContainerStat::refuseLimit()
@@ -19,6 +21,12 @@ bool CBaseHashedContainerStat::isFull() const
 {
     bool const noIndexLeft = summaryRow ? m_rowCount == limit : m_rowCount + 1 >= limit;
     return noIndexLeft && freeIdx == limit;
+}
+
+std::uint64_t CBaseHashedContainerStat::firstVersion()
+{
+    static std::atomic<std::uint64_t> tables{0};
+    return (tables.fetch_add(1, std::memory_order_relaxed) + 1) << 32;
 }
 
 unsigned int CBaseHashedContainerStat::touchedSince(std::uint64_t since) const

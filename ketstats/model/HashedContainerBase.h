@@ -74,7 +74,8 @@ public:
     unsigned int resets() const { return m_resets; }
 
     // Goes up with everything that changes the rows, their order or the ledger. So nothing did between two looks that
-    // found the same version of a table, unless somebody holds its rows and may have changed them in place.
+    // found the same version of a table, unless somebody holds its rows and may have changed them in place. No other
+    // table had these versions, so that they tell one from another that lies in its place.
     std::uint64_t version() const { return m_version; }
     bool isLent() const { return m_lent; }
 
@@ -113,6 +114,7 @@ protected:
         return rowId != 0 && rowId <= m_capacity ? m_rows[rowId] : nullptr;
     }
 
+    static std::uint64_t firstVersion();
     void touch() { ++m_version; }
     // For a row that changes and stays at its place in the order.
     void touchInPlace() { m_touchedInPlace = ++m_version; }
@@ -144,15 +146,15 @@ protected:
     CBaseStat * summaryRow = nullptr;
     CLedger m_ledger;
     std::uint64_t m_births = 0; // rows that the table ever had
-    std::uint64_t m_version = 0;
+    std::uint64_t m_version;
     std::uint64_t m_touchedInPlace = 0; // the last version that began so
-    std::uint64_t m_versionEmpty = 0;   // in which it was as it was built
+    std::uint64_t m_versionEmpty;       // in which it was as it was built
     unsigned int m_resets = 0;
     bool orderTesting = false;
     bool m_lastApart = false; // the row of the last id stands apart; see CHashedContainerStat
     bool m_tellsApart = false;
     bool m_flagless = false; // see layFlat
-    bool m_lent = false;     // somebody may have changed the key of a row in place
+    bool m_lent = false;     // somebody may have changed a row in place, its key too
 
 private:
     // The update order of a table without memory, which nobody writes.

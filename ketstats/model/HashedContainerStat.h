@@ -80,6 +80,7 @@ public:
     {
         unsigned int const rowId = m_index.find(CKeyBits<K>(key));
         touch();
+        m_lent = true;
         if (rowId == 0)
             return create(key);
         renewId(rowId);
@@ -87,6 +88,7 @@ public:
     }
     // The same two for whoever must go on counting: where there is no memory for one row more, the oldest row
     // makes way for it, as in a full table. Null only if there is none; then addLost keeps the counts.
+    // The row is to be counted in at once: what is done to it once the table was sampled isn't seen.
     T * counted(CKeyBits<K> const & key)
     {
         unsigned int const rowId = m_index.find(key);
@@ -104,6 +106,8 @@ public:
         renewId(rowId);
         return static_cast<T *>(m_rows[rowId]);
     }
+    T * counted(K const & key) { return counted(CKeyBits<K>(key)); }
+    T * countedRenewed(K const & key) { return countedRenewed(CKeyBits<K>(key)); }
     // The row that shows that key, null if there is none. A row that was changed in place is found by its new
     // key, at the cost of a look at all rows for a key that is absent. The form of a const table changes
     // nothing, so that many threads can ask a table that is held still.
@@ -119,12 +123,21 @@ public:
     template <class Row = T>
     requires std::is_same_v<Row, CARPStat> Row * createIfNew(K const & key, CMACAddrPacked const & address)
     {
+        m_lent = true;
         return createBinding(key, address);
     }
     template <class Row = T>
     requires std::is_same_v<Row, CARPStat> Row * createIfNew(K const & key, CMACAddr const & address)
     {
+        m_lent = true;
         return createBinding(key, CMACAddrPacked(address));
+    }
+    // The same for whoever only wants it to be there. False if there is no room.
+    template <class Row = T>
+    requires std::is_same_v<Row, CARPStat>
+    bool learn(K const & key, CMACAddrPacked const & address)
+    {
+        return createBinding(key, address) != nullptr;
     }
 
     // Makes the summary row, with the id `limit`, as the newest. Whoever uses one keeps it away from the old

@@ -4,6 +4,7 @@
 #include "ketstats/model/HashedContainerStat.h"
 #include "ketstats/model/RowCounts.h"
 #include "ketstats/platform/DebugBreak.h"
+#include "ketstats/platform/Prefetch.h"
 
 namespace KetStats {
 
@@ -284,13 +285,7 @@ T * CHashedContainerStat<T, K, H>::reuseOldest(K const & key)
 template <class T, class K, class H>
 void CHashedContainerStat<T, K, H>::prefetchRow(T const * row)
 {
-#if defined(__GNUC__)
-    constexpr std::size_t line = 64;
-    for (std::size_t offset = 0; offset < sizeof(T); offset += line)
-        __builtin_prefetch(reinterpret_cast<char const *>(row) + offset, 1);
-#else
-    static_cast<void>(row);
-#endif
+    platform::prefetch(row, sizeof(T));
 }
 
 template <class T, class K, class H>
@@ -307,6 +302,10 @@ bool CHashedContainerStat<T, K, H>::isLight(T const & row)
 template <class T, class K, class H>
 void CHashedContainerStat<T, K, H>::makeEmpty()
 {
+    deleteHandler = nullptr;
+    dumpOrderHandler = nullptr;
+    orderTesting = false;
+    m_tellsApart = false;
     if (m_version == m_versionEmpty && !m_lent)
         return;
     doReset();

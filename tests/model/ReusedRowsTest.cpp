@@ -93,4 +93,26 @@ TEST(ReusedRows, AreAsNewOnes)
     }
 }
 
+// Its tables are those of another station, and whoever watched them didn't ask for that one.
+TEST(ReusedRows, HaveNoHandlersOfTheRowsThatTheyWere)
+{
+    static unsigned int deleted;
+    deleted = 0;
+    Stations stations(false);
+    auto const seen = [&](unsigned int number) -> CStationStat & {
+        return *stations.tree.stations.countedRenewed(test::keyNumber<CMACAddrPacked>(number));
+    };
+    seen(1).udpPorts.registerDeleteHandler([](CUdpPortStat::Container *, unsigned int) { ++deleted; });
+    for (unsigned int number = 2; number < 9; ++number)
+        seen(number);
+    ASSERT_EQ(stations.tree.stations.ledger().rows, 2U);
+
+    for (unsigned int port = 0; port < 9; ++port)
+        for (unsigned int const number : {7U, 8U})
+            seen(number).udpPorts.counted(test::keyNumber<CProtocolIdPacked>(port));
+
+    EXPECT_GT(seen(7).udpPorts.ledger().rows, 0U);
+    EXPECT_EQ(deleted, 0U);
+}
+
 } // namespace

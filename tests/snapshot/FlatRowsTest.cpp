@@ -148,9 +148,7 @@ public:
                 m_live.ipConnections.createSummaryStat({});
             return change(m_live.ipConnections, 14);
         case 4:
-            if (!m_live.arpTable.createIfNew(key<CIPAddress>(8), key<CMACAddrPacked>(8)))
-                m_live.arpTable.deleteOldest();
-            return;
+            return changeBindings();
         case 5:
             return change(m_live.ipSubprotocols, 8);
         case 6:
@@ -180,9 +178,11 @@ private:
             return table.deleteOldest();
         auto const which = key<test::KeyOf<Row>>(keys);
         CKeyBits<test::KeyOf<Row>> const bits(which);
-        auto & row = !m_random.oneIn(3) ? *table.renewed(which)
-                     : m_lent           ? *table[which]
-                                        : *table.counted(bits);
+        bool const renews = !m_random.oneIn(3);
+        auto & row = m_lent && renews ? *table.renewed(which)
+                     : m_lent         ? *table[which]
+                     : renews         ? *table.countedRenewed(bits)
+                                      : *table.counted(bits);
         if (m_random.oneIn(5))
             return;
         row.framesTransmitted.add(m_random.below(3));
@@ -195,10 +195,23 @@ private:
                 row.averageFrameSize = m_random.below(100);
     }
 
+    void changeBindings()
+    {
+        auto const address = key<CIPAddress>(8);
+        auto const mac = key<CMACAddrPacked>(8);
+        CARPStat * const row = m_lent ? m_live.arpTable.createIfNew(address, mac) : nullptr;
+        if (row && m_random.oneIn(4))
+            row->macAddress = key<CMACAddrPacked>(8);
+        if (m_lent ? !row : !m_live.arpTable.learn(address, mac))
+            m_live.arpTable.deleteOldest();
+    }
+
     void changeStation()
     {
         change(m_live.stations, 10);
-        auto * const station = m_live.stations.renewed(key<CMACAddrPacked>(10));
+        auto const address = key<CMACAddrPacked>(10);
+        auto * const station =
+            m_lent ? m_live.stations.renewed(address) : m_live.stations.countedRenewed(address);
         station->framesReceived.add(1);
         station->dataReceived.add(64);
         if (m_random.oneIn(2))

@@ -22,7 +22,7 @@ namespace {
 
 constexpr int patience = 100; // milliseconds until frames are handed over
 constexpr std::chrono::milliseconds lookAge(200);
-constexpr std::size_t blockBytes = 1 << 20;
+constexpr std::size_t blockBytes = 512 << 10;
 // A capture whose interface is up may fail once or so, when that has been down for a moment.
 constexpr unsigned int mostFailures = 10;
 
@@ -104,12 +104,11 @@ void CPcapLive::activate(CLiveOptions const & options)
     }
 }
 
-// As many frames as fit, of the greatest length that was agreed on.
+// For a block of the longest frames, if that isn't too much, and for one of them anyway.
 void CPcapLive::makeRoomForBlocks()
 {
     m_longest = static_cast<unsigned int>(std::max(pcap_snapshot(m_handle.get()), 1));
-    m_most = static_cast<int>(std::clamp<std::size_t>(blockBytes / m_longest, 1, CFrameBlock::capacity));
-    m_bytes.resize(std::size_t{m_longest} * static_cast<unsigned int>(m_most));
+    m_bytes.resize(std::clamp<std::size_t>(blockBytes, m_longest, CFrameBlock::capacity * m_longest));
 }
 
 void CPcapLive::setFilter(std::string const & filter)
@@ -130,8 +129,10 @@ void CPcapLive::setFilter(std::string const & filter)
 class CPcapLive::CBatch
 {
 public:
-    CBatch(unsigned char * room, unsigned int longest, CFrameBlock & block)
-        : m_free(room),
+    CBatch(pcap * handle, std::vector<unsigned char> & room, unsigned int longest, CFrameBlock & block)
+        : m_handle(handle),
+          m_free(room.data()),
+          m_end(room.data() + room.size()),
           m_longest(longest),
           m_block(block)
     {}
@@ -148,16 +149,21 @@ private:
         std::memcpy(m_free, data, captured);
         m_block.add({m_free, captured, header.len, ticksOfNanoStamp(header.ts)});
         m_free += captured;
+        if (m_end - m_free < static_cast<std::ptrdiff_t>(m_longest))
+            pcap_breakloop(m_handle);
     }
 
+    pcap * m_handle;
     unsigned char * m_free;
+    unsigned char * m_end;
     unsigned int m_longest;
     CFrameBlock & m_block;
 };
 
 bool CPcapLive::next(CCapturedFrame & frame)
 {
-    fetch(m_single, 1);
+    m_single.setMost(1);
+    nextBlock(m_single);
     if (m_single.size() == 0)
         return false;
     frame = m_single.frame(0);
@@ -166,24 +172,30 @@ bool CPcapLive::next(CCapturedFrame & frame)
 
 void CPcapLive::nextBlock(CFrameBlock & block)
 {
-    fetch(block, m_most);
-}
-
-// At most so many frames as the memory for their bytes was made for.
-void CPcapLive::fetch(CFrameBlock & block, int most)
-{
     block.clear();
     while (!m_interrupt.raised()) {
-        CBatch batch(m_bytes.data(), m_longest, block);
-        int const result =
-            pcap_dispatch(m_handle.get(), most, &CBatch::take, reinterpret_cast<unsigned char *>(&batch));
-        if (result < 0)
+        CBatch batch(m_handle.get(), m_bytes, m_longest, block);
+        int const result = pcap_dispatch(m_handle.get(), static_cast<int>(block.most()), &CBatch::take,
+                                         reinterpret_cast<unsigned char *>(&batch));
+        // What came before it failed is counted first.
+        if (block.size() != 0)
+            return lookBehindFrames();
+        if (result < 0 && result != PCAP_ERROR_BREAK)
             failed();
         else
             m_failures = 0;
-        if (block.size() != 0)
-            return lookNowAndThen();
         wait();
+    }
+}
+
+// Where the interface is gone the frames that were fetched are counted all the same, and the next look tells.
+void CPcapLive::lookBehindFrames()
+{
+    m_failures = 0;
+    try {
+        lookNowAndThen();
+    } catch (CInterfaceGone const &) {
+        m_lastLook = {};
     }
 }
 

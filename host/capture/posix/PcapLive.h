@@ -59,7 +59,7 @@ private:
     class CBatch;
 
     void makeRoomForBlocks();
-    void fetch(CFrameBlock & block, int most);
+    void lookBehindFrames();
     void activate(CLiveOptions const & options);
     void setFilter(std::string const & filter);
     void failed();
@@ -78,8 +78,7 @@ private:
     CInterrupt m_interrupt;
     std::unique_ptr<pcap, CCloser> m_handle;
     unsigned int m_longest = 1;         // bytes of a frame
-    int m_most = 1;                     // frames of a block
-    std::vector<unsigned char> m_bytes; // theirs
+    std::vector<unsigned char> m_bytes; // those of the frames of a block
     CFrameBlock m_single;
     std::chrono::steady_clock::time_point m_lastLook{};
     CWideCounter m_received; // this and the next as libpcap has them
