@@ -119,4 +119,22 @@ TEST(FrameBlock, LosesNothingOfAFileThatIsDamaged)
     }
 }
 
+// What is behind the last frame that somebody wants isn't looked at: frames of other kinds there aren't told of.
+TEST(FrameBlock, HasNoMoreThanItIsToTake)
+{
+    std::string const path = std::string(KETSTATS_CAPTURES) + "/internet-mixed.pcap";
+    for (std::size_t const most : {std::size_t{1}, std::size_t{7}, CFrameBlock::capacity - 1}) {
+        CCaptureFiles files({path});
+        CFrameBlock block;
+        block.setMost(most);
+        std::vector<std::string> frames;
+        for (files.nextBlock(block); block.size() > 0; files.nextBlock(block)) {
+            ASSERT_LE(block.size(), most);
+            for (std::size_t i = 0; i < block.size(); ++i)
+                frames.push_back(textOf(block.frame(i)));
+        }
+        EXPECT_EQ(frames, oneByOne({path}).frames);
+    }
+}
+
 } // namespace
