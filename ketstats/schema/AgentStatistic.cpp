@@ -2,7 +2,6 @@
 
 #include "ketstats/model/RowCounts.h"
 
-#include <atomic>
 #include <cstdint>
 #include <typeinfo>
 
@@ -23,12 +22,6 @@ CTableLimits const & checked(CTableLimits const & limits)
     return limits;
 }
 
-std::uint64_t nextNumber()
-{
-    static std::atomic<std::uint64_t> last{0};
-    return last.fetch_add(1, std::memory_order_relaxed) + 1;
-}
-
 } // namespace
 
 CTableLimits const & schema::limitsAround(CBaseStat const * node)
@@ -44,8 +37,7 @@ CTableLimits const & schema::limitsAround(CBaseStat const * node)
 
 CAgentStatistic::CAgentStatistic(CTableLimits const & theLimits)
     : CUnfilteredContainerStat(nullptr, rootId, groupDescription()),
-      m_limits(checked(theLimits)),
-      m_number(nextNumber())
+      m_limits(checked(theLimits))
 {}
 
 CAgentStatistic::~CAgentStatistic() = default;

@@ -38,9 +38,6 @@ public:
 
     CTableLimits const & limits() const { return m_limits; }
 
-    // No other tree of this process has, or had, the same number.
-    std::uint64_t number() const { return m_number; }
-
     // The bytes that a tree of such limits takes at most, which is when all its tables are full, those of each
     // station too. For whoever has to keep within some: what is met in practice is far less.
     static std::size_t largestMemory(CTableLimits const & limits);
@@ -62,7 +59,6 @@ public:
 
 private:
     CTableLimits m_limits; // stands before the tables, which are built by it
-    std::uint64_t m_number;
 
     // clang-format off
 #define COLUMNS(COLUMN)                                                                                         \

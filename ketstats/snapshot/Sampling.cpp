@@ -176,7 +176,6 @@ void CStatSnapshot::setZeroPoint(CAgentStatistic const & live)
 void CStatSnapshot::nextSample(CAgentStatistic const & live)
 {
     expectLimitsOf(live);
-    relyOnNothingBut(live);
     m_sampleEnd.getSystemTime();
     if (selected(2))
         calculateGlobalErrors(live);

@@ -167,16 +167,6 @@ void CStatSnapshot::tellRowsApart(bool on)
     m_visible.stations.tellRowsApart(on);
 }
 
-// What was seen of another tree says nothing about this one.
-void CStatSnapshot::relyOnNothingBut(CAgentStatistic const & live)
-{
-    if (m_liveNumber == live.number())
-        return;
-    m_liveNumber = live.number();
-    forgetSamples();
-    forEachTable(m_sample, [](auto & table) { table.flat()->forgetSource(); });
-}
-
 void CStatSnapshot::forgetSamples()
 {
     m_zero.stations.sampled.forget();

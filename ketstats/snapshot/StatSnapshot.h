@@ -150,7 +150,6 @@ private:
     void expectLimitsOf(CAgentStatistic const & live) const;
     void setGroupFlags(COid const & oid, bool on);
     bool selected(unsigned int group) const { return m_enabled[group] != 0; }
-    void relyOnNothingBut(CAgentStatistic const & live);
     void forgetSamples();
 
     void calculateSampleStats(CAgentStatistic const & live);
@@ -192,7 +191,6 @@ private:
     } m_zero;
     CSampledVersion m_sampledBindings;
     CLedgers m_ledgers;
-    std::uint64_t m_liveNumber = 0; // of the tree that was sampled last
     bool m_flat = true;
     bool m_tellRowsApart = false;
     bool m_holdSelectedOnly = false;
