@@ -180,7 +180,8 @@ TEST(LiveCapture, TellsHowManyFramesWereLost)
         EXPECT_GT(heard, 0U);
         EXPECT_GT(lost, 0U);
         EXPECT_EQ(heard + (lost + 1) / 2, sent);
-        EXPECT_EQ(statistics["Global errors"]["Accuracy"], 100.0 * heard / (heard + lost));
+        EXPECT_DOUBLE_EQ(statistics["Global errors"]["Accuracy"].get<double>(),
+                         100.0 * heard / (heard + lost));
         agent.process().signal(SIGINT);
         EXPECT_EQ(agent.process().wait(), 0) << agent.process().errors();
     });
