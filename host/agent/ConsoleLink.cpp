@@ -22,9 +22,9 @@ constexpr std::size_t leastRoom = std::size_t{1} << 20;
 constexpr double mostMessages = 100; // a second
 // What is in a sample's message beside the packed snapshot, at most.
 constexpr std::size_t largestHead = 1024;
-// A message that has begun must be sent whole before another one. With more left of it than that, who is turned away
-// isn't told why, for memory should be there at once.
-constexpr std::size_t longestRest = std::size_t{64} << 10;
+// Kept free while a console's first sample is taken, for what serving it takes in small pieces from then on: that there
+// is no memory for these shouldn't come out in the midst of a message.
+constexpr std::size_t reserve = std::size_t{1} << 20;
 // A sample needs more than a millisecond since the one before to count anything.
 constexpr long long leastInterval = 2 * ticksPerSecond / 1000;
 
@@ -89,14 +89,14 @@ void CConsoleLink::greet(CMessage const & message)
     } catch (CBadSelection const & error) {
         throw CProtocolError(error.what());
     } catch (std::bad_alloc const &) {
-        m_snapshot.reset();
         refuse("the agent has no memory left for another console");
     }
 }
 
-// Takes what it costs to serve it. Yields why that is too much, with nothing kept of it.
+// Takes what it costs to serve it. Yields why that is too much.
 std::string CConsoleLink::prepare(CSelection const & selection)
 {
+    m_reserve = std::make_unique_for_overwrite<char[]>(reserve);
     m_snapshot = std::make_unique<KetStats::CStatSnapshot>(m_context.manager.limits());
     selection.select(*m_snapshot);
     m_snapshot->tellRowsApart(true);
@@ -104,12 +104,9 @@ std::string CConsoleLink::prepare(CSelection const & selection)
     m_counterBase = m_context.counters();
     m_snapshot->startSampling(m_context.manager);
     m_first = packed(*m_snapshot, false);
+    m_room = std::max(leastRoom, 2 * m_first.size());
     bool const isTooLarge = m_first.size() + largestHead > m_context.largest;
     std::string objection = isTooLarge ? tooLarge(m_first.size(), m_context.largest) : m_context.shortage();
-    if (!objection.empty()) {
-        m_snapshot.reset();
-        m_first = {};
-    }
     // Tables don't get smaller.
     if (isTooLarge)
         throw CProtocolError(objection);
@@ -127,6 +124,7 @@ void CConsoleLink::begin()
     deliver(encoded(MessageType::welcome, welcome.body()));
     sendSample(MessageType::full, std::move(m_first));
     m_first = {};
+    m_reserve.reset();
     if (!serving())
         return;
     keepAlive(std::chrono::milliseconds(welcome.heartbeat));
@@ -154,10 +152,14 @@ void CConsoleLink::takeSample()
     if (age >= 0 && age < leastInterval)
         return;
     guarded([this] {
-        m_snapshot->nextSample(m_context.manager);
-        std::string const changed = packed(*m_snapshot, true, m_room);
-        m_room = std::max(leastRoom, 2 * changed.size());
-        sendSample(MessageType::delta, changed);
+        try {
+            m_snapshot->nextSample(m_context.manager);
+            std::string const changed = packed(*m_snapshot, true, m_room);
+            m_room = std::max(leastRoom, 2 * changed.size());
+            sendSample(MessageType::delta, changed);
+        } catch (std::bad_alloc const &) {
+            refuse("the agent has no memory left for this console");
+        }
     });
 }
 
@@ -195,16 +197,20 @@ void CConsoleLink::misunderstood(std::string const & why)
     refuse(why, !m_greeted);
 }
 
+// The snapshot is most of what a console takes, and goes at once. A message that has begun must be sent whole before
+// another one.
 void CConsoleLink::refuse(std::string const & why, bool lasting)
 {
+    m_snapshot.reset();
+    m_first = {};
+    m_reserve.reset();
     guarded([&] {
         log(LogLevel::warning, "refused: " + shownText(why));
-        if (dropUnsent() > longestRest) {
-            close();
-            return;
-        }
+        dropUnsent();
         deliver(encoded(MessageType::refusal, CRefusal{why, lasting}.body()));
         leave();
+        if (!closed())
+            closeAfter(timeToEnd, "");
     });
 }
 

@@ -103,7 +103,8 @@ private:
     // Once greeted.
     std::unique_ptr<KetStats::CStatSnapshot> m_snapshot; // until it leaves
     std::string m_first;                                 // its first sample, until that is sent
-    std::size_t m_room = largestToConsole;               // expected of the next one
+    std::unique_ptr<char[]> m_reserve;                   // of memory, until then
+    std::size_t m_room = 0;                              // for the next one, as large as is expected
     CSampleHead m_last;                                  // of the message sent last
     CSampleTimes m_times;                                // of that
     CCaptureCounters m_counterBase;                      // what the capture had counted at the zero point

@@ -84,12 +84,6 @@ void CMessageStream::send(std::string message)
         guarded([this] { write(); });
 }
 
-std::size_t CMessageStream::dropUnsent()
-{
-    m_queue.dropBehindFront();
-    return m_queue.bytes() - m_sent;
-}
-
 void CMessageStream::write()
 {
     if (m_sent == 0)

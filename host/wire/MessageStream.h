@@ -60,8 +60,8 @@ protected:
     virtual void wasClosed() {}
 
     void send(std::string message);
-    // Lets go of what isn't being sent yet, and yields how much is left of the message that is.
-    std::size_t dropUnsent();
+    // Lets go of what isn't being sent yet.
+    void dropUnsent() { m_queue.dropBehindFront(); }
     // Has what is queued go out. Closing at once could throw away, at the other end, what it hasn't read yet.
     void finish();
     // Sends a heartbeat if nothing else went out for so long, and again, and gives up on a peer from which nothing

@@ -1,6 +1,5 @@
 """The console's side of the protocol, as far as clients that misbehave need it; docs/protocol.md has it all."""
 
-import contextlib
 import socket
 import struct
 import subprocess
@@ -91,6 +90,7 @@ class Company(threading.Thread):
     def __init__(self):
         super().__init__(daemon=True)
         self.sockets = []
+        self.lost = set()
         self.done = threading.Event()
         self.start()
 
@@ -105,10 +105,15 @@ class Company(threading.Thread):
         while not self.done.wait(1):
             for connection in list(self.sockets):
                 # One that the agent let go of stays among them: it was served.
-                with contextlib.suppress(OSError):
+                try:
                     connection.send(encoded(HEARTBEAT))
                     while connection.recv(1 << 20):
                         pass
+                    self.lost.add(connection)
+                except BlockingIOError:
+                    pass
+                except OSError:
+                    self.lost.add(connection)
 
     def leave(self):
         self.done.set()

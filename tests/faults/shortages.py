@@ -65,7 +65,7 @@ def no_descriptors(stage, figures, _):
     console.ends(20, 0)
 
 
-def crowded_out(stage, figures, space, agent, count):
+def crowded_out(stage, figures, space, agent, count, most_lost):
     """Has consoles with everything come until there is no memory left, and go again."""
     console = stage.console("--json", "--select", "totals", f"127.0.0.1:{PORT}", space=space)
     console.says("^{", 30)
@@ -77,6 +77,9 @@ def crowded_out(stage, figures, space, agent, count):
     figures.must("what they are told", "; ".join(told) or "nothing", "about memory",
                  told and all("memory" in text for text in told))
     goes_on(figures, console, agent)
+    time.sleep(2)
+    figures.must("consoles that are served, and turned away later", len(company.lost), f"at most {most_lost}",
+                 len(company.lost) <= most_lost)
     company.leave()
     figures.within("until another console is served once they are gone", served(stage, space, 60), 30)
     agent.stop()
@@ -89,7 +92,7 @@ def no_memory(stage, figures, _):
     with open(f"/proc/{agent.pid}/statm", encoding="ascii") as status:
         size = int(status.read().split()[0]) * resource.getpagesize()
     resource.prlimit(agent.pid, resource.RLIMIT_AS, (size + 200 * MIB, size + 200 * MIB))
-    crowded_out(stage, figures, space, agent, 90)
+    crowded_out(stage, figures, space, agent, 90, 0)
 
 
 def ceiling(stage, figures, _):
@@ -101,7 +104,8 @@ def ceiling(stage, figures, _):
     most = 160
     space, far, agent = full_agent(stage, "--memory", str(most))
     stage.flood(far, "far0", 600, 500, 20)
-    crowded_out(stage, figures, space, agent, 90)
+    # What the others take beside their samples may grow.
+    crowded_out(stage, figures, space, agent, 90, 3)
 
 
 ALONE = [("no memory", no_memory), ("--memory", ceiling)]

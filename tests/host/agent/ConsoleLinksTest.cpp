@@ -3,6 +3,7 @@
 #include "host/agent/Welcome.h"
 #include "host/wire/Fingerprint.h"
 #include "host/wire/SampleTime.h"
+#include "tests/support/Frames.h"
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/local/connect_pair.hpp>
@@ -27,7 +28,7 @@ CPeer const ofRoot{"process 3 of user 0", "user 0", false};
 class ConsoleLinks : public testing::Test
 {
 protected:
-    ConsoleLinks()
+    explicit ConsoleLinks(KetStats::CTableLimits const & limits = {}) : m_manager(limits)
     {
         m_manager.beginAnalyzing(nullptr);
         links.emplace(context, 4);
@@ -259,6 +260,88 @@ TEST_F(ConsoleLinks, WhatARefusedOneWasStillToBeSentIsLetGo)
     ASSERT_FALSE(messages.empty());
     EXPECT_EQ(messages.back().type, MessageType::refusal);
     EXPECT_LT(messages.size() + 50, samples);
+}
+
+// With much in its tables.
+class ConsoleLinksWithoutMemory : public ConsoleLinks
+{
+protected:
+    ConsoleLinksWithoutMemory() : ConsoleLinks(manyConnections())
+    {
+        for (int group = 1; group <= 9; ++group)
+            m_manager.enableStatistic("1." + std::to_string(group));
+        for (unsigned int i = 1; i <= connections; ++i) {
+            test::Frame frame(test::ipFrame(test::hostA, test::host(i), 17));
+            m_manager.analyzeFrame(&frame);
+        }
+    }
+
+    // The system has taken a part of the first sample of a console only.
+    void expectTheFirstWholeAndARefusal(std::vector<CMessage> const & messages, std::string const & why)
+    {
+        EXPECT_EQ(links->serving(), 0U);
+        ASSERT_EQ(messages.size(), 3U);
+        EXPECT_EQ(messages[1].type, MessageType::full);
+        EXPECT_EQ(messages[2].type, MessageType::refusal);
+        EXPECT_THAT(messages[2].body, HasSubstr(why));
+    }
+
+private:
+    static constexpr unsigned int connections = 30000;
+
+    static KetStats::CTableLimits manyConnections()
+    {
+        KetStats::CTableLimits limits;
+        limits.ipConnections = connections;
+        return limits;
+    }
+};
+
+TEST_F(ConsoleLinksWithoutMemory, WhoCameLastIsTold)
+{
+    context.joined = [] { throw std::bad_alloc(); };
+    auto last = console();
+
+    std::vector<CMessage> const messages = taken(last);
+
+    EXPECT_EQ(links->serving(), 0U);
+    ASSERT_FALSE(messages.empty());
+    EXPECT_EQ(messages.back().type, MessageType::refusal);
+    EXPECT_THAT(messages.back().body, HasSubstr("the agent has no memory left for another console"));
+}
+
+TEST_F(ConsoleLinksWithoutMemory, WhoseNextSampleCannotBeHadGetsTheFirstWholeAndIsTold)
+{
+    context.backlog = std::size_t{10} << 20;
+    auto slow = console();
+    ASSERT_EQ(links->serving(), 1U);
+    std::this_thread::sleep_for(5ms);
+    context.counters = []() -> CCaptureCounters { throw std::bad_alloc(); };
+    links->sample();
+
+    expectTheFirstWholeAndARefusal(taken(slow), "the agent has no memory left for this console");
+}
+
+TEST_F(ConsoleLinksWithoutMemory, WhoIsLetGoOfGetsTheFirstWholeAndIsTold)
+{
+    context.backlog = std::size_t{10} << 20;
+    auto slow = console();
+    EXPECT_TRUE(links->refuseLast("enough"));
+
+    expectTheFirstWholeAndARefusal(taken(slow), "enough");
+}
+
+TEST_F(ConsoleLinksWithoutMemory, WhoIsTurnedAwayAndTakesNothingIsGivenUp)
+{
+    context.backlog = std::size_t{10} << 20;
+    auto const stalled = console();
+    std::this_thread::sleep_for(5ms);
+    context.counters = []() -> CCaptureCounters { throw std::bad_alloc(); };
+    links->sample();
+    EXPECT_FALSE(links->sweep());
+    run(5500ms);
+
+    EXPECT_TRUE(links->sweep());
 }
 
 // By how much the clock of the statistics is behind that of the day.
