@@ -1,9 +1,10 @@
+#include "ketstats/engine/Counting.h"
 #include "ketstats/engine/FrameSources.h"
 #include "ketstats/engine/NetworkProtocol.h"
 #include "ketstats/engine/StatManager.h"
+#include "ketstats/extended/ExtendedPass.h"
 #include "ketstats/model/RowCounts.h"
 
-#include <new>
 #include <string>
 
 // Which tables are renewed decides who is evicted. Stations, protocols, MAC and IP connections follow the
@@ -22,40 +23,6 @@ namespace {
 
 constexpr unsigned short ipType = 0x0008; // as it lies in a frame
 constexpr unsigned short arpType = 0x0608;
-
-template <class Row>
-void countTransmitted(Row & row, long long frameSize)
-{
-    row.framesTransmitted.add(1);
-    row.dataTransmitted.add(frameSize);
-}
-
-template <class Row>
-void countReceived(Row & row, long long frameSize)
-{
-    row.framesReceived.add(1);
-    row.dataReceived.add(frameSize);
-}
-
-// Counts in the row of a table, or in its ledger where there is neither a row nor memory for one.
-template <class Table, class Row>
-void countTransmitted(Table & table, Row * row, long long frameSize)
-{
-    if (row) [[likely]]
-        countTransmitted(*row, frameSize);
-    else
-        table.addLost(
-            {.framesTransmitted = 1, .bytesTransmitted = static_cast<unsigned long long>(frameSize)});
-}
-
-template <class Table, class Row>
-void countReceived(Table & table, Row * row, long long frameSize)
-{
-    if (row) [[likely]]
-        countReceived(*row, frameSize);
-    else
-        table.addLost({.framesReceived = 1, .bytesReceived = static_cast<unsigned long long>(frameSize)});
-}
 
 // The port tables of a station that couldn't be had: ledgers alone.
 class CLostPorts
@@ -87,8 +54,10 @@ template <class Frame>
 class CFramePass
 {
 public:
-    CFramePass(CAgentStatistic & theTree, CPassControls const & theControls, Frame const & theFrame)
+    CFramePass(CAgentStatistic & theTree, CExtendedStatistic & theExtended, CPassControls const & theControls,
+               Frame const & theFrame)
         : tree(theTree),
+          extended(theExtended),
           controls(theControls),
           frame(theFrame)
     {}
@@ -116,6 +85,8 @@ public:
         // No flag guards this step, and broadcasts reach it: that is how requests are seen.
         if (!ipFrame)
             learnFromARP();
+        if (controls.countsExtended())
+            countExtended();
     }
 
 private:
@@ -260,28 +231,29 @@ private:
         if (opcode != CARPProtocol::request && opcode != CARPProtocol::reply)
             return;
         if (CIPAddress const sender = arp.senderIP(); sender != CIPAddress(0))
-            learnBinding(sender, arp.senderMAC());
+            learnBinding(tree.arpTable, sender, CMACAddrPacked(arp.senderMAC()));
         if (opcode == CARPProtocol::reply)
-            learnBinding(arp.targetIP(), arp.targetMAC());
+            learnBinding(tree.arpTable, arp.targetIP(), CMACAddrPacked(arp.targetMAC()));
     }
 
-    // The table records the first binding seen: a known address stays as it is. Where memory runs out the oldest
-    // binding makes way as in a full table, and a first one isn't learned.
-    void learnBinding(CIPAddress const & address, CMACAddr const & mac)
+    // What the second tree counts of the frame, if it is asked to.
+    void countExtended()
     {
-        auto & table = tree.arpTable;
-        try {
-            if (table.learn(address, CMACAddrPacked(mac)))
-                return;
-        } catch (std::bad_alloc const &) {
-            if (table.size() == 0)
-                return;
-        }
-        table.deleteOldest();
-        table.learn(address, CMACAddrPacked(mac));
+        unsigned char const * const tag = frame.vlanTag();
+        unsigned int const offset = frame.networkOffset();
+        auto const length = static_cast<unsigned int>(frame.length());
+        passOverExtended(extended, tree, controls,
+                         {.protocol = numberOfId(frame.protocol()),
+                          .network = frame.network(),
+                          .networkLength = length > offset ? length - offset : 0,
+                          .size = frameSize,
+                          .unicast = unicast,
+                          .tag = tag,
+                          .behindTag = frame.bytes().from(ethernet::headerSize + 2)});
     }
 
     CAgentStatistic & tree;
+    CExtendedStatistic & extended;
     CPassControls const & controls;
     Frame const & frame;
 
@@ -305,7 +277,7 @@ void CKetrinStatManager::passOver(Frame const & frame)
 {
     if (overhead.load(std::memory_order_relaxed) == -1) [[unlikely]]
         overhead.store(frame.overhead(), std::memory_order_relaxed);
-    CFramePass<Frame>(agentStatistic, controls, frame).run(overhead.load(std::memory_order_relaxed));
+    CFramePass<Frame>(agentStatistic, extendedStatistic, controls, frame).run(overhead.load(std::memory_order_relaxed));
 }
 
 void CKetrinStatManager::doAnalyzeFrame(CNetworkFrame * frame)

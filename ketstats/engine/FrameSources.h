@@ -26,6 +26,14 @@ inline CProtocolBits idOfByte(unsigned char value)
     return CProtocolBits(static_cast<std::uint64_t>(value) << 40);
 }
 
+// The value of an id of at most two bytes, 0 for any other.
+inline unsigned short numberOfId(CProtocolBits const & id)
+{
+    std::uint64_t const bits = id.number();
+    auto const wire = static_cast<std::uint16_t>(bits >> 32);
+    return static_cast<std::uint32_t>(bits) == 0 ? static_cast<unsigned short>(wire << 8 | wire >> 8) : 0;
+}
+
 // A frame object of the host's. Its class may be the host's too, and what it is asked may throw: so it is asked
 // for no more than the pass needs, at the time when it needs it.
 class CHostFrame
@@ -42,13 +50,15 @@ public:
     CMACBits destination() const { return CMACBits(CMACAddrPacked(m_media.destinationMAC)); }
     CProtocolBits protocol() const { return CProtocolBits(CProtocolIdPacked(m_media.GetProtocolId())); }
 
-    // The captured bytes from the network header on. A header that would start behind them is an empty one at
-    // their end.
-    CBoundedBytes network() const
+    // The captured bytes, and those from the network header on. A header that would start behind them is an empty one
+    // at their end.
+    CBoundedBytes bytes() const
     {
         unsigned int const captured = m_frame.GetCapturedLength();
-        return CBoundedBytes(m_frame.GetData(), captured).from(m_media.networkOffset);
+        return {m_frame.GetData(), captured};
     }
+    CBoundedBytes network() const { return bytes().from(m_media.networkOffset); }
+    unsigned int networkOffset() const { return m_media.networkOffset; }
 
     // The tag, two bytes, null if there is none.
     unsigned char const * vlanTag() const
@@ -94,7 +104,9 @@ public:
     CMACBits source() const { return m_source; }
     CMACBits destination() const { return m_destination; }
     CProtocolBits protocol() const { return m_protocol; }
+    CBoundedBytes bytes() const { return m_bytes; }
     CBoundedBytes network() const { return m_bytes.from(m_networkOffset); }
+    unsigned int networkOffset() const { return m_networkOffset; }
     unsigned char const * vlanTag() const { return m_tagged ? m_tag : nullptr; }
 
 private:

@@ -1,5 +1,6 @@
 #include "ketstats/schema/RowFilters.h"
 
+#include "ketstats/extended/ExtendedStatistic.h"
 #include "ketstats/schema/Connections.h"
 #include "ketstats/schema/GlobalStats.h"
 #include "ketstats/schema/Ports.h"
@@ -97,6 +98,11 @@ Filter between(CIPConnectionStat const & row)
                     ofAddress(row.destination.get(), CIPAddrFilter::apDestination));
 }
 
+Filter between(CIPv6ConnectionStat const & /*row*/)
+{
+    return nullptr;
+}
+
 } // namespace
 
 CFilter * schema::CUnfilteredContainerStat::buildFilter() const
@@ -125,6 +131,17 @@ CFilter * CARPStat::buildFilter() const
     return combined(CCompoundFilter::cmAll, ofProtocol(arpProtocol), atStation(macAddress.get())).release();
 }
 
+CFilter * CNeighbourStat::buildFilter() const
+{
+    return nullptr;
+}
+
+template <int N>
+CFilter * CGenVlanStat<N>::buildFilter() const
+{
+    return nullptr;
+}
+
 // A number of one byte stands in the last byte of its key.
 template <int N>
 CFilter * CGenProtoStat<N>::buildFilter() const
@@ -143,6 +160,12 @@ CFilter * CGenPortStat<N>::buildFilter() const
 
 template CFilter * CGenConnectionStat<schema::CMACTraffic>::buildFilter() const;
 template CFilter * CGenConnectionStat<schema::CIPTraffic>::buildFilter() const;
+template CFilter * CGenConnectionStat<schema::CIPv6Traffic>::buildFilter() const;
+template CFilter * CGenProtoStat<1>::buildFilter() const;
+template CFilter * CGenPortStat<2>::buildFilter() const;
+template CFilter * CGenPortStat<3>::buildFilter() const;
+template CFilter * CGenVlanStat<0>::buildFilter() const;
+template CFilter * CGenVlanStat<1>::buildFilter() const;
 template CFilter * CGenProtoStat<0>::buildFilter() const;
 template CFilter * CGenPortStat<0>::buildFilter() const;
 template CFilter * CGenPortStat<1>::buildFilter() const;
