@@ -277,7 +277,8 @@ void CKetrinStatManager::passOver(Frame const & frame)
 {
     if (overhead.load(std::memory_order_relaxed) == -1) [[unlikely]]
         overhead.store(frame.overhead(), std::memory_order_relaxed);
-    CFramePass<Frame>(agentStatistic, extendedStatistic, controls, frame).run(overhead.load(std::memory_order_relaxed));
+    CFramePass<Frame>(agentStatistic, extendedStatistic, controls, frame)
+        .run(overhead.load(std::memory_order_relaxed));
 }
 
 void CKetrinStatManager::doAnalyzeFrame(CNetworkFrame * frame)

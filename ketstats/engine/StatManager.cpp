@@ -24,7 +24,8 @@ auto * flagOf(Flags & flags, COid const & oid)
 unsigned int extendedBit(COid const & oid)
 {
     constexpr unsigned int groups = 7;
-    bool const isGroup = oid.length() == 2 && oid[0] == CExtendedStatistic::rootId && oid[1] >= 1 && oid[1] <= groups;
+    bool const isGroup =
+        oid.length() == 2 && oid[0] == CExtendedStatistic::rootId && oid[1] >= 1 && oid[1] <= groups;
     return isGroup ? 1U << oid[1] : 0;
 }
 
@@ -37,7 +38,7 @@ int bytesPerSecond(long bitsPerSecond)
 
 } // namespace
 
-CKetrinStatManager::CKetrinStatManager(CTableLimits const & theLimits) 
+CKetrinStatManager::CKetrinStatManager(CTableLimits const & theLimits)
     : agentStatistic(theLimits),
       extendedStatistic(theLimits)
 {}

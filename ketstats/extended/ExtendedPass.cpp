@@ -51,8 +51,8 @@ struct CTransport
 class CExtendedPass
 {
 public:
-    CExtendedPass(CExtendedStatistic & theTree, CAgentStatistic const & theFirst, CPassControls const & theControls,
-                  CFrameFacts const & theFrame)
+    CExtendedPass(CExtendedStatistic & theTree, CAgentStatistic const & theFirst,
+                  CPassControls const & theControls, CFrameFacts const & theFrame)
         : tree(theTree),
           first(theFirst),
           controls(theControls),
@@ -124,7 +124,8 @@ private:
             countTransmitted(tree.ipv6Connections, tree.ipv6Connections.countedRenewed(key), frame.size);
         }
         if (counts(2))
-            countTransmitted(tree.ipv6Protocols, tree.ipv6Protocols.counted(idOfByte(ip.protocol())), frame.size);
+            countTransmitted(tree.ipv6Protocols, tree.ipv6Protocols.counted(idOfByte(ip.protocol())),
+                             frame.size);
         if (!counts(3) || !ip.hasPayload() || !frame.network.holds(ip.payload(), 4))
             return;
         CPortOnWire const source{frame.network.number<std::uint16_t>(ip.payload())};
@@ -212,12 +213,23 @@ private:
         constexpr unsigned char fragmentationNeeded = 4;
         CSignalsStat & signals = tree.signals;
         switch (type) {
-        case 3: (code == fragmentationNeeded ? signals.packetTooBig : signals.unreachable).add(1); break;
-        case 4: signals.sourceQuench.add(1); break;
-        case 5: signals.redirects.add(1); break;
-        case 11: signals.timeExceeded.add(1); break;
-        case 12: signals.parameterProblem.add(1); break;
-        default: break;
+        case 3:
+            (code == fragmentationNeeded ? signals.packetTooBig : signals.unreachable).add(1);
+            break;
+        case 4:
+            signals.sourceQuench.add(1);
+            break;
+        case 5:
+            signals.redirects.add(1);
+            break;
+        case 11:
+            signals.timeExceeded.add(1);
+            break;
+        case 12:
+            signals.parameterProblem.add(1);
+            break;
+        default:
+            break;
         }
     }
 
@@ -225,12 +237,23 @@ private:
     {
         CSignalsStat & signals = tree.signals;
         switch (type) {
-        case 1: signals.unreachable.add(1); break;
-        case 2: signals.packetTooBig.add(1); break;
-        case 3: signals.timeExceeded.add(1); break;
-        case 4: signals.parameterProblem.add(1); break;
-        case 137: signals.redirects.add(1); break;
-        default: break;
+        case 1:
+            signals.unreachable.add(1);
+            break;
+        case 2:
+            signals.packetTooBig.add(1);
+            break;
+        case 3:
+            signals.timeExceeded.add(1);
+            break;
+        case 4:
+            signals.parameterProblem.add(1);
+            break;
+        case 137:
+            signals.redirects.add(1);
+            break;
+        default:
+            break;
         }
     }
 
@@ -303,8 +326,8 @@ private:
 
 } // namespace
 
-void passOverExtended(CExtendedStatistic & tree, CAgentStatistic const & first, CPassControls const & controls,
-                      CFrameFacts const & frame)
+void passOverExtended(CExtendedStatistic & tree, CAgentStatistic const & first,
+                      CPassControls const & controls, CFrameFacts const & frame)
 {
     CExtendedPass(tree, first, controls, frame).run();
 }

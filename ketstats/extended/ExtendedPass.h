@@ -20,7 +20,7 @@ struct CFrameFacts
 
 // Counts a frame in those groups of the second tree that are enabled. The writer side of the gate is held, and the
 // first tree has counted the frame.
-void passOverExtended(CExtendedStatistic & tree, CAgentStatistic const & first, CPassControls const & controls,
-                      CFrameFacts const & frame);
+void passOverExtended(CExtendedStatistic & tree, CAgentStatistic const & first,
+                      CPassControls const & controls, CFrameFacts const & frame);
 
 } // namespace KetStats

@@ -18,7 +18,8 @@ CStructStatDescription const & CExtendedStatistic::groupDescription()
 
 std::size_t CExtendedStatistic::largestMemory(CTableLimits const & limits)
 {
-    return sizeof(CExtendedStatistic) + CIPv6ConnectionStat::Container::largestMemory(limits.ipv6Connections) +
+    return sizeof(CExtendedStatistic) +
+           CIPv6ConnectionStat::Container::largestMemory(limits.ipv6Connections) +
            CIPv6ProtoStat::Container::largestMemory(limits.ipv6Protocols) +
            CIPv6TcpPortStat::Container::largestMemory(limits.ipv6TcpPorts) +
            CIPv6UdpPortStat::Container::largestMemory(limits.ipv6UdpPorts) +
@@ -43,7 +44,8 @@ bool CExtendedStatistic::isBlank() const
     CLedgers ledgers;
     addLedgers(ledgers);
     unsigned int counted = ipv6Connections.size() + ipv6Protocols.size() + ipv6Ports.tcpPorts.size() +
-                           ipv6Ports.udpPorts.size() + vlans.outer.size() + vlans.inner.size() + neighbours.size();
+                           ipv6Ports.udpPorts.size() + vlans.outer.size() + vlans.inner.size() +
+                           neighbours.size();
     CSignalsStat::forEachColumn([&](auto, auto counter) { counted += (signals.*counter).get() != 0; });
     CTunnelsStat::forEachColumn([&](auto, auto row) { counted += (tunnels.*row).frames.get() != 0; });
     return counted == 0 && ledgers == CLedgers();

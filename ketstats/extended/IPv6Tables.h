@@ -77,8 +77,10 @@ KETSTATS_EXTERN_TEMPLATE(CGenProtoStat<1>);
 KETSTATS_EXTERN_TEMPLATE(CGenPortStat<2>);
 KETSTATS_EXTERN_TEMPLATE(CGenPortStat<3>);
 KETSTATS_EXTERN_TEMPLATE(CHashedContainerStat<CIPv6ProtoStat, CProtocolIdPacked, CIPv6ProtoStat::CHasher>);
-KETSTATS_EXTERN_TEMPLATE(CHashedContainerStat<CIPv6TcpPortStat, CProtocolIdPacked, CIPv6TcpPortStat::CHasher>);
-KETSTATS_EXTERN_TEMPLATE(CHashedContainerStat<CIPv6UdpPortStat, CProtocolIdPacked, CIPv6UdpPortStat::CHasher>);
+KETSTATS_EXTERN_TEMPLATE(
+    CHashedContainerStat<CIPv6TcpPortStat, CProtocolIdPacked, CIPv6TcpPortStat::CHasher>);
+KETSTATS_EXTERN_TEMPLATE(
+    CHashedContainerStat<CIPv6UdpPortStat, CProtocolIdPacked, CIPv6UdpPortStat::CHasher>);
 KETSTATS_EXTERN_TEMPLATE(CHashedContainerStat<CNeighbourStat, CIPv6Address, CNeighbourStat::CHasher>);
 
 } // namespace KetStats

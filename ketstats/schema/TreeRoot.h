@@ -13,7 +13,8 @@ public:
     CTableLimits const & limits() const { return m_limits; }
 
 protected:
-    CTreeRoot(unsigned short rootId, CStructStatDescription const & theDescription, CTableLimits const & theLimits);
+    CTreeRoot(unsigned short rootId, CStructStatDescription const & theDescription,
+              CTableLimits const & theLimits);
     ~CTreeRoot() = default;
 
 private:

@@ -22,7 +22,8 @@ void forEachTable(CExtendedStatistic & tree, Operation && operation)
 
 void sampleSignals(CSignalsStat & sample, CSignalsStat const & base, CSignalsStat const & live)
 {
-    CSignalsStat::forEachColumn([&](auto, auto counter) { subtract(sample.*counter, live.*counter, base.*counter); });
+    CSignalsStat::forEachColumn(
+        [&](auto, auto counter) { subtract(sample.*counter, live.*counter, base.*counter); });
 }
 
 } // namespace
@@ -58,7 +59,8 @@ std::size_t CExtendedPart::largestMemory(CTableLimits const & limits, Groups con
     }
     if (groups[5])
         tree += CFlatRows<CNeighbourStat>::largestMemory(limits.neighbours);
-    return sizeof(CExtendedPart) + 2 * 7 * (sizeof(CFlatRows<COuterVlanStat>) + allocationBytes) + zero + 2 * tree;
+    return sizeof(CExtendedPart) + 2 * 7 * (sizeof(CFlatRows<COuterVlanStat>) + allocationBytes) + zero +
+           2 * tree;
 }
 
 void CExtendedPart::setZeroPoint(CExtendedStatistic const & live, bool selectedOnly)
@@ -89,7 +91,8 @@ void CExtendedPart::sample(CExtendedStatistic const & live, bool tellRowsApart, 
     }
     if (selected(4)) {
         sampleRows(m_sample.vlans.outer, m_zero.outerVlans, live.vlans.outer, tellRowsApart, ledgers.vlans);
-        sampleRows(m_sample.vlans.inner, m_zero.innerVlans, live.vlans.inner, tellRowsApart, ledgers.innerVlans);
+        sampleRows(m_sample.vlans.inner, m_zero.innerVlans, live.vlans.inner, tellRowsApart,
+                   ledgers.innerVlans);
     }
     if (selected(5)) {
         ledgers.neighbours = live.neighbours.ledger();

@@ -117,8 +117,7 @@ template <class Table>
 void sampleFrameTable(Table & sample, Table const & base, Table const & live)
 {
     for (unsigned int index = 0; index < sample.getChildrenCount(); ++index) {
-        auto const row = [index](Table const & table) -> CFrameTypeOrSizeStat const &
-        {
+        auto const row = [index](Table const & table) -> CFrameTypeOrSizeStat const & {
             return static_cast<CFrameTypeOrSizeStat const &>(*table.getChild(index));
         };
         auto & target = const_cast<CFrameTypeOrSizeStat &>(row(sample));

@@ -119,8 +119,10 @@ void CStatSnapshot::calculateGlobalStats(CAgentStatistic const & live)
 
 void CStatSnapshot::calculateFrameTables(CAgentStatistic const & live)
 {
-    sampleFrameTable(m_sample.frameTables.frameTypes, m_base.frameTables.frameTypes, live.frameTables.frameTypes);
-    sampleFrameTable(m_sample.frameTables.frameSizes, m_base.frameTables.frameSizes, live.frameTables.frameSizes);
+    sampleFrameTable(m_sample.frameTables.frameTypes, m_base.frameTables.frameTypes,
+                     live.frameTables.frameTypes);
+    sampleFrameTable(m_sample.frameTables.frameSizes, m_base.frameTables.frameSizes,
+                     live.frameTables.frameSizes);
 }
 
 void CStatSnapshot::calculateNetworkStationsStats(CAgentStatistic const & live)

@@ -14,8 +14,9 @@ struct KETSTATS_API CStatTreeNode
 {
     std::map<unsigned short, CStatTreeNode *> children; // owned, ascending by id
     unsigned short id = 0;
-    CAgentStatistic::CStatPointer statPointer; // of the node's statistic in its tree; negative while there is none
-    bool changed = true;                       // whether the last comparison found a difference at or below
+    CAgentStatistic::CStatPointer
+        statPointer;     // of the node's statistic in its tree; negative while there is none
+    bool changed = true; // whether the last comparison found a difference at or below
 
     // Selects `oid`, whose statistics lie in trees like `agent`, or like `extended` if that is given. An existing leaf on the way stands for a
     // broader selection, which stays; an existing node that the identifier ends at stays as narrow as it is.

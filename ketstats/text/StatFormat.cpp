@@ -196,7 +196,8 @@ std::string CIPAddressFormat::formatValue(long long value, void * /*context*/) c
 
 CIPv6AddressFormat::CIPv6AddressFormat() : CStatFormatBase(StringIds::ipv6AddressFormat, vtIPv6) {}
 
-std::string CIPv6AddressFormat::formatValue(void const * value, unsigned int /*size*/, void * /*context*/) const
+std::string CIPv6AddressFormat::formatValue(void const * value, unsigned int /*size*/,
+                                            void * /*context*/) const
 {
     return ipv6Text(static_cast<unsigned char const *>(value));
 }
