@@ -8,6 +8,7 @@
 #include "ketstats/capture/NetworkFrame.h"
 #include "ketstats/capture/Requester.h"
 #include "ketstats/engine/StatManager.h"
+#include "ketstats/extended/ExtendedStatistic.h"
 #include "ketstats/ktools/MemoryBuffer.h"
 #include "ketstats/model/StatTypes.h"
 #include "ketstats/schema/AgentStatistic.h"

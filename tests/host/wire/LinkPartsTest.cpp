@@ -17,9 +17,8 @@ namespace {
 
 std::vector<std::string> selected(std::vector<std::string> const & names)
 {
-    CAgentStatistic tree;
     std::vector<std::string> texts;
-    CSelection const selection(names, tree);
+    CSelection const selection(names);
     for (COid const & oid : selection.oids())
         texts.push_back(oid.toString());
     return texts;
@@ -66,7 +65,8 @@ TEST(Endpoint, RefusesWhatIsNone)
 
 TEST(Selection, IsTheSameInWhateverOrder)
 {
-    EXPECT_EQ(selected({}), Names{"1"});
+    EXPECT_EQ(selected({}), (Names{"1", "2"}));
+    EXPECT_EQ(selected({"2.4", "2.1"}), (Names{"1.1", "2.1", "2.4"}));
     EXPECT_EQ(selected({"1.5", "1"}), Names{"1"});
     EXPECT_EQ(selected({"1.5"}), (Names{"1.1", "1.5"}));
     EXPECT_EQ(selected({"1.4.1", "1.4"}), (Names{"1.1", "1.4"}));
@@ -88,9 +88,8 @@ TEST(Selection, OfPartOfAGroupIsSampled)
     CAgentStatistic live;
     live.frameTables.frameTypes.unicast.frames = 7U;
     live.frameTables.frameSizes.size64.frames = 7U;
-    CAgentStatistic shape;
     CStatSnapshot sender;
-    CSelection({"1.4.1"}, shape).select(sender);
+    CSelection({"1.4.1"}).select(sender);
     CAgentStatistic const nothing;
     sender.initSnapshot(nothing);
     sender.nextSample(live);
