@@ -141,8 +141,9 @@ std::string encoded(CSavedSnapshot const & snapshot)
 {
     CWriter writer;
     writer.text(magic);
-    writer.number(version);
-    writer.number(static_cast<std::uint32_t>(fixedLength + snapshot.name.size()));
+    writer.number(snapshot.extended ? version : versionOfFirstTree);
+    writer.number(static_cast<std::uint32_t>((snapshot.extended ? fixedLength : fixedLengthOfFirstTree) +
+                                             snapshot.name.size()));
     writer.number(static_cast<std::uint32_t>(snapshot.bytes.size()));
     writer.number(schemaFingerprint());
     writer.number(snapshot.recording);
@@ -153,8 +154,10 @@ std::string encoded(CSavedSnapshot const & snapshot)
     long long first = snapshot.summary.first.value_or(0);
     long long last = snapshot.summary.last.value_or(0);
     figures(writer, snapshot, first, last);
-    writer.number(extendedFingerprint());
-    extendedFigures(writer, snapshot);
+    if (snapshot.extended) {
+        writer.number(extendedFingerprint());
+        extendedFigures(writer, snapshot);
+    }
     writer.text(snapshot.name);
     writer.text(snapshot.bytes);
     return writer.bytes();

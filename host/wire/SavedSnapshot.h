@@ -55,7 +55,7 @@ public:
 //    560  fingerprint of the second tree, 8                   568  its limits, 4 each
 //    596  its ledgers                                         876  name, and then the packed bytes
 //
-// Version 1, which is read as well, had nothing of the second tree: its name stands at 560.
+// Without the second tree it is version 1, the name of which stands at 560.
 std::string encoded(CSavedSnapshot const & snapshot);
 
 // Whether a file that begins with these bytes, so many of them, has such a header.

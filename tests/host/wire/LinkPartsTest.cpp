@@ -77,10 +77,12 @@ TEST(Selection, IsTheSameInWhateverOrder)
 TEST(Selection, RefusesWhatCanNotBeSelected)
 {
     // No identifiers, ones that would wrap, ones that lead nowhere, and rows.
-    for (std::string const name : {"", ".", "1.", "1..5", "x", "1.5x", "01.5", "65537", "1.65541", "0", "2",
-                                   "1.0", "1.12", "1.1.7", "1.5.1", "1.8.1.2", "-1", " 1"})
+    for (std::string const name :
+         {"",  ".",   "1.",    "1..5", "x",    "1.5x",  "01.5",  "65537",   "1.65541", "0",
+          "3", "2.8", "2.1.1", "1.0",  "1.12", "1.1.7", "1.5.1", "1.8.1.2", "-1",      " 1"})
         EXPECT_THROW(selected({name}), CBadSelection) << name;
     EXPECT_THROW(selected({std::string(100000, '1')}), CBadSelection);
+    EXPECT_THROW(CSelection({"2.1"}, false), CBadSelection) << "the other side knows the first tree alone";
 }
 
 TEST(Selection, OfPartOfAGroupIsSampled)
