@@ -2,10 +2,10 @@
 """Holds `ketmon read` against the independent count over capture files: the whole tree, `--tree --json`, against
 count.py, and the figures with what every table gave up, `--json`, against figures.py.
 
-    check.py FILE_OR_FOLDER COMMAND...      the capture named, or those in the folder
-    check.py --generate COMMAND...          captures made by generate.py
+    check.py [--trees N] FILE_OR_FOLDER COMMAND...      the capture named, or those in the folder
+    check.py [--trees N] --generate COMMAND...          captures made by generate.py
 
-COMMAND runs ketmon.
+COMMAND runs ketmon, which shows N trees; TREES in counting/command.py unless it is told.
 
 Exit 0 if every file counts alike, 1 if not. A run that compares nothing fails.
 """
@@ -15,6 +15,8 @@ import pathlib
 import subprocess
 import sys
 import tempfile
+
+from counting.command import trees_told
 
 HERE = pathlib.Path(__file__).resolve().parent
 
@@ -30,6 +32,13 @@ VARIANTS = {
     "empty": [[], SPEED],
     "jumbo-ssh": [[], ["--link-speed", "7"], ["--link-speed", "2147483647"]],
     "flood": [[], ["--enable", "1.6", "--enable", "1.8"]],
+}
+
+# The same where the second tree is shown too.
+VARIANTS_OF_THE_SECOND = {
+    "ipv6-ports": [[], WIDE, ["--tcp-ports", "80-80", "--udp-ports", "1025-65535"]],
+    "ipv6-mixed": [[], *[["--enable", f"2.{group}"] for group in range(1, 8)], ["--enable", "1.8"]],
+    "neighbours": [[], ["--enable", "2.5"], ["--enable", "2.6"]],
 }
 
 # How many rows the tables keep. The count has the library's limits unless it is told, ketmon those of its own.
@@ -51,12 +60,13 @@ def run(command):
     return result.stdout
 
 
-def differences(ketmon, capture, options, expected_options, folder):
+def differences(ketmon, capture, trees, options, expected_options, folder):
     counted = folder / "counted.json"
     expected = folder / "expected.json"
     for form, program in FORMS:
         counted.write_text(run([*ketmon, "read", "-q", *form, str(capture), *options]))
-        expected.write_text(run([sys.executable, str(HERE / program), str(capture), *expected_options]))
+        expected.write_text(run([sys.executable, str(HERE / program), "--trees", str(trees), str(capture),
+                                 *expected_options]))
         if not json.loads(expected.read_text())["statistics" if program == "count.py" else "tables"]:
             raise RuntimeError(f"{capture}: nothing was counted")
         result = subprocess.run([sys.executable, str(HERE / "compare.py"), str(counted), str(expected)],
@@ -73,9 +83,11 @@ def captures(path):
 
 
 def main():
-    if len(sys.argv) < 3:
+    trees, arguments = trees_told(sys.argv[1:])
+    if len(arguments) < 2:
         sys.exit(__doc__)
-    source, *ketmon = sys.argv[1:]
+    source, *ketmon = arguments
+    all_variants = {**VARIANTS, **(VARIANTS_OF_THE_SECOND if trees == 2 else {})}
 
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name)
@@ -85,12 +97,12 @@ def main():
             run([sys.executable, str(HERE / "generate.py"), str(path)])
         compared = failed = 0
         for capture in captures(path):
-            variants = VARIANTS.get(capture.stem, [[]])
+            variants = all_variants.get(capture.stem, [[]])
             # Other limits change nothing of what the options do, so one of these is enough.
             runs = [(options + limits, options + expected) for options in variants[-1:] for limits, expected in LIMITS]
             runs += [(options + STANDARD, options + STANDARD) for options in variants[:-1]]
             for options, expected in runs:
-                found = differences(ketmon, capture, options, expected, folder)
+                found = differences(ketmon, capture, trees, options, expected, folder)
                 compared += 1
                 if found:
                     failed += 1
