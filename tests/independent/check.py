@@ -37,7 +37,7 @@ VARIANTS = {
 # The same where the second tree is shown too.
 VARIANTS_OF_THE_SECOND = {
     "ipv6-ports": [[], WIDE, ["--tcp-ports", "80-80", "--udp-ports", "1025-65535"]],
-    "ipv6-mixed": [[], *[["--enable", f"2.{group}"] for group in range(1, 8)], ["--enable", "1.8"]],
+    "ipv6-anything": [[], *[["--enable", f"2.{group}"] for group in range(1, 8)], ["--enable", "1.8"]],
     "neighbours": [[], ["--enable", "2.5"], ["--enable", "2.6"]],
 }
 

@@ -6,9 +6,10 @@
     check_json.py --lines          lines of `ketmon console --json` on the standard input: schema alone
 
 COMMAND runs ketmon, which shows N trees; TREES in counting/command.py unless it is told. Of every capture
-`read --json` is checked, with the usual rows and with so few that tables give rows up, and what `show --json` makes of its snapshot. The totals are worked out here from the bytes of the file, and
-for every table what its rows show and what it gave up must come to them. Where a folder has expected/NAME.json, the
-totals of another tool are held against them too.
+`read --json` is checked, with the usual rows and with so few that tables give rows up, and what `show --json` makes of
+its snapshot. The totals are worked out here from the bytes of the file, and for every table what its rows show and what
+it gave up must come to them. Where a folder has expected/NAME.json, the totals of another tool are held against them
+too.
 
 Exit 0 if all is as it must be, 1 if not. A run that checks nothing fails.
 """
