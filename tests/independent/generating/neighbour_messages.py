@@ -92,8 +92,9 @@ def option_lists(number):
 def neighbour_cuts(capture):
     """Messages cut at every byte, and told to be longer and shorter than they are."""
     for number, kind in enumerate(KINDS):
-        whole = message(kind, link_local(number + 1), address(5, number), wanted(kind, number) + source_mac(3), number)
-        for cut in range(14, len(whole) + 1):
+        for cut in range(14, 14 + 40 + 60):
+            count = 100 * number + cut
+            whole = message(kind, link_local(count), address(5, count), wanted(kind, count) + source_mac(3), count)
             capture.add_cut(whole, cut)
         size = len(whole) - 14 - 40
         for length in (*range(size + 10), 65535):

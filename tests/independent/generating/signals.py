@@ -33,7 +33,7 @@ def tcp_flags(capture):
             for whole in over_both(flags % 20, TCP, segment, options=b"\1\1\1\0" if flags % 5 == 0 else b""):
                 capture.add(whole)
                 capture.add_cut(whole, len(whole) - len(segment) + rng.randrange(11, 18))
-        for word in (0, 1, 0x2000, 0x2001, 0x4000):
+        for word in (0, 1, 0x1000, 0x2000, 0x2001, 0x4000):
             for whole in over_both(flags % 20, TCP, tcp(80, 1 + flags, flags, 0), word):
                 capture.add(whole)
 
