@@ -28,12 +28,13 @@ def ipv6(source, destination, number, payload, hop_limit=64, length=None, versio
     return struct.pack(">IHBB", version << 28, length & 0xFFFF, number, hop_limit) + source + destination + payload
 
 
-def header(kind, behind, units=0, fill=b"\1", word=0):
-    """An extension header: `units` is its length field, `word` the field of a fragment header."""
+def header(kind, behind, units=0, word=0):
+    """An extension header: `units` is its length field, `word` the field of a fragment header. What it holds beyond is
+    zero, which is padding where there are options."""
     if kind == FRAGMENT:
         return struct.pack(">BBHI", behind, 0, word, 0x12345678)
     size = (units + 2) * 4 if kind == AUTHENTICATION else (units + 1) * 8
-    return (bytes((behind, units)) + fill * size)[:size]
+    return bytes((behind, units)).ljust(size, b"\0")
 
 
 def chain(kinds, last, payload, units=lambda kind: 0, word=lambda: 0):
