@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""One end of a link in user space: what the kernel sends into the device NAME goes out wrapped, and the other way round.
+"""One end of a link in user space: what the kernel sends into the device NAME goes out wrapped, and back again.
 
     encapsulate.py NAME KIND LOCAL REMOTE [INTERFACE]
 

@@ -5,6 +5,7 @@ from counting import ipv6, transport
 from counting.first_pass import TCP, UDP
 from counting.frame import ARP, IP, IPV6, TAGGED_802_3, VLAN_TAGS, Packet, analyze_media
 from counting.ipv6 import EXTENSIONS, FRAGMENT, MOBILITY, MOST_EXTENSIONS
+from counting.signals import TUNNEL_PORTS
 
 LEAST_HEADERS = {TCP: 20, UDP: 8, 1: 8, 58: 8}
 ABOVE = ("number", "ports", "binding", "signals", "tunnel")  # what depends on the headers behind the first
@@ -110,19 +111,25 @@ def odd_addresses(case, key):
     return key == "signals" and case.media.protocol == ARP and (case.packet.byte(4), case.packet.byte(5)) != (6, 4)
 
 
-def named_by_its_version(case, key):
-    """tshark calls the packet inside by its own version, not by the number that the outer one has for it."""
-    return key == "tunnel" and case.carried is not None and case.carried.number in (4, 41)
-
-
 def later_part(case, key):
     """The protocol of a part that isn't the first counts as a tunnel; tshark sees bytes."""
-    return key == "tunnel" and case.carried is not None and case.carried.fragment
+    return key == "tunnel" and case.carried is not None and case.carried.payload is None and case.carried.fragment
 
 
-def source_port(case, key):
-    """tshark takes a tunnel for what its source port says too, and knows more ports for VXLAN."""
-    return key == "tunnel" and case.carried is not None and case.carried.number == UDP
+def named_by_its_version(case, key):
+    """tshark calls the packet inside by its own version, not by the number that the outer one has for it."""
+    if key != "tunnel" or case.carried is None or case.carried.payload is None:
+        return False
+    inside = case.packet.byte(case.carried.payload) >> 4
+    return (case.carried.number, inside) in ((4, 6), (41, 4)) or case.carried.number in (4, 41) and inside not in (4, 6)
+
+
+def other_port(case, key):
+    """tshark takes a tunnel for what its source port says too, and knows VXLAN at 4790, with its extension."""
+    if key != "tunnel" or case.carried is None or case.carried.number != UDP or case.carried.payload is None:
+        return False
+    ports = {case.packet.word(case.carried.payload), case.packet.word(case.carried.payload + 2)}
+    return not ports.isdisjoint({*TUNNEL_PORTS, 4790})
 
 
 def told_length_of_zero(case, key):
@@ -132,7 +139,7 @@ def told_length_of_zero(case, key):
 
 REASONS = (not_captured, given_up, other_version, seventeen_headers, mobility_is_the_end, cut_extension,
            beyond_the_told_length, header_of_no_size, length_behind_provider_tag, tag_in_snap,
-           organisation, odd_addresses, named_by_its_version, later_part, source_port, told_length_of_zero)
+           organisation, odd_addresses, later_part, named_by_its_version, other_port, told_length_of_zero)
 
 
 def reason(frame, view, key):

@@ -2,7 +2,8 @@
 
 import struct
 
-from generating.frames import (ARP, BROADCAST, IP, MULTICAST, TCP, UDP, arp, ethernet, ip, ipv4, mac, noise, packet, ports)
+from generating.frames import (ARP, BROADCAST, IP, MULTICAST, TCP, UDP, arp, ethernet, ip, ipv4, mac, noise, packet,
+                               ports)
 
 
 def ip_headers(capture):

@@ -85,7 +85,8 @@ def vlans(capture):
         tags = b"".join(tag(rng.choice(TAG_TYPES), rng.randrange(16) << 12 | value) for value in values)
         to = rng.choice((mac(1), mac(1), BROADCAST, MULTICAST))
         whole = ethernet(to, mac(2), rng.choice((IPV6, 0x0800, 0x0806, 0x88CC)), noise(rng, 4), tags)
-        capture.add_cut(whole, rng.choice((len(whole),) * 9 + (rng.randrange(12, len(whole)),)), rng.choice((64, 68, 1518)))
+        cut = rng.choice((len(whole),) * 9 + (rng.randrange(12, len(whole)),))
+        capture.add_cut(whole, cut, rng.choice((64, 68, 1518)))
         if identifier % 16 == 0:
             capture.add(ethernet(to, mac(2), IPV6, ipv6(address(1, 1), address(1, 2), ICMPV6, icmp(128))))
 

@@ -1,6 +1,7 @@
 """Floods of keys and ports."""
 
-from generating.frames import BROADCAST, IP, TAG_TYPES, TCP, UDP, ethernet, ieee, ip, ipv4, mac, packet, ports, snap, tag
+from generating.frames import (BROADCAST, IP, TAG_TYPES, TCP, UDP, ethernet, ieee, ip, ipv4, mac, packet, ports, snap,
+                               tag)
 
 
 def flood(capture):
