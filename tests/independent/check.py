@@ -15,8 +15,12 @@ import pathlib
 import subprocess
 import sys
 import tempfile
+from itertools import islice
 
-from counting.command import trees_told
+import compare
+import count
+import figures
+from counting.command import count_file, parse_arguments, trees_told
 
 HERE = pathlib.Path(__file__).resolve().parent
 
@@ -49,9 +53,6 @@ MIXED = ["--rows", "standard", "--rows", "stations=1", "--rows", "ip_traffic=655
          "--rows", "udp_ports=1", "--rows", "mac_traffic=1000"]
 LIMITS = [(STANDARD, STANDARD), ([], USUAL), (TIGHT, TIGHT), (MIXED, MIXED)]
 
-# A form of ketmon's output, and the program that counts for it.
-FORMS = [(["--tree", "--json"], "count.py"), (["--json"], "figures.py")]
-
 
 def run(command):
     result = subprocess.run(command, capture_output=True, text=True)
@@ -60,19 +61,23 @@ def run(command):
     return result.stdout
 
 
-def differences(ketmon, capture, trees, options, expected_options, folder):
-    counted = folder / "counted.json"
-    expected = folder / "expected.json"
-    for form, program in FORMS:
-        counted.write_text(run([*ketmon, "read", "-q", *form, str(capture), *options]))
-        expected.write_text(run([sys.executable, str(HERE / program), "--trees", str(trees), str(capture),
-                                 *expected_options]))
-        if not json.loads(expected.read_text())["statistics" if program == "count.py" else "tables"]:
+def expectations(capture, trees, options):
+    """What must come out in each of the forms, by the same words."""
+    arguments = parse_arguments(["--trees", str(trees), str(capture), *options])
+    counter, second, stamps = count_file(arguments)
+    # The latter fills the trees in.
+    yield ["--json"], "tables", figures.Document(counter, second, arguments, stamps).whole()
+    yield ["--tree", "--json"], "statistics", count.document(counter, second, arguments, stamps)
+
+
+def differences(ketmon, capture, trees, options, expected_options):
+    for form, held, expected in expectations(capture, trees, expected_options):
+        if not expected[held]:
             raise RuntimeError(f"{capture}: nothing was counted")
-        result = subprocess.run([sys.executable, str(HERE / "compare.py"), str(counted), str(expected)],
-                                capture_output=True, text=True)
-        if result.returncode != 0:
-            return f"{' '.join(form)}\n{result.stdout}{result.stderr}"
+        counted = compare.parsed(run([*ketmon, "read", "-q", *form, str(capture), *options]))
+        found = list(islice(compare.differences("$", counted, compare.parsed(json.dumps(expected))), compare.SHOWN))
+        if found:
+            return "\n".join([" ".join(form), *found])
     return ""
 
 
@@ -102,7 +107,7 @@ def main():
             runs = [(options + limits, options + expected) for options in variants[-1:] for limits, expected in LIMITS]
             runs += [(options + STANDARD, options + STANDARD) for options in variants[:-1]]
             for options, expected in runs:
-                found = differences(ketmon, capture, trees, options, expected, folder)
+                found = differences(ketmon, capture, trees, options, expected)
                 compared += 1
                 if found:
                     failed += 1

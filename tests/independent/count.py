@@ -28,13 +28,8 @@ from counting.command import count_file, parse_arguments
 from counting.sample import derive, derive_second, plain
 
 
-def main():
-    arguments = parse_arguments()
-    try:
-        counter, second, stamps = count_file(arguments)
-    except (OSError, CaptureError) as error:
-        print("count.py: %s: %s" % (arguments.file, error), file=sys.stderr)
-        return 2
+def document(counter, second, arguments, stamps):
+    """What is printed. The trees are filled in for it."""
     # The link's bytes per second stand in 32 bits.
     derive(counter.tree, min(arguments.link_speed // 8, 2**31 - 1), stamps[0] if stamps else 0,
            stamps[-1] if stamps else 0)
@@ -42,7 +37,17 @@ def main():
     if arguments.trees == 2:
         derive_second(second.tree, counter.frames)
         statistics.update(second.tree)
-    json.dump({"frames": counter.frames, "statistics": plain(statistics)}, sys.stdout)
+    return {"frames": counter.frames, "statistics": plain(statistics)}
+
+
+def main():
+    arguments = parse_arguments()
+    try:
+        counter, second, stamps = count_file(arguments)
+    except (OSError, CaptureError) as error:
+        print("count.py: %s: %s" % (arguments.file, error), file=sys.stderr)
+        return 2
+    json.dump(document(counter, second, arguments, stamps), sys.stdout)
     print()
     return 0
 

@@ -40,7 +40,7 @@ def rows_of(limits, text):
             for table, limit in limits.items()}
 
 
-def parse_arguments():
+def parse_arguments(words=None):
     parser = argparse.ArgumentParser(description="Count an Ethernet capture.")
     parser.add_argument("file", metavar="FILE")
     parser.add_argument("--trees", type=int, choices=(1, 2), default=TREES)
@@ -50,7 +50,7 @@ def parse_arguments():
                         help="1.1 to 1.9 and 2.1 to 2.7, may be repeated, or none; all by default")
     parser.add_argument("--link-speed", type=int, default=0, metavar="BITS")
     parser.add_argument("--rows", action="append", default=[], metavar="TABLE=N")
-    arguments = parser.parse_args()
+    arguments = parser.parse_args(words)
     arguments.limits = dict(STANDARD_LIMITS)
     for text in arguments.rows:
         arguments.limits = rows_of(arguments.limits, text)
@@ -72,5 +72,6 @@ def count_file(arguments):
     for frame in read_frames(data):
         stamps.append(frame.ticks)
         counter.count(frame)
-        second.count(frame, counter.changed_bindings)
+        if arguments.trees == 2:
+            second.count(frame, counter.changed_bindings)
     return counter, second, stamps
