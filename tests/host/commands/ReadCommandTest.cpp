@@ -63,7 +63,7 @@ INSTANTIATE_TEST_SUITE_P(All, BundledCapture, testing::ValuesIn(test::captures()
 
 TEST(BundledCaptures, AreAllThere)
 {
-    EXPECT_EQ(test::captures().size(), 12U);
+    EXPECT_EQ(test::captures().size(), 14U);
 }
 
 TEST(ReadCommand, EmptyFileGivesZeros)
