@@ -41,20 +41,22 @@ void countReceived(Table & table, Row * row, long long frameSize)
         table.addLost({.framesReceived = 1, .bytesReceived = static_cast<unsigned long long>(frameSize)});
 }
 
-// A table of bindings records the first one seen: a known address stays as it is. Where memory runs out the oldest
-// binding makes way as in a full table, and a first one isn't learned.
+// A table of bindings records the first one seen: a known address stays as it is, and true is what tells that it is bound
+// to another MAC address. Where memory runs out the oldest binding makes way as in a full table, and a first one isn't
+// learned.
 template <class Table, class Key>
-void learnBinding(Table & table, Key const & address, CMACAddrPacked const & mac)
+bool learnBinding(Table & table, Key const & address, CMACAddrPacked const & mac)
 {
     try {
-        if (table.learn(address, mac))
-            return;
+        if (auto const * const row = table.bound(address, mac))
+            return !(row->macAddress.get() == mac);
     } catch (std::bad_alloc const &) {
         if (table.size() == 0)
-            return;
+            return false;
     }
     table.deleteOldest();
     table.learn(address, mac);
+    return false;
 }
 
 } // namespace KetStats

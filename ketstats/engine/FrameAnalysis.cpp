@@ -231,9 +231,13 @@ private:
         if (opcode != CARPProtocol::request && opcode != CARPProtocol::reply)
             return;
         if (CIPAddress const sender = arp.senderIP(); sender != CIPAddress(0))
-            learnBinding(tree.arpTable, sender, CMACAddrPacked(arp.senderMAC()));
-        if (opcode == CARPProtocol::reply)
-            learnBinding(tree.arpTable, arp.targetIP(), CMACAddrPacked(arp.targetMAC()));
+            changedBindings += learnBinding(tree.arpTable, sender, CMACAddrPacked(arp.senderMAC())) ? 1U : 0U;
+        if (opcode != CARPProtocol::reply)
+            return;
+        bool const changed = learnBinding(tree.arpTable, arp.targetIP(), CMACAddrPacked(arp.targetMAC()));
+        // Who replies to itself names no other end.
+        if (changed && arp.targetIP() != arp.senderIP())
+            ++changedBindings;
     }
 
     // What the second tree counts of the frame, if it is asked to.
@@ -242,12 +246,13 @@ private:
         unsigned char const * const tag = frame.vlanTag();
         unsigned int const offset = frame.networkOffset();
         auto const length = static_cast<unsigned int>(frame.length());
-        passOverExtended(extended, tree, controls,
+        passOverExtended(extended, controls,
                          {.protocol = numberOfId(frame.protocol()),
                           .network = frame.network(),
                           .networkLength = length > offset ? length - offset : 0,
                           .size = frameSize,
                           .unicast = unicast,
+                          .changedBindings = changedBindings,
                           .tag = tag,
                           .behindTag = frame.bytes().from(ethernet::headerSize + 2)});
     }
@@ -260,6 +265,7 @@ private:
     long long frameSize = 0; // bytes that every statistic counts the frame for: its length and the overhead
     bool broadcast = false;
     bool unicast = false; // neither broadcast nor multicast
+    unsigned int changedBindings = 0;
 
     // Found by the IP step, and only if it ran.
     bool ipFrame = false;

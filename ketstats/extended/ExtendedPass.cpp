@@ -41,20 +41,12 @@ enum : unsigned short
 constexpr int vxlanPort = 4789;
 constexpr int genevePort = 6081;
 
-// The header of a transport protocol, or of ICMP, and whether all that a frame has of it was captured.
-struct CTransport
-{
-    unsigned char protocol;
-    CBoundedBytes header;
-};
-
 class CExtendedPass
 {
 public:
-    CExtendedPass(CExtendedStatistic & theTree, CAgentStatistic const & theFirst,
-                  CPassControls const & theControls, CFrameFacts const & theFrame)
+    CExtendedPass(CExtendedStatistic & theTree, CPassControls const & theControls,
+                  CFrameFacts const & theFrame)
         : tree(theTree),
-          first(theFirst),
           controls(theControls),
           enabled(theControls.extended.load(std::memory_order_relaxed)),
           frame(theFrame)
@@ -103,8 +95,10 @@ private:
                 tree.signals.fragments.add(1);
             if (ip.length() > frame.networkLength)
                 tree.signals.overlongPackets.add(1);
-            if (ip.hasPayload())
-                countTransportSignals({ip.protocol(), frame.network.from(ip.payload())});
+            if (ip.hasPayload() && ip.protocol() == tcp)
+                countTCPSignals(frame.network.from(ip.payload()));
+            else if (ip.hasPayload() && ip.protocol() == icmpV6)
+                countErrorsV6(frame.network[ip.payload()]);
         }
         if (counts(7)) {
             CTunnelsStat & tunnels = tree.tunnels;
@@ -150,9 +144,9 @@ private:
         auto const message = neighbourOf(ip);
         if (!message)
             return;
-        learnBinding(tree.neighbours, message->address, message->mac);
-        if (counts(6))
-            noticeChange(tree.neighbours, message->address, message->mac);
+        bool const changed = learnBinding(tree.neighbours, message->address, message->mac);
+        if (changed && counts(6))
+            tree.signals.changedBindings.add(1);
     }
 
     void countIP()
@@ -167,8 +161,10 @@ private:
                 tree.signals.fragments.add(1);
             if (ip.word(2) > frame.networkLength)
                 tree.signals.overlongPackets.add(1);
-            if (isFirst)
-                countTransportSignals({protocol, header});
+            if (isFirst && protocol == tcp)
+                countTCPSignals(header);
+            else if (isFirst && protocol == icmp)
+                countErrors(header[0], header[1]);
         }
         if (counts(7)) {
             if (protocol == ipv6InIp)
@@ -176,16 +172,6 @@ private:
             else
                 countTunnelOver(protocol, header, isFirst);
         }
-    }
-
-    void countTransportSignals(CTransport const & transport)
-    {
-        if (transport.protocol == tcp)
-            countTCPSignals(transport.header);
-        else if (transport.protocol == icmp)
-            countErrors(transport.header[0], transport.header[1]);
-        else if (transport.protocol == icmpV6)
-            countErrorsV6(transport.header[0]);
     }
 
     // A connection is asked for, and taken, once each time that a frame says so: who repeats it is counted again.
@@ -257,7 +243,7 @@ private:
         }
     }
 
-    // The same packets, and of each the same bindings, from which the first tree learns.
+    // The packets from which the first tree learns.
     void countARP(CARPHeader const & arp)
     {
         constexpr std::uint16_t ipOnWire = 0x0008;
@@ -266,26 +252,13 @@ private:
         unsigned int const opcode = arp.opcode();
         if (opcode != CARPProtocol::request && opcode != CARPProtocol::reply)
             return;
-        bool const isReply = opcode == CARPProtocol::reply;
+        CSignalsStat & signals = tree.signals;
+        (opcode == CARPProtocol::reply ? signals.arpReplies : signals.arpRequests).add(1);
         CIPAddress const sender = arp.senderIP();
-        (isReply ? tree.signals.arpReplies : tree.signals.arpRequests).add(1);
-        if (sender != CIPAddress(0)) {
-            if (sender == arp.targetIP())
-                tree.signals.gratuitousArps.add(1);
-            noticeChange(first.arpTable, sender, CMACAddrPacked(arp.senderMAC()));
-        }
-        // Who replies to itself names no other end.
-        if (isReply && arp.targetIP() != sender)
-            noticeChange(first.arpTable, arp.targetIP(), CMACAddrPacked(arp.targetMAC()));
-    }
-
-    // Of an address that is bound to another MAC address than the one it has now.
-    template <class Table, class Address>
-    void noticeChange(Table const & table, Address const & address, CMACAddrPacked const & mac)
-    {
-        auto const * const row = table.find(address);
-        if (row && !(row->macAddress.get() == mac))
-            tree.signals.changedBindings.add(1);
+        if (sender != CIPAddress(0) && sender == arp.targetIP())
+            signals.gratuitousArps.add(1);
+        if (frame.changedBindings != 0)
+            signals.changedBindings.add(frame.changedBindings);
     }
 
     void countTunnelOver(unsigned char protocol, CBoundedBytes const & header, bool hasHeader)
@@ -319,7 +292,6 @@ private:
     }
 
     CExtendedStatistic & tree;
-    CAgentStatistic const & first;
     CPassControls const & controls;
     unsigned int enabled;
     CFrameFacts const & frame;
@@ -327,10 +299,9 @@ private:
 
 } // namespace
 
-void passOverExtended(CExtendedStatistic & tree, CAgentStatistic const & first,
-                      CPassControls const & controls, CFrameFacts const & frame)
+void passOverExtended(CExtendedStatistic & tree, CPassControls const & controls, CFrameFacts const & frame)
 {
-    CExtendedPass(tree, first, controls, frame).run();
+    CExtendedPass(tree, controls, frame).run();
 }
 
 } // namespace KetStats

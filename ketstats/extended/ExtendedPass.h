@@ -14,13 +14,13 @@ struct CFrameFacts
     unsigned int networkLength; // on the wire
     long long size;             // as all statistics count it
     bool unicast;
-    unsigned char const * tag; // the two bytes of the first VLAN tag, null if there is none
-    CBoundedBytes behindTag;   // captured, from the type behind that tag on
+    unsigned int changedBindings; // that it taught by ARP, of addresses that are bound to another MAC address
+    unsigned char const * tag;    // the two bytes of the first VLAN tag, null if there is none
+    CBoundedBytes behindTag;      // captured, from the type behind that tag on
 };
 
 // Counts a frame in those groups of the second tree that are enabled. The writer side of the gate is held, and the
 // first tree has counted the frame.
-void passOverExtended(CExtendedStatistic & tree, CAgentStatistic const & first,
-                      CPassControls const & controls, CFrameFacts const & frame);
+void passOverExtended(CExtendedStatistic & tree, CPassControls const & controls, CFrameFacts const & frame);
 
 } // namespace KetStats

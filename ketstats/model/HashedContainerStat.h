@@ -136,6 +136,12 @@ public:
         m_lent = true;
         return createBinding(key, CMACAddrPacked(address));
     }
+    // The same for whoever only looks at it: null if there is no room.
+    template <class Row = T>
+    requires isBinding<Row> Row const * bound(K const & key, CMACAddrPacked const & address)
+    {
+        return createBinding(key, address);
+    }
     // The same for whoever only wants it to be there. False if there is no room.
     template <class Row = T>
     requires isBinding<Row>

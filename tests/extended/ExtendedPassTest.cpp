@@ -313,6 +313,9 @@ TEST_F(ExtendedPass, CountsErrorsByKind)
     for (unsigned int type = 0; type < 256; ++type) {
         count(ipv6Frame(v6A, v6B, icmp, icmpv6(type, 4, Bytes(4))));
         count(ipFrame(hostA, hostB, 1, icmpv6(type, 0, Bytes(4))));
+        // Each of the two belongs to its own family.
+        count(ipFrame(hostA, hostB, icmp, icmpv6(type, 0, Bytes(4))));
+        count(ipv6Frame(v6A, v6B, 1, icmpv6(type, 0, Bytes(4))));
     }
     count(ipFrame(hostA, hostB, 1, icmpv6(3, 4, Bytes(4))));
     EXPECT_EQ(signals.unreachable.get(), 2U);

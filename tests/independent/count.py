@@ -12,7 +12,7 @@ FILE is a classic pcap file (either byte order, microseconds or nanoseconds) or
 a pcapng file, link type Ethernet. On stdout comes one JSON object,
 {"frames": N, "statistics": {...}}, with every group of the first tree as a
 console shows it after one sample that spans the capture; with --trees 2 those
-of the second tree stand behind them. What only a driver or a filter knows is
+of the second tree stand beside it, as "extended". What only a driver or a filter knows is
 0; what isn't finite is null. --rows sets how many rows a table keeps: TABLE is
 its name as in the other form, figures.py; "all" is each but those of the
 stations' ports, and "standard" brings back the usual ones.
@@ -33,11 +33,11 @@ def document(counter, second, arguments, stamps):
     # The link's bytes per second stand in 32 bits.
     derive(counter.tree, min(arguments.link_speed // 8, 2**31 - 1), stamps[0] if stamps else 0,
            stamps[-1] if stamps else 0)
-    statistics = dict(counter.tree)
+    result = {"frames": counter.frames, "statistics": plain(counter.tree)}
     if arguments.trees == 2:
         derive_second(second.tree, counter.frames)
-        statistics.update(second.tree)
-    return {"frames": counter.frames, "statistics": plain(statistics)}
+        result["extended"] = plain(second.tree)
+    return result
 
 
 def main():

@@ -64,8 +64,15 @@ class Document:
             "capture": {"received": None, "dropped_by_kernel": None, "dropped_by_interface": None},
             "errors": dict.fromkeys(ERRORS),
             "filter": {"filtered": None, "accepted": None, "rejected": None},
+            **self.signals(),
             "tables": self.tables(),
         }
+
+    def signals(self):
+        return {} if self.arguments.trees == 1 else {"signals": self.second_tables().signals()}
+
+    def second_tables(self):
+        return SecondTables(self.second.tree, self.arguments, self.zero, self.frames)
 
     def tables(self):
         tree = self.tree
@@ -83,7 +90,7 @@ class Document:
         }
         if self.arguments.trees == 1:
             return first
-        return {**first, **SecondTables(self.second.tree, self.arguments, self.zero, self.frames).tables()}
+        return {**first, **self.second_tables().tables()}
 
     def counted(self, group):
         """The ARP table always is, and stations bring the MAC traffic along."""

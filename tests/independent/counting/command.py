@@ -7,7 +7,7 @@ from counting.capture_file import read_frames
 from counting.first_pass import TCP, UDP, Counter
 from counting.second_pass import SecondPass
 
-TREES = 1  # how many ketmon shows
+TREES = 2  # how many ketmon shows
 
 STANDARD_LIMITS = {**first_tree.STANDARD_LIMITS, **second_tree.STANDARD_LIMITS}
 OIDS = ["1.%d" % group for group in range(1, 10)] + ["2.%d" % group for group in range(1, 8)]
@@ -36,7 +36,8 @@ def rows_of(limits, text):
         raise argparse.ArgumentTypeError("%r isn't TABLE=N" % text)
     if name != "all" and name not in limits:
         raise argparse.ArgumentTypeError("there is no table %r" % name)
-    return {table: int(count) + 1 if table == name or name == "all" and not table.startswith("station_") else limit
+    apart = ("station_tcp_ports", "station_udp_ports", "vlans", "inner_vlans")
+    return {table: int(count) + 1 if table == name or name == "all" and table not in apart else limit
             for table, limit in limits.items()}
 
 

@@ -158,7 +158,10 @@ class Counter:
         if any(sender_ip):  # 0 is a probe for an address
             self.learn_binding(sender_ip, frame.bytes(sender, 6))
         if opcode == ARP_REPLY:  # a request asks for the target, a reply knows it
+            changed = self.changed_bindings
             self.learn_binding(frame.bytes(target + hlen, 4), frame.bytes(target, 6))
+            if frame.bytes(target + hlen, 4) == sender_ip:
+                self.changed_bindings = changed  # who replies to itself names no other end
 
     def learn_binding(self, ip, mac):
         self.changed_bindings += self.tree["ARP connections"].learn(ip, mac)

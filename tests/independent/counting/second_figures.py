@@ -1,14 +1,14 @@
 """The tables of the second tree in the form of docs/json.md."""
 
-import re
-
 from counting.figures import address, given_up, one_way, port_rows
 from counting.second_tree import SIGNALS, TUNNELS
 
 
-def snake(member):
-    """tcpRequested is tcp_requested."""
-    return re.sub("[A-Z]", lambda letter: "_" + letter.group().lower(), member)
+SIGNAL_KEYS = ["connections_requested", "connections_accepted", "connections_ended", "connections_reset",
+               "zero_windows", "fragments", "unreachable", "packet_too_big", "time_exceeded", "parameter_problem",
+               "redirects", "source_quench", "arp_requests", "arp_replies", "gratuitous_arps", "changed_bindings",
+               "overlong_packets"]
+TUNNEL_KEYS = ["ip_in_ip", "6in4", "gre", "vxlan", "geneve", "pppoe", "mpls"]
 
 
 class SecondTables:
@@ -27,11 +27,10 @@ class SecondTables:
                                          self.protocol_row),
             "ipv6_tcp_ports": self.ports("ipv6_tcp_ports", "2.3.1", ports["TCP ports"], "TCP"),
             "ipv6_udp_ports": self.ports("ipv6_udp_ports", "2.3.2", ports["UDP ports"], "UDP"),
-            "vlans": self.table("vlans", "2.4.1", "Outer tags", vlans["Outer tags"], 1, self.vlan_row),
-            "inner_vlans": self.table("inner_vlans", "2.4.2", "Inner tags", vlans["Inner tags"], 1, self.vlan_row),
+            "vlans": self.table("vlans", "2.4.1", "Outer VLANs", vlans["Outer VLANs"], 1, self.vlan_row),
+            "inner_vlans": self.table("inner_vlans", "2.4.2", "Inner VLANs", vlans["Inner VLANs"], 1, self.vlan_row),
             "neighbours": self.table("neighbours", "2.5", "IPv6 neighbours", tree["IPv6 neighbours"], 0,
                                      self.neighbour_row),
-            "signals": self.fixed("2.6", "Signals", self.signals()),
             "tunnels": self.fixed("2.7", "Tunnels", self.tunnels()),
         }
 
@@ -64,17 +63,17 @@ class SecondTables:
         return {"protocol": int(row["IP subprotocol ID"], 16), **one_way(row, self.frames)}
 
     def vlan_row(self, row):
-        return {"vlan": row["VLAN ID"], **one_way(row, self.frames)}
+        return {"vlan": int(row["VLAN identifier"], 16), **one_way(row, self.frames)}
 
     def neighbour_row(self, row):
         return {"address": address(row["IPv6 address"], "::"), "mac_address": address(row["MAC address"])}
 
     def signals(self):
-        return [{"oid": "2.6.%d" % number, "signal": snake(member), "name": name,
-                 "frames": self.tree["Signals"][name], "rate": None}
-                for number, (member, name) in enumerate(SIGNALS.items(), 1)]
+        if not self.counted("2.6"):
+            return None
+        return {key: self.tree["Signals"][name] for key, name in zip(SIGNAL_KEYS, SIGNALS.values())}
 
     def tunnels(self):
-        return [{"oid": "2.7.%d" % number, "tunnel": snake(member), "name": name,
+        return [{"oid": "2.7.%d" % number, "type": key, "name": name,
                  **one_way(self.tree["Tunnels"][name], self.frames, "Frames", "Data")}
-                for number, (member, name) in enumerate(TUNNELS.items(), 1)]
+                for number, (key, name) in enumerate(zip(TUNNEL_KEYS, TUNNELS.values()), 1)]

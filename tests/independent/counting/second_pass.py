@@ -73,9 +73,9 @@ class SecondPass:
     def count_tags(self, frame, size):
         outer, inner = outer_and_inner(frame)
         if outer is not None:
-            add_transmitted(self.tree["VLANs"]["Outer tags"].find_or_create(outer), size)
+            add_transmitted(self.tree["VLANs"]["Outer VLANs"].find_or_create(outer), size)
         if inner is not None:
-            add_transmitted(self.tree["VLANs"]["Inner tags"].find_or_create(inner), size)
+            add_transmitted(self.tree["VLANs"]["Inner VLANs"].find_or_create(inner), size)
 
     def learn(self, binding):
         """The first binding seen for an address stays; 1 if that is another one."""

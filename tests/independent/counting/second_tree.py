@@ -2,7 +2,7 @@
 
 from counting.first_tree import connection_row, subprotocol_row, tcp_port_row, udp_port_row
 from counting.table import Table, frame_table
-from counting.text import ipv6_row_text, mac_text
+from counting.text import id_text, ipv6_row_text, mac_text
 
 STANDARD_LIMITS = {
     "ipv6_traffic": 1000,
@@ -52,7 +52,7 @@ def ipv6_connection_row(pair):
 
 def vlan_row(identifier):
     return {
-        "VLAN ID": identifier,
+        "VLAN identifier": id_text(identifier),
         "Data transmitted": 0,
         "Frames transmitted": 0,
         "Average frame size": 0,
@@ -74,8 +74,8 @@ def new_tree(limits):
             "UDP ports": Table(limits["ipv6_udp_ports"], udp_port_row),
         },
         "VLANs": {
-            "Outer tags": Table(limits["vlans"], vlan_row),
-            "Inner tags": Table(limits["inner_vlans"], vlan_row),
+            "Outer VLANs": Table(limits["vlans"], vlan_row),
+            "Inner VLANs": Table(limits["inner_vlans"], vlan_row),
         },
         "IPv6 neighbours": Table(limits["neighbours"], neighbour_row),
         "Signals": dict.fromkeys(SIGNALS.values(), 0),
