@@ -74,12 +74,12 @@ inline std::vector<Filter> receivers()
     filters.push_back(
         std::make_unique<CIPPortFilter>(std::uint16_t{80}, CIPPortFilter::ptTCP, eoEqual, "before", true));
     filters.push_back(std::make_unique<CIPAddrFilter>(1U, 12U, eoEqual, "before", true));
-    filters.push_back(std::make_unique<CIPv6AddrFilter>(CIPv6AddrFilter::CAddress{1}, 8U, eoEqual, "before", true));
-    filters.push_back(std::make_unique<CIPv6ProtocolFilter>(static_cast<unsigned char>(1), "before", true));
-    filters.push_back(std::make_unique<CIPv6PortFilter>(std::uint16_t{80}, CIPPortFilter::ptTCP, eoEqual,
-                                                        "before", true));
     filters.push_back(
-        std::make_unique<CVlanFilter>(std::uint16_t{7}, CVlanFilter::vtInner, "before", true));
+        std::make_unique<CIPv6AddrFilter>(CIPv6AddrFilter::CAddress{1}, 8U, eoEqual, "before", true));
+    filters.push_back(std::make_unique<CIPv6ProtocolFilter>(static_cast<unsigned char>(1), "before", true));
+    filters.push_back(
+        std::make_unique<CIPv6PortFilter>(std::uint16_t{80}, CIPPortFilter::ptTCP, eoEqual, "before", true));
+    filters.push_back(std::make_unique<CVlanFilter>(std::uint16_t{7}, CVlanFilter::vtInner, "before", true));
     return filters;
 }
 

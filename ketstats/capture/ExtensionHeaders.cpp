@@ -94,12 +94,12 @@ private:
         std::string const fragment = bytes(header.place + 2, 2);
         std::string const deeper = joined({wanted(next), beyond(next, levels - 1)}, " or ");
         std::string const later = wantedOfLater(next.number);
-        return all({any({number + " = 0", number + " = 43", number + " = 44", number + " = 51",
-                         number + " = 60", number + " = 135"}),
-                    bytes(behind - 1) + " >= 0",
-                    any({deeper.empty() ? ""
-                                        : all({any({number + " != 44", fragment + " < 8"}), any({deeper})}),
-                         later.empty() ? "" : all({number + " = 44", fragment + " >= 8", later})})});
+        return all(
+            {any({number + " = 0", number + " = 43", number + " = 44", number + " = 51", number + " = 60",
+                  number + " = 135"}),
+             bytes(behind - 1) + " >= 0",
+             any({deeper.empty() ? "" : all({any({number + " != 44", fragment + " < 8"}), any({deeper})}),
+                  later.empty() ? "" : all({number + " = 44", fragment + " >= 8", later})})});
     }
 
     bool m_anywhere;

@@ -69,11 +69,11 @@ constexpr CFilterExpression::CFamily const * CFilterExpression::CFamily::list[] 
 struct CFilterExpression::CNode
 {
     Kind kind;
-    std::string text{};              // of a protocol only a stand-in that tells it from others
-    std::string alone{};             // in place of the text where that is all; empty if nothing is shorter
-    std::string anywhere{};          // of a family
-    CFamily const * family{};        // null for all that is of none
-    unsigned int number = 0;         // of a protocol
+    std::string text{};       // of a protocol only a stand-in that tells it from others
+    std::string alone{};      // in place of the text where that is all; empty if nothing is shorter
+    std::string anywhere{};   // of a family
+    CFamily const * family{}; // null for all that is of none
+    unsigned int number = 0;  // of a protocol
     std::vector<CFilterExpression> implied{}; // of a family: others that hold wherever this one does
     std::vector<CFilterExpression> parts{};
 

@@ -38,8 +38,8 @@ CFilterExpression CVlanFilter::expression() const
         return CFilterExpression::constant(false);
     std::string const number = std::to_string(identifier);
     if (tag == vtOuter)
-        return CFilterExpression::ofAnyDepth('(' + tagTypeAt(12) + " and ether[14:2] & 0xfff = " + number + ')',
-                                             "vlan " + number);
+        return CFilterExpression::ofAnyDepth(
+            '(' + tagTypeAt(12) + " and ether[14:2] & 0xfff = " + number + ')', "vlan " + number);
     return CFilterExpression::ofAnyDepth('(' + tagTypeAt(12) + " and " + tagTypeAt(16) +
                                              " and ether[18:2] & 0xfff = " + number + ')',
                                          "vlan and vlan " + number);

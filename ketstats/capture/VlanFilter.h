@@ -20,7 +20,8 @@ public:
 
     // A higher identifier, and a tag that isn't one of these, pass nothing, and are neither packed nor read from a
     // stream.
-    CVlanFilter(unsigned short theIdentifier, eTag theTag, std::string const & theDescription, bool isNegated);
+    CVlanFilter(unsigned short theIdentifier, eTag theTag, std::string const & theDescription,
+                bool isNegated);
 
     unsigned short identifier;
     eTag tag;

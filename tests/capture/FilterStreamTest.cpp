@@ -233,8 +233,7 @@ TEST(FilterStream, WhatCouldNotBeReadIsNotPacked)
     refused.push_back(std::make_unique<CIPPortFilter>(80, unknown, eoEqual, "", false));
     refused.push_back(std::make_unique<CIPPortFilter>(80, tcp, strange, "", false));
     refused.push_back(std::make_unique<CIPAddrFilter>(1U, 12U, strange, "", false));
-    refused.push_back(
-        std::make_unique<CIPv6AddrFilter>(CIPv6AddrFilter::CAddress(), 8U, strange, "", false));
+    refused.push_back(std::make_unique<CIPv6AddrFilter>(CIPv6AddrFilter::CAddress(), 8U, strange, "", false));
     refused.push_back(std::make_unique<CIPv6PortFilter>(80, unknown, eoEqual, "", false));
     refused.push_back(std::make_unique<CIPv6PortFilter>(80, tcp, strange, "", false));
     refused.push_back(vlan(4096));

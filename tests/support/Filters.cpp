@@ -176,7 +176,7 @@ Bytes RandomTraffic::ipPacket()
 Bytes RandomTraffic::ipv6Packet()
 {
     Bytes payload;
-    unsigned int number = oneOf({6U, 6U, 17U, 17U, 58U, 59U, 0U});
+    unsigned int number = oneOf({6U, 6U, 17U, 17U, 58U, 59U});
     for (unsigned int headers = oneOf({0U, 0U, 1U, 1U, 2U, 2U, 3U, 4U}); headers > 0; --headers) {
         unsigned int const kind = oneOf({0U, 43U, 44U, 44U, 51U, 60U, 135U});
         unsigned int const units = below(4);

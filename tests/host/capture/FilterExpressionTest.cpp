@@ -83,8 +83,7 @@ std::optional<unsigned int> ipv6Of(CBoundedBytes frame, unsigned int tags)
     unsigned int const type = 12 + 4 * tags;
     if (frame.word(type) == 0x86DD)
         return type + 2;
-    bool const isSNAP =
-        frame.word(type) < 0x600 && frame.word(type + 2) == 0xAAAA && frame[type + 4] == 0x03;
+    bool const isSNAP = frame.word(type) < 0x600 && frame.word(type + 2) == 0xAAAA && frame[type + 4] == 0x03;
     return isSNAP && frame.word(type + 8) == 0x86DD ? std::optional(type + 10) : std::nullopt;
 }
 
