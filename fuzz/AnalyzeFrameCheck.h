@@ -148,8 +148,8 @@ class CCounting
 public:
     CCounting()
     {
-        for (char const * group : {"1.1", "1.2", "1.3", "1.4", "1.5", "1.6", "1.7", "1.8", "1.9", "2.1", "2.2",
-                                   "2.3", "2.4", "2.5", "2.6", "2.7"})
+        for (char const * group : {"1.1", "1.2", "1.3", "1.4", "1.5", "1.6", "1.7", "1.8", "1.9", "2.1",
+                                   "2.2", "2.3", "2.4", "2.5", "2.6", "2.7"})
             m_manager.enableStatistic(group);
         m_manager.beginAnalyzing(nullptr);
     }

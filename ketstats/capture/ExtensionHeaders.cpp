@@ -92,14 +92,19 @@ private:
                                    " + ")};
         CHeader const next{bytes(header.place), behind};
         std::string const fragment = bytes(header.place + 2, 2);
-        std::string const deeper = joined({wanted(next), beyond(next, levels - 1)}, " or ");
+        std::string const isPassable = any({number + " != 44", fragment + " < 8"});
+        std::string const here = wanted(next);
+        std::string const deeper = beyond(next, levels - 1);
         std::string const later = wantedOfLater(next.number);
-        return all(
-            {any({number + " = 0", number + " = 43", number + " = 44", number + " = 51", number + " = 60",
-                  number + " = 135"}),
-             bytes(behind - 1) + " >= 0",
-             any({deeper.empty() ? "" : all({any({number + " != 44", fragment + " < 8"}), any({deeper})}),
-                  later.empty() ? "" : all({number + " = 44", fragment + " >= 8", later})})});
+        // What is asked of both is said once.
+        std::string const asked =
+            here == later
+                ? any({here, deeper.empty() ? "" : all({isPassable, deeper})})
+                : any({joined({here, deeper}, "").empty() ? "" : all({isPassable, any({here, deeper})}),
+                       later.empty() ? "" : all({number + " = 44", fragment + " >= 8", later})});
+        return all({any({number + " = 0", number + " = 43", number + " = 44", number + " = 51",
+                         number + " = 60", number + " = 135"}),
+                    bytes(behind - 1) + " >= 0", asked});
     }
 
     bool m_anywhere;

@@ -30,8 +30,8 @@ TEST_F(ExtendedRowFilters, OfTrafficIsIPv6WithItsSourceAndItsDestination)
 {
     auto const * const row = tree.ipv6Connections[{ipv6("2001:db8::a"), ipv6("2001:db8::b")}];
 
-    EXPECT_EQ(filterOf(*row), packedFilter(*all(protocol(0x86DD), address6("2001:db8::a", 8),
-                                                address6("2001:db8::b", 24))));
+    EXPECT_EQ(filterOf(*row),
+              packedFilter(*all(protocol(0x86DD), address6("2001:db8::a", 8), address6("2001:db8::b", 24))));
 }
 
 TEST_F(ExtendedRowFilters, OfAProtocolIsIPv6ThatCarriesIt)
@@ -57,8 +57,7 @@ TEST_F(ExtendedRowFilters, OfANeighbourIsICMPv6AtItsMACAddress)
 {
     auto const * const row = tree.neighbours.createIfNew(ipv6("fe80::1"), mac(macC));
 
-    EXPECT_EQ(filterOf(*row),
-              packedFilter(*all(protocol(0x86DD), protocol6(58), any(from(macC), to(macC)))));
+    EXPECT_EQ(filterOf(*row), packedFilter(*all(protocol(0x86DD), protocol6(58), any(from(macC), to(macC)))));
 }
 
 TEST_F(ExtendedRowFilters, OfAColumnIsThatOfItsRow)

@@ -457,8 +457,8 @@ TEST(FilterExpression, OfRowsOfIPv6IsShortEnoughForTheKernel)
     EXPECT_LT(instructionsOf(ofRow(all(protocol6(6), port6(443, CIPPortFilter::ptTCP)))->GetDescription()),
               most / 2);
     EXPECT_LT(instructionsOf(ofRow(protocol6(6))->GetDescription()), most / 4);
-    EXPECT_LT(
-        instructionsOf(ofRow(all(protocol6(58), any(from(macA), to(macA))))->GetDescription()), most / 4);
+    EXPECT_LT(instructionsOf(ofRow(all(protocol6(58), any(from(macA), to(macA))))->GetDescription()),
+              most / 4);
 }
 
 TEST(FilterExpression, DiffersBehindMoreThanTwoExtensionHeaders)

@@ -109,8 +109,8 @@ bool isDeep(Bytes const & frame)
     unsigned int number = frame[packet + 6];
     std::size_t at = packet + 40;
     for (unsigned int headers = 0;; ++headers) {
-        bool const isExtension = number == 0 || number == 43 || number == 44 || number == 51 ||
-                                 number == 60 || number == 135;
+        bool const isExtension =
+            number == 0 || number == 43 || number == 44 || number == 51 || number == 60 || number == 135;
         if (!isExtension || headers == 2 || at + 2 > frame.size())
             return isExtension && headers == 2;
         bool const isLater = number == 44 && wordAt(frame, at + 2) >= 8;
@@ -270,7 +270,8 @@ TEST(ExtendedRowFiltersOfGeneratedFrames, PassTheFramesThatTheirRowsCount)
     std::vector<Captured> frames;
     Bytes const message = icmpv6(135, 0, Bytes(4) + ipv6Bytes("fe80::2") + addressOption(1, macA));
     for (int i = 0; i < 4000; ++i) {
-        Bytes const frame = i % 100 == 0 ? ipv6Frame({macA, "fe80::1"}, v6B, 58, message, 255) : traffic.frame();
+        Bytes const frame =
+            i % 100 == 0 ? ipv6Frame({macA, "fe80::1"}, v6B, 58, message, 255) : traffic.frame();
         frames.push_back({frame, static_cast<unsigned int>(frame.size())});
     }
 
