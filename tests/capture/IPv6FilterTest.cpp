@@ -165,6 +165,27 @@ TEST(IPv6Filter, DescribesItselfShortWhereThereAreNoExtensionHeaders)
               "ether[34:4] = 0x00000000 and ether[38:4] = 0x00000000 and ether[42:4] = 0x0000000a))");
 }
 
+// The example of docs/filters.md.
+TEST(IPv6Filter, DescribesTheWalkHeaderByHeader)
+{
+    std::string const longer = "ip6[41] * ((0x80040888 >> (28 & ip6[6])) & 15)";
+    std::string const expected =
+        "(ip6[6] = 6 or "
+        "((ip6[6] = 0 or ip6[6] = 43 or ip6[6] = 44 or ip6[6] = 51 or ip6[6] = 60 or ip6[6] = 135) and "
+        "ip6[47 + " +
+        longer +
+        "] >= 0 and (ip6[40] = 6 or ((ip6[6] != 44 or ip6[42:2] < 8) and "
+        "((ip6[40] = 0 or ip6[40] = 43 or ip6[40] = 44 or ip6[40] = 51 or ip6[40] = 60 or ip6[40] = 135) and "
+        "ip6[55 + " +
+        longer + " + ip6[49 + " + longer +
+        "] * ((0x80040888 >> (28 & ip6[40])) & 15)] >= 0 and "
+        "(ip6[48 + " +
+        longer + "] = 6))))))";
+    std::string const text = protocol6(6)->GetDescription();
+
+    EXPECT_EQ(text.substr(0, text.find(" or (ether")), expected);
+}
+
 TEST(VlanFilter, DescribesItselfShortWhereItStandsAlone)
 {
     EXPECT_EQ(vlan(5)->GetDescription(), "vlan 5");
