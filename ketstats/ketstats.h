@@ -10,6 +10,7 @@
 #include "ketstats/capture/Requester.h"
 #include "ketstats/capture/VlanFilter.h"
 #include "ketstats/engine/StatManager.h"
+#include "ketstats/extended/ExtendedStatistic.h"
 #include "ketstats/ktools/MemoryBuffer.h"
 #include "ketstats/model/StatTypes.h"
 #include "ketstats/schema/AgentStatistic.h"

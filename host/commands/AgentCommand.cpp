@@ -312,7 +312,9 @@ void runAgent(CAgentOptions const & options)
         failure = std::current_exception();
     }
     manager.endAnalyzing();
-    tellEnd(thread.summary(), manager.getAgentStatistic().ledgers(), dropsOf(input), options.quiet);
+    KetStats::CLedgers ledgers = manager.getAgentStatistic().ledgers();
+    manager.getExtendedStatistic().addLedgers(ledgers);
+    tellEnd(thread.summary(), ledgers, dropsOf(input), options.quiet);
     if (failure)
         std::rethrow_exception(failure);
 }

@@ -57,8 +57,8 @@ void readCapture(CReadOptions const & options)
     check(options.report);
     CFileCount count(options.analysis, options.recording);
     count.run(options.files, options.quiet, filter.get());
-    writeOutput(
-        output(options.report, figuresOf(count.result(), count.facts()), count.result(), count.frames()));
+    writeOutput(output(options.report, figuresOf(count.result(), count.facts()), count.result(),
+                       &count.recording().extended(), count.frames()));
     tellEnd(count.summary(), count.recording().snapshot().getLedgers(), {}, options.quiet);
 }
 

@@ -30,6 +30,7 @@ void CAgentLink::start()
     CHello hello;
     hello.fingerprint = schemaFingerprint();
     hello.selection = m_selection;
+    hello.extendedFingerprint = extendedFingerprint();
     send(encoded(MessageType::hello, hello.body()));
     startReading();
 }

@@ -20,7 +20,8 @@ unsigned long long rowsGivenUp(CLedgers const & ledgers)
     for (CLedger const & ledger :
          {ledgers.stations, ledgers.protocols, ledgers.macConnections, ledgers.ipConnections,
           ledgers.arpTable, ledgers.ipSubprotocols, ledgers.tcpPorts, ledgers.udpPorts,
-          ledgers.stationTcpPorts, ledgers.stationUdpPorts})
+          ledgers.stationTcpPorts, ledgers.stationUdpPorts, ledgers.ipv6Connections, ledgers.ipv6Protocols,
+          ledgers.ipv6TcpPorts, ledgers.ipv6UdpPorts, ledgers.vlans, ledgers.innerVlans, ledgers.neighbours})
         rows += ledger.rows;
     return rows;
 }

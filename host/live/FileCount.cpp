@@ -85,6 +85,7 @@ CSampleFacts CFileCount::facts() const
     facts.filterGiven = m_filtering;
     facts.odd = m_oddities.figures();
     facts.givenUp = m_recording->snapshot().getGivenUp();
+    facts.extended = &m_recording->extended();
     if (m_recordingOptions.linkBits > 0)
         facts.source.linkBitsPerSecond = m_recordingOptions.linkBits;
     return facts;

@@ -48,6 +48,7 @@ public:
     // The second snapshot, with all that is derived.
     KetStats::CStatSnapshot const & snapshot() const { return m_receiver; }
     KetStats::CAgentStatistic const & result() const;
+    KetStats::CExtendedStatistic const & extended() const;
     // From when to when it goes.
     long long zero() const { return m_zero; }
     long long time() const { return m_lastSample; }

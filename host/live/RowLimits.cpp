@@ -32,6 +32,13 @@ constexpr CTable tables[] = {
     {"udp_ports", &CTableLimits::udpPorts},
     {"station_tcp_ports", &CTableLimits::stationTcpPorts, false},
     {"station_udp_ports", &CTableLimits::stationUdpPorts, false},
+    {"ipv6_traffic", &CTableLimits::ipv6Connections},
+    {"ipv6_protocols", &CTableLimits::ipv6Protocols},
+    {"ipv6_tcp_ports", &CTableLimits::ipv6TcpPorts},
+    {"ipv6_udp_ports", &CTableLimits::ipv6UdpPorts},
+    {"vlans", &CTableLimits::vlans, false}, // there are 4,096
+    {"inner_vlans", &CTableLimits::innerVlans, false},
+    {"neighbours", &CTableLimits::neighbours},
 };
 
 // A limit counts the row of the others, whether the table has one or not.

@@ -38,6 +38,7 @@ constexpr CColumn macAddress{"mac_address", [](Row const & row) { return ordered
 constexpr CColumn protocol{"protocol", [](Row const & row) { return known(row.code); }};
 constexpr CColumn port{"port", [](Row const & row) { return known(row.code); }};
 constexpr CColumn vlan{"vlan", [](Row const & row) { return known(row.vlan); }};
+constexpr CColumn vlanOfRow{"vlan", [](Row const & row) { return known(row.code); }};
 
 constexpr CColumn frames{"frames", [](Row const & row) { return known(row.frames); }};
 constexpr CColumn bytes{"bytes", [](Row const & row) { return known(row.bytes); }};
@@ -92,6 +93,14 @@ std::vector<CTableColumns> const & allColumns()
         {"ip_protocols", {protocol, frames, bytes, share, average, frameRate, bitRate}},
         {"tcp_ports", ofPorts},
         {"udp_ports", ofPorts},
+        {"ipv6_traffic", {source, destination, frames, bytes, share, average, frameRate, bitRate}},
+        {"ipv6_protocols", {protocol, frames, bytes, share, average, frameRate, bitRate}},
+        {"ipv6_tcp_ports", ofPorts},
+        {"ipv6_udp_ports", ofPorts},
+        {"vlans", {vlanOfRow, frames, bytes, share, average, frameRate, bitRate}},
+        {"inner_vlans", {vlanOfRow, frames, bytes, share, average, frameRate, bitRate}},
+        {"neighbours", {address, macAddress}},
+        {"tunnels", {type, name, frames, bytes, share, average, frameRate, bitRate}},
         {portsOfAStation, ofPorts},
     };
     return all;

@@ -72,6 +72,16 @@ void lostFrames(CPicture const & picture, CSentences & sentences)
                                         picture.quantity.frames(dropped)));
 }
 
+std::uint64_t busiestBytes(CPicture const & picture, std::string const & key)
+{
+    std::uint64_t most = 0;
+    if (CTableFigures const * const pairs = picture.filled(key))
+        for (CRowFigures const & row : conversations(*pairs))
+            if (!row.others)
+                most = std::max(most, row.totalBytes());
+    return most;
+}
+
 void busiestPair(CPicture const & picture, std::string const & key, std::string const & title,
                  CSentences & sentences)
 {
@@ -313,6 +323,10 @@ void whatHasNoTable(CPicture const & picture, CSentences & sentences)
 {
     CRowFigures const * const ipv6 = rowOf(picture.filled("protocols"), ipv6Type);
     std::uint64_t const frames = picture.figures.frames.value_or(0);
+    // Where the second tree is counted they have tables like those of IPv4.
+    CTableFigures const * const pairs = picture.figures.table("ipv6_traffic");
+    if (pairs && pairs->counted)
+        return;
     if (ipv6 && static_cast<double>(ipv6->totalFrames()) >= notableIPv6 * static_cast<double>(frames))
         sentences.push_back(
             fmt::format("{} of the frames are IPv6: stations and MAC conversations have them, "
@@ -327,7 +341,10 @@ std::string notableText(CPicture const & picture)
     CSentences sentences;
     lostFrames(picture, sentences);
     std::size_t const before = sentences.size();
-    busiestPair(picture, "ip_traffic", "The busiest pair of IPv4 addresses", sentences);
+    if (busiestBytes(picture, "ipv6_traffic") > busiestBytes(picture, "ip_traffic"))
+        busiestPair(picture, "ipv6_traffic", "The busiest pair of IPv6 addresses", sentences);
+    else
+        busiestPair(picture, "ip_traffic", "The busiest pair of IPv4 addresses", sentences);
     if (sentences.size() == before)
         busiestPair(picture, "mac_traffic", "The busiest pair of stations", sentences);
     busiestPort(picture, sentences);

@@ -83,7 +83,13 @@ std::string titleOf(CTableFigures const & table)
                                                               {"arp", "ARP bindings"},
                                                               {"ip_protocols", "IP protocols"},
                                                               {"tcp_ports", "TCP ports"},
-                                                              {"udp_ports", "UDP ports"}};
+                                                              {"udp_ports", "UDP ports"},
+                                                              {"ipv6_traffic", "IPv6 conversations"},
+                                                              {"ipv6_tcp_ports", "TCP ports of IPv6"},
+                                                              {"ipv6_udp_ports", "UDP ports of IPv6"},
+                                                              {"vlans", "VLANs"},
+                                                              {"inner_vlans", "inner VLANs"},
+                                                              {"tunnels", "tunnels"}};
     auto const found = titles.find(table.key);
     return found == titles.end() ? escaped(table.name) : found->second;
 }
@@ -103,7 +109,8 @@ std::string absenceText(CPicture const & picture)
     for (CTableFigures const & table : picture.figures.tables)
         if (!table.counted)
             off.push_back(fmt::format("{} ({})", titleOf(table), escaped(table.oid)));
-        else if (!picture.filled(table.key) && picture.figures.frames.value_or(0) > 0)
+        else if (!picture.filled(table.key) && picture.figures.frames.value_or(0) > 0 &&
+                 (picture.style.selected || !table.oid.starts_with("2.")))
             empty.push_back(titleOf(table) + rangeOf(table));
     std::string text;
     if (!empty.empty())
@@ -145,6 +152,16 @@ std::string errorsText(CPicture const & picture)
     return text.empty() ? "" : "Errors\n" + text;
 }
 
+// Those that there were any of.
+std::string signalsText(CPicture const & picture)
+{
+    std::string text;
+    for (CSignalFigure const & signal : picture.figures.signals)
+        if (signal.count.value_or(0) > 0)
+            text += fmt::format("  {:<23} {:>8}\n", escaped(signal.name), picture.quantity(signal.count));
+    return text.empty() || (picture.style.selected && !picture.style.signalsChosen) ? "" : "Signals\n" + text;
+}
+
 std::string reportText(CFigures const & figures, CReportStyle const & style, CNames const & names)
 {
     CPicture const picture(figures, style, names);
@@ -159,11 +176,15 @@ std::string reportText(CFigures const & figures, CReportStyle const & style, CNa
         if (!style.selected)
             add(notableText(picture));
         add(protocolsText(picture));
-        add(conversationsText(picture, "ip_traffic", "IP conversations"));
+        add(conversationsText(picture, {"ip_traffic", "ipv6_traffic"}, "IP conversations"));
         add(stationsText(picture));
-        add(conversationsText(picture, "mac_traffic", "MAC conversations"));
+        add(conversationsText(picture, {"mac_traffic"}, "MAC conversations"));
         add(portsText(picture));
         add(bindingsText(picture));
+        add(vlansText(picture, "vlans", "VLANs"));
+        add(vlansText(picture, "inner_vlans", "Inner VLANs"));
+        add(tunnelsText(picture));
+        add(signalsText(picture));
         add(frameTableText(picture, "frame_sizes", "Frame sizes"));
         add(frameTableText(picture, "frame_types", "Frame types"));
     }

@@ -7,8 +7,8 @@
 // The filters that look at one field of IPv6.
 //
 // They look only at frames whose protocol id is that of IPv6, 86 DD, whatever its framing. The version isn't looked
-// at. What stands behind the extension headers is found as the counting finds it (IPv6Header.h): a header that wasn't
-// captured whole ends the walk, and its own number counts then.
+// at. What stands behind the extension headers is found as the counting finds it: over sixteen of them at most, and a
+// header that wasn't captured whole ends the walk, and its own number counts then.
 
 // IPv6 packets with one address, or any other sixteen bytes, at a place of the header.
 class KNDISLIB_API CIPv6AddrFilter : public CFilter

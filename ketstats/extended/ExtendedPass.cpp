@@ -274,7 +274,8 @@ private:
                 tree.signals.gratuitousArps.add(1);
             noticeChange(first.arpTable, sender, CMACAddrPacked(arp.senderMAC()));
         }
-        if (isReply)
+        // Who replies to itself names no other end.
+        if (isReply && arp.targetIP() != sender)
             noticeChange(first.arpTable, arp.targetIP(), CMACAddrPacked(arp.targetMAC()));
     }
 

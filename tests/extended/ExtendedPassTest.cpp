@@ -276,12 +276,14 @@ TEST_F(ExtendedPass, NoticesARP)
     count(arpReply(hostB, hostA));
     count(arpRequest(hostA, hostA)); // gratuitous
     EXPECT_EQ(signals.changedBindings.get(), 0U);
+    count(arpFrame(2, hostC, {"FF-FF-FF-FF-FF-FF", hostC.ip}, broadcastMac)); // the same in a reply
+    EXPECT_EQ(signals.changedBindings.get(), 0U);
     // Both ends of a reply are other stations now.
     count(arpReply({macC, hostA.ip}, {macC, hostB.ip}));
 
     EXPECT_EQ(signals.arpRequests.get(), 2U);
-    EXPECT_EQ(signals.arpReplies.get(), 2U);
-    EXPECT_EQ(signals.gratuitousArps.get(), 1U);
+    EXPECT_EQ(signals.arpReplies.get(), 3U);
+    EXPECT_EQ(signals.gratuitousArps.get(), 2U);
     EXPECT_EQ(signals.changedBindings.get(), 2U);
 }
 

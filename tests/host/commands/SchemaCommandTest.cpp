@@ -61,6 +61,7 @@ TEST(SchemaCommand, JsonTellsKindUnitAndFormats)
     EXPECT_EQ(all.at("1.5.*.9")["kind"], "text");
     EXPECT_EQ(all.at("1.6.*.1")["kind"], "protocol id");
     EXPECT_EQ(all.at("1.8.*.1")["kind"], "IP address");
+    EXPECT_EQ(all.at("2.1.*.1")["kind"], "IPv6 address");
     ordered_json const & data = all.at("1.1.2");
     EXPECT_EQ(data["kind"], "integer");
     EXPECT_EQ(data["unit"], (ordered_json{{"one", "byte"}, {"many", "bytes"}, {"short", "B"}}));
@@ -78,7 +79,8 @@ TEST(SchemaCommand, TextHasALineForEach)
 
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_EQ(std::count(outcome.output.begin(), outcome.output.end(), '\n'),
-              1 + static_cast<long>(countBelow(CAgentStatistic::groupDescription())));
+              1 + static_cast<long>(countBelow(CAgentStatistic::groupDescription()) +
+                                    countBelow(CExtendedStatistic::groupDescription())));
     EXPECT_THAT(outcome.output, ContainsRegex("\n1.1.2 +Global transmitted data +integer +bytes \\(B\\) +"
                                               "Integer value, K, M, G, T, P, E\n"));
 }
