@@ -132,13 +132,24 @@ struct Sums
     long long data = 0;
 };
 
+// The frames of the rows of a table, none of which has been given up.
+template <class Table>
+unsigned int framesOf(Table const & table)
+{
+    unsigned int frames = 0;
+    for (auto const & row : table)
+        frames += row.framesTransmitted;
+    return frames;
+}
+
 // The same for what a manager counts, with frames and bytes counted beside it.
 class CCounting
 {
 public:
     CCounting()
     {
-        for (char const * group : {"1.1", "1.2", "1.3", "1.4", "1.5", "1.6", "1.7", "1.8", "1.9"})
+        for (char const * group : {"1.1", "1.2", "1.3", "1.4", "1.5", "1.6", "1.7", "1.8", "1.9", "2.1",
+                                   "2.2", "2.3", "2.4", "2.5", "2.6", "2.7"})
             m_manager.enableStatistic(group);
         m_manager.beginAnalyzing(nullptr);
     }
@@ -160,6 +171,11 @@ public:
             return "every frame has a type";
         if (Sums(statistics.frameTables.frameSizes) != m_expected)
             return "every frame has a size class";
+        KetStats::CExtendedStatistic const & extended = m_manager.getExtendedStatistic();
+        if (framesOf(extended.ipv6Connections) != framesOf(extended.ipv6Protocols))
+            return "what has the addresses of IPv6 has a protocol too";
+        if (framesOf(extended.vlans.inner) > framesOf(extended.vlans.outer))
+            return "an inner tag has an outer one";
         return {};
     }
 

@@ -101,7 +101,7 @@ void passFrames(CFilterOptions const & options, CFilter const & filter)
     if (result.disagreed != 0)
         tell(fmt::format(
             "{}: the expression decides otherwise than the row's own filter on {} frame{}, which are "
-            "cut, too short, or behind more than two VLAN tags",
+            "cut, too short, or behind more than two VLAN tags or IPv6 extension headers",
             nameOf(options.files), result.disagreed, result.disagreed == 1 ? "" : "s"));
 }
 

@@ -20,6 +20,10 @@ enum eFilterId : unsigned int
     fiIPSubprotocol = 5,
     fiIPPort = 6,
     fiIPAddress = 7,
+    fiIPv6Address = 8,
+    fiIPv6Protocol = 9,
+    fiIPv6Port = 10,
+    fiVlan = 11,
 };
 
 // How a filter compares its value with that of a frame. A filter that was made with a number that isn't here

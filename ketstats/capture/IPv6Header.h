@@ -32,6 +32,12 @@ public:
     bool hasFragmentHeader() const { return m_hasFragmentHeader; }
     bool isFragment() const { return m_isFragment; } // first or later
 
+    static bool isExtension(unsigned char number)
+    {
+        return number == hopByHop || number == routing || number == fragment || number == authentication ||
+               number == destinationOptions || number == mobility;
+    }
+
 private:
     enum : unsigned char
     {
@@ -43,12 +49,6 @@ private:
         mobility = 135,
     };
     static constexpr unsigned int mostHeaders = 16;
-
-    static bool isExtension(unsigned char number)
-    {
-        return number == hopByHop || number == routing || number == fragment || number == authentication ||
-               number == destinationOptions || number == mobility;
-    }
 
     unsigned int extensionLength(unsigned int at) const
     {
