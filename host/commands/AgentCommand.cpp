@@ -4,6 +4,7 @@
 #include "host/agent/Identity.h"
 #include "host/agent/StatisticsClock.h"
 #include "host/capture/CaptureFiles.h"
+#include "host/capture/FrameCounter.h"
 #include "host/capture/LiveCapture.h"
 #include "host/commands/LiveOptions.h"
 #include "host/live/EndLine.h"
@@ -79,6 +80,7 @@ CServed servedBy(CAgentOptions const & options, CInput const & input, CLog & log
     served.kind = options.files.empty() ? SourceKind::interface : SourceKind::file;
     served.source = options.files.empty() ? options.interface : nameOf(options.files);
     served.linkSpeed = static_cast<std::uint64_t>(std::max(0L, input.hook->GetLinkSpeed()));
+    served.linkType = [&source = *input.source] { return source.linkType().value_or(linktype::ethernet); };
     served.errors = input.errors;
     served.counters = input.counters;
     return served;
@@ -281,6 +283,8 @@ void runAgent(CAgentOptions const & options)
     CStatisticsClock const clock;
     CKetrinStatManager manager(tableLimits(options.analysis.rows));
     configure(manager, options.analysis);
+    if (mediaFamily(served.linkType()) != MediaFamily::ethernet)
+        leaveOutUnknown(manager);
     manager.beginAnalyzing(input.hook.get());
 
     CCaptureThread * capture = nullptr;

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
 #include <map>
 #include <memory>
 
@@ -37,6 +38,16 @@ std::string macText(sockaddr_ll const & link)
                : "";
 }
 
+// Interfaces whose frames are packets of IP, for tunnels of all kinds.
+bool isOfIP(unsigned int hardware)
+{
+    constexpr unsigned int rawIP = 519; // this and the next the C library has no names for
+    constexpr unsigned int greOverIPv6 = 823;
+    constexpr unsigned int kinds[] = {ARPHRD_NONE,    rawIP,      ARPHRD_PPP,   ARPHRD_TUNNEL,
+                                      ARPHRD_TUNNEL6, ARPHRD_SIT, ARPHRD_IPGRE, greOverIPv6};
+    return std::find(std::begin(kinds), std::end(kinds), hardware) != std::end(kinds);
+}
+
 // An entry of the list tells one address of an interface, of the link or of IP.
 void take(ifaddrs const & entry, CInterface & interface, CInterfaceState const & state)
 {
@@ -51,6 +62,7 @@ void take(ifaddrs const & entry, CInterface & interface, CInterfaceState const &
         interface.running = (entry.ifa_flags & IFF_RUNNING) != 0;
         interface.loopback = (entry.ifa_flags & IFF_LOOPBACK) != 0;
         interface.ethernet = link.sll_hatype == ARPHRD_ETHER || link.sll_hatype == ARPHRD_LOOPBACK;
+        interface.countable = interface.ethernet || isOfIP(link.sll_hatype);
         interface.bitsPerSecond = state.bitsPerSecond(interface.name);
         interface.driver = state.driver(interface.name);
         if (!interface.loopback)
