@@ -178,7 +178,8 @@ void addAgentCommand(CLI::App & app)
         ->needs(file)
         ->type_name("SECONDS");
     CLI::Option * const interface =
-        command->add_option("-i,--interface", options->interface, "Count what passes a network interface");
+        command->add_option("-i,--interface", options->interface,
+                            "Count what passes a network interface, or any for all of them");
     interface->excludes(file)->type_name("INTERFACE");
     command
         ->add_option("-f,--filter", options->filter,

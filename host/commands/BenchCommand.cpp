@@ -65,8 +65,7 @@ void addBenchCommand(CLI::App & app)
     auto const options = std::make_shared<CBenchOptions>();
     CLI::App * const command =
         app.add_subcommand("bench", "Measure how fast this machine counts the frames of capture files");
-    command->add_option("FILE", options->files, "Capture files with frames of Ethernet, as for read")
-        ->required();
+    command->add_option("FILE", options->files, "Capture files, as for read")->required();
     command->add_option("--passes", options->passes, "How often all frames are counted")
         ->check(atLeast(1))
         ->capture_default_str()

@@ -124,8 +124,7 @@ void addFilterCommand(CLI::App & app)
                     "expression is one that tcpdump and ketmon agent -f take.");
     command
         ->add_option("FILE", options->files,
-                     "Capture files with frames of Ethernet, as for read, and last the identifier of the "
-                     "statistic")
+                     "Capture files, as for read, and last the identifier of the statistic")
         ->required()
         ->type_name("... OID");
     command->add_flag("--frames", options->frames, "Print how many frames of FILE pass, on a second line");
