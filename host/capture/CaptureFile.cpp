@@ -139,9 +139,14 @@ private:
     Step read(CCapturedFrame & frame)
     {
         Step const step = m_reader->next(frame);
-        frame.linkType = usualLinkType(m_reader->linkType());
-        m_countable =
-            step == Step::frame && isCountable(frame.linkType) && mediaFamily(frame.linkType) == m_family;
+        // Nearly always it is that of the frame before.
+        if (std::uint32_t const number = m_reader->linkType(); number != m_number) {
+            m_number = number;
+            m_usual = usualLinkType(number);
+            m_isCountable = isCountable(m_usual);
+        }
+        frame.linkType = m_usual;
+        m_countable = step == Step::frame && m_isCountable && mediaFamily(m_usual) == m_family;
         if (step == Step::frame && !m_countable) {
             ++m_faults.leftOut[frame.linkType];
             ++m_frames;
@@ -205,8 +210,11 @@ private:
     std::unique_ptr<CByteInput> m_input;
     std::unique_ptr<CFrameReader> m_reader;
     CSourceFaults m_faults;
-    std::uint64_t m_frames = 0;                 // of all link types
-    bool m_countable = false;                   // whether the frame that was read last is
+    std::uint64_t m_frames = 0;       // of all link types
+    bool m_countable = false;         // whether the frame that was read last is
+    std::uint32_t m_number = unknown; // by which the file names the link type that was read last
+    std::uint32_t m_usual = unknown;  // what it is called here, and whether frames of it are counted
+    bool m_isCountable = false;
     MediaFamily m_family = MediaFamily::others; // of frames that are given
     std::atomic<std::uint32_t> m_linkType{unknown};
     std::optional<CCapturedFrame> m_waiting; // was read, and is the next to be given

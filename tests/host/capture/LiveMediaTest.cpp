@@ -99,6 +99,8 @@ TEST(LiveMedia, AllInterfacesAreCountedAsOne)
             std::this_thread::sleep_for(std::chrono::milliseconds(300));
         }
         agent.process().signal(SIGTERM);
+        while (!console.line().empty()) {
+        }
         EXPECT_EQ(agent.process().wait(), 0) << agent.process().errors();
         EXPECT_THAT(agent.process().errors(), HasSubstr("3 frames counted"));
     }));

@@ -166,8 +166,8 @@ TEST(MediaCommands, ASavedSnapshotKnowsItsMedium)
 
 TEST(MediaCommands, AnAgentTellsItsConsoles)
 {
-    for (Medium const & medium : media) {
-        test::Agent agent({"-r", pathOf(medium), "--consoles", "1", "--rows", "standard"});
+    for (Medium const & medium : {media[0], media[3], media[9]}) {
+        test::Agent agent({"-r", pathOf(medium), "--consoles", "1", "--interval", "0.1"});
         test::Process console({"console", agent.address(), "--json"});
         std::string last;
         for (std::string line = console.line(); !line.empty(); line = console.line())
