@@ -16,10 +16,12 @@ import struct
 import subprocess
 import sys
 
+import jsonschema
+
+SCHEMA = pathlib.Path(__file__).resolve().parent.parent.parent / "docs" / "json.schema.json"
 UNICAST, MULTICAST, BROADCAST = "unicast", "multicast", "broadcast"
 IPV4, IPV6, IPX, ARP = 0x0800, 0x86DD, 0x8137, 0x0806
 TAGS = (0x8100, 0x88A8, 0x9100)
-ETHERNET = 1
 NAMES = {0: "null", 9: "ppp", 50: "ppp_hdlc", 101: "raw", 108: "loop", 113: "linux_sll", 228: "ipv4", 229: "ipv6",
          276: "linux_sll2"}
 
@@ -190,10 +192,6 @@ class Counts:
                 self.arp.setdefault(str(ipaddress.IPv4Address(address)), data.take(end, 6).hex(":"))
 
 
-def rows(table, key, counts):
-    return {row[key]: counts(row) for row in table["rows"]}
-
-
 def sent(row):
     return [row["frames"], row["bytes"]]
 
@@ -222,6 +220,7 @@ def check(path, ketmon):
         link_types.append(link_type_of(link_type))
     output = subprocess.run([*ketmon, "read", "-q", "--json", str(path)], check=True, capture_output=True, text=True)
     document = json.loads(output.stdout)
+    jsonschema.validate(document, json.loads(SCHEMA.read_text()))
     theirs = told(document)
     found = []
     for name in theirs:

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <random>
 #include <string>
 #include <utility>
 
@@ -203,6 +204,32 @@ TEST(Medium, OfACutHeaderTheRestIsZeroWhateverIsMissing)
             EXPECT_EQ(found.networkOffset, filled.networkOffset) << text << ", cut at " << length;
             EXPECT_EQ(found.sourceMAC, filled.sourceMAC) << text << ", cut at " << length;
             EXPECT_EQ(found.cast, filled.cast) << text << ", cut at " << length;
+        }
+    }
+}
+
+// The same of bytes that nobody made up, most of which mean something to some medium.
+TEST(Medium, WhateverTheBytesAreAnalysisGoesByThemAlone)
+{
+    constexpr unsigned char usual[] = {0x00, 0x01, 0x02, 0x04, 0x06, 0x08,
+                                       0x21, 0x45, 0x60, 0x81, 0xAA, 0xFF};
+    for (unsigned int seed = 0; seed < 20000; ++seed) {
+        std::mt19937 random(seed);
+        Bytes frame(random() % 48);
+        for (unsigned char & byte : frame)
+            byte = random() % 8 == 0 ? static_cast<unsigned char>(random()) : usual[random() % sizeof usual];
+        for (std::uint32_t const type :
+             {linktype::linuxSll, linktype::linuxSll2, linktype::null, linktype::loop, linktype::ppp,
+              linktype::raw, linktype::ipv4, linktype::ipv6}) {
+            CMedium const found = analysed(type, frame);
+            Bytes filled = frame;
+            filled.resize(frame.size() + 16);
+            CMedium const same = analysed(type, filled);
+
+            ASSERT_EQ(found.protocolId, same.protocolId) << "seed " << seed << ", link type " << type;
+            ASSERT_EQ(found.networkOffset, same.networkOffset) << "seed " << seed << ", link type " << type;
+            ASSERT_EQ(found.cast, same.cast) << "seed " << seed << ", link type " << type;
+            ASSERT_LE(found.networkOffset, frame.size() + 40) << "seed " << seed << ", link type " << type;
         }
     }
 }

@@ -1,4 +1,4 @@
-#include "tests/host/CaptureBuilder.h"
+#include "tests/host/Fifo.h"
 #include "tests/host/Process.h"
 #include "tests/host/Program.h"
 
@@ -178,6 +178,33 @@ TEST(MediaCommands, AnAgentTellsItsConsoles)
         EXPECT_TRUE(told["tables"]["stations"]["rows"].is_null()) << medium.file;
         EXPECT_EQ(told["totals"]["frames"], read(pathOf(medium))["totals"]["frames"]) << medium.file;
     }
+}
+
+// Consoles that come then are told, and stations are left out from the first frame on.
+TEST(MediaCommands, AnAgentLearnsTheMediumOfAPipeWithItsFirstFrame)
+{
+    test::Fifo pipe;
+    test::Agent agent({"-r", pipe.path(), "--interval", "0.1"});
+    auto const stateOf = [](test::Process & console, unsigned int frames) {
+        ordered_json state;
+        for (std::string line = console.line(); !line.empty(); line = console.line()) {
+            state = ordered_json::parse(line);
+            if (state["totals"]["frames"] == frames)
+                break;
+        }
+        return state;
+    };
+    test::Process early({"console", agent.address(), "--json"});
+    ASSERT_NE(early.line(), "") << early.errors();
+
+    pipe.write(test::fileContents(pathOf(media[3])));
+
+    ordered_json const counted = stateOf(early, 50);
+    EXPECT_EQ(counted["tables"]["stations"]["row_count"], 0) << "though it was told that they are counted";
+    test::Process late({"console", agent.address(), "--json"});
+    ordered_json const told = ordered_json::parse(late.line());
+    EXPECT_EQ(told["source"]["link_type"], "raw");
+    EXPECT_TRUE(told["tables"]["stations"]["rows"].is_null());
 }
 
 TEST(MediaCommands, TheBenchCountsThemToo)
