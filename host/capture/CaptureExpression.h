@@ -21,8 +21,8 @@ public:
     virtual bool passes(CCapturedFrame const & frame) const = 0;
 };
 
-// Throws CFailure, exit code 2, for a text that is no expression for any link type, and on a system that has no compiler of
-// expressions.
+// Throws CFailure, exit code 2, for a text that is no expression for any link type, and on a system that has
+// no compiler of expressions.
 std::unique_ptr<CCaptureExpression> compiledExpression(std::string const & text);
 
 } // namespace ketmon

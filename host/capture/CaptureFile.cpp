@@ -154,8 +154,9 @@ private:
         return step;
     }
 
-    // Ethernet, if one of the interfaces is that stand in front of the first frame of other media, and else these. No
-    // frame of an interface stands in front of its description. Tells whether there is more to be read.
+    // Ethernet, if one of the interfaces is that stand in front of the first frame of other media, and else
+    // these. No frame of an interface stands in front of its description. Tells whether there is more to be
+    // read.
     bool chooseMedia()
     {
         bool more = true;

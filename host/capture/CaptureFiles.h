@@ -21,8 +21,8 @@ namespace ketmon {
 //    read on. `next` throws for none.
 // 3. Of several files only those are held open whose time has come, so there may be any number of them. A pipe
 //    is open from the start.
-// 4. Its frames are of Ethernet, if one of the files is, and else of other media; those of files that have others
-//    are left out, and told by `faults`. Of pipes that are read later only the first says.
+// 4. Its frames are of Ethernet, if one of the files is, and else of other media; those of files that have
+//    others are left out, and told by `faults`. Of pipes that are read later only the first says.
 // 5. `stop` ends it wherever it is, also while it waits for a pipe.
 class CCaptureFiles : public CCaptureSource
 {

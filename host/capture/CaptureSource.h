@@ -45,8 +45,9 @@ public:
     // Fetches the next frame; false at the end. Throws CFailure if the input can't be read on.
     virtual bool next(CCapturedFrame & frame) = 0;
 
-    // Fetches the next frames: one, as `next` does, and as many more of the same link type as are at hand without
-    // waiting. The block is emptied before, and stays so at the end; its frames stay until the source is asked for more.
+    // Fetches the next frames: one, as `next` does, and as many more of the same link type as are at hand
+    // without waiting. The block is emptied before, and stays so at the end; its frames stay until the source
+    // is asked for more.
     virtual void nextBlock(CFrameBlock & block);
 
     // Has `next` yield false soon, even while it waits for a frame. Any thread may call it.
@@ -56,8 +57,8 @@ public:
     virtual std::uint64_t position() const { return 0; }
     virtual std::uint64_t size() const { return 0; }
 
-    // The link type of its frames; of the first where they have several, which are of one family then. Nothing as long
-    // as it isn't known. Any thread may ask.
+    // The link type of its frames; of the first where they have several, which are of one family then.
+    // Nothing as long as it isn't known. Any thread may ask.
     virtual std::optional<std::uint32_t> linkType() const { return linktype::ethernet; }
 
     // By now.

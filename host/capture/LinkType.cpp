@@ -57,7 +57,8 @@ MediaFamily mediaFamily(std::uint32_t linkType)
     return linkType == linktype::ethernet ? MediaFamily::ethernet : MediaFamily::others;
 }
 
-// Raw IP has the number that the system which wrote the file has for it, where nobody made it the one of files.
+// Raw IP has the number that the system which wrote the file has for it, where nobody made it the one of
+// files.
 std::uint32_t usualLinkType(std::uint32_t number)
 {
     return number == 12 || number == 14 ? linktype::raw : number;

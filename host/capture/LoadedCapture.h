@@ -40,8 +40,8 @@ public:
     // All of them as plain views, for as long as nothing is appended.
     std::vector<CFrameView> views() const;
 
-    // Calls `operation` with each frame of Ethernet in turn, through one frame object as a capture loop does it. The
-    // headers of the frames that come next are fetched ahead: memory is slower than the counting.
+    // Calls `operation` with each frame of Ethernet in turn, through one frame object as a capture loop does
+    // it. The headers of the frames that come next are fetched ahead: memory is slower than the counting.
     template <class Operation>
     void overFrames(Operation const & operation) const
     {

@@ -7,8 +7,8 @@
 
 namespace ketmon {
 
-// What is known of a frame whose medium isn't Ethernet. No capture has a frame check sequence of those, and no
-// medium tells both addresses, so there is no overhead, and what isn't told is left empty.
+// What is known of a frame whose medium isn't Ethernet. No capture has a frame check sequence of those, and
+// no medium tells both addresses, so there is no overhead, and what isn't told is left empty.
 class CMedium : public CMediaInfo
 {
 public:
@@ -26,8 +26,8 @@ public:
     Cast cast = Cast::unicast;
 };
 
-// Works out what the captured bytes tell of a frame of that link type, whatever they are; a byte beyond them reads as
-// zero. The frame is one that is counted, and not of Ethernet.
+// Works out what the captured bytes tell of a frame of that link type, whatever they are; a byte beyond them
+// reads as zero. The frame is one that is counted, and not of Ethernet.
 //
 //     LINUX_SLL     packet type(2) ARPHRD(2) address length(2) address(8) protocol(2)
 //     LINUX_SLL2    protocol(2) 0(2) interface(4) ARPHRD(2) packet type(1) address length(1) address(8)
@@ -36,8 +36,9 @@ public:
 //     RAW           nothing: the first half byte of the packet tells the version of IP
 //     IPV4, IPV6    nothing
 //
-// The protocol of LINUX_SLL and LINUX_SLL2 is an Ethernet type, with VLAN tags and all that they can have behind them;
-// 1 for raw IPX, 4 for an 802.2 header. A protocol that isn't told, or that no Ethernet type stands for, is the empty id.
+// The protocol of LINUX_SLL and LINUX_SLL2 is an Ethernet type, with VLAN tags and all that they can have
+// behind them; 1 for raw IPX, 4 for an 802.2 header. A protocol that isn't told, or that no Ethernet type
+// stands for, is the empty id.
 void analyseMedium(std::uint32_t linkType, CBoundedBytes bytes, CMedium & medium);
 
 // The bytes that stand in front of a packet at the least.

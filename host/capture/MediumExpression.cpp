@@ -114,8 +114,8 @@ CFramings cooked(CCooked const & form, unsigned int protocol)
     return framings;
 }
 
-// In the one and the other byte order. By the name of the protocol libpcap means the number that it has on the
-// system where it runs.
+// In the one and the other byte order. By the name of the protocol libpcap means the number that it has on
+// the system where it runs.
 CFramings loopback(unsigned int protocol)
 {
     constexpr unsigned int header = 4;

@@ -9,8 +9,8 @@
 
 namespace ketmon {
 
-// A captured frame of any medium that is counted, as the library takes it: what tells of its medium is worked out as
-// its link type has it. It views the bytes of the capture, and may be given one frame after another.
+// A captured frame of any medium that is counted, as the library takes it: what tells of its medium is worked
+// out as its link type has it. It views the bytes of the capture, and may be given one frame after another.
 class CMediumFrame : public CNetworkFrame
 {
 public:

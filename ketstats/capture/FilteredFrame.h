@@ -7,8 +7,8 @@
 // What filters see of a frame: one analysis for all filters of a compound. It is made on the stack for one
 // use. The IP header is read exactly as the counting reads it.
 //
-// Bytes are looked at as those of an Ethernet frame, and a frame object of a class of the host's by its own analysis,
-// which is of the medium that the host has it from.
+// Bytes are looked at as those of an Ethernet frame, and a frame object of a class of the host's by its own
+// analysis, which is of the medium that the host has it from.
 class CFilteredFrame
 {
 public:

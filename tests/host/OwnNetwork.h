@@ -12,8 +12,8 @@ bool inOwnNetwork(std::function<void()> const & body);
 // Sends a datagram to that port of the loopback interface.
 void sendDatagram(unsigned short port, std::string const & bytes);
 
-// An interface of the kind that goes with the program that made it: of Ethernet, or of packets of IP with nothing in
-// front of them. It is down.
+// An interface of the kind that goes with the program that made it: of Ethernet, or of packets of IP with
+// nothing in front of them. It is down.
 class PassingInterface
 {
 public:

@@ -9,7 +9,8 @@ struct pcap;
 
 namespace test {
 
-// A capture file with frames that can be counted as libpcap reads it, against which the readers of ketmon are held.
+// A capture file with frames that can be counted as libpcap reads it, against which the readers of ketmon are
+// held.
 class CPcapFile : public ketmon::CCaptureSource
 {
 public:

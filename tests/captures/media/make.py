@@ -113,7 +113,7 @@ def captured(path, capture, *nets):
 
 
 def without_facts(path):
-    """Leaves out of a capture of blocks what it tells of the machine, which is nobody's business: all but the unit of time."""
+    """Leaves out of a capture of blocks what it tells of the machine: all but the unit of time."""
     with open(path, "rb") as file:
         content = file.read()
     kept = b""
