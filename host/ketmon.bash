@@ -81,6 +81,7 @@ _ketmon_offer_values() {
         ;;
     *:FILE* | *:OUT*) _ketmon_offer_files ;;
     *:INTERFACE*)
+        _ketmon_offer any
         # Those whose frames can't be counted can't be captured on. The first line is the heading.
         while read -r line _; do
             _ketmon_offer "$line"

@@ -33,6 +33,7 @@ CSampleFacts factsOf(KetStats::CStatSnapshot const & snapshot, CSavedSnapshot co
 {
     CSampleFacts facts;
     facts.source.name = saved.name;
+    facts.source.linkType = linkTypeKey(saved.linkType);
     if (saved.linkBits > 0)
         facts.source.linkBitsPerSecond = saved.linkBits;
     facts.zero = saved.summary.first;

@@ -1,6 +1,7 @@
 #include "host/live/ReceivedTree.h"
 
 #include "host/capture/CaptureTime.h"
+#include "host/capture/LinkType.h"
 #include "host/wire/SnapshotBytes.h"
 #include "host/wire/SnapshotTrees.h"
 
@@ -61,6 +62,7 @@ CSampleFacts CReceivedTree::facts() const
     facts.source.kind = CSourceFigures::Kind::agent;
     facts.source.name = m_address;
     facts.source.agent = m_welcome.agent;
+    facts.source.linkType = linkTypeKey(m_welcome.linkType);
     if (m_welcome.linkSpeed > 0)
         facts.source.linkBitsPerSecond = m_welcome.linkSpeed;
     facts.zero = m_head.zero;

@@ -123,6 +123,7 @@ void CRecording::save(std::string bytes, long long previous)
         snapshot.summary = *m_options.summary;
     snapshot.groups = static_cast<std::uint32_t>(countedGroups(m_manager).to_ulong());
     snapshot.filtering = m_filtering;
+    snapshot.linkType = m_options.linkType;
     snapshot.linkBits = m_options.linkBits;
     snapshot.limits = m_manager.limits();
     snapshot.ledgers = m_sender.getLedgers();

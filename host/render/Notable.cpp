@@ -295,12 +295,13 @@ void unusualFrames(CPicture const & picture, CSentences & sentences)
 {
     COddFigures const & odd = picture.figures.odd;
     auto const told = [](CCount const & count) { return count.value_or(0) > 0; };
+    bool const isEthernet = picture.figures.source.linkType == "ethernet";
     std::string const pair = longestPair(picture);
     if (told(odd.overlong))
         sentences.push_back(fmt::format("{} longer than Ethernet's usual 1,518 bytes, the longest with {}{}.",
                                         areFrames(picture, *odd.overlong), allDigits(odd.longest.value_or(0)),
                                         pair.empty() ? "" : "; " + pair));
-    else if (!odd.overlong && !pair.empty())
+    else if (!odd.overlong && !pair.empty() && isEthernet)
         sentences.push_back("Frames are longer than Ethernet's usual 1,518 bytes: " + pair + '.');
     if (odd.longest.value_or(0) > greatestCounted)
         sentences.push_back(
@@ -316,7 +317,8 @@ void unusualFrames(CPicture const & picture, CSentences & sentences)
             "a packet is data, counted as ports nevertheless.");
     if (told(odd.headless))
         sentences.push_back(areFrames(picture, *odd.headless) +
-                            " shorter than an Ethernet header: cut or damaged before they were captured.");
+                            fmt::format(" shorter than {}: cut or damaged before they were captured.",
+                                        isEthernet ? "an Ethernet header" : "the header of their medium"));
 }
 
 void whatHasNoTable(CPicture const & picture, CSentences & sentences)
@@ -328,10 +330,11 @@ void whatHasNoTable(CPicture const & picture, CSentences & sentences)
     if (pairs && pairs->counted)
         return;
     if (ipv6 && static_cast<double>(ipv6->totalFrames()) >= notableIPv6 * static_cast<double>(frames))
-        sentences.push_back(
-            fmt::format("{} of the frames are IPv6: stations and MAC conversations have them, "
-                        "IP conversations and ports are of IPv4 alone.",
-                        percentText(shareOf(ipv6->totalFrames(), frames))));
+        sentences.push_back(fmt::format(
+            "{} of the frames are IPv6: {}IP conversations and ports are of IPv4 alone.",
+            percentText(shareOf(ipv6->totalFrames(), frames)),
+            picture.figures.source.linkType == "ethernet" ? "stations and MAC conversations have them, "
+                                                          : ""));
 }
 
 } // namespace

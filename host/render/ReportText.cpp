@@ -117,6 +117,13 @@ std::string absenceText(CPicture const & picture)
         text += wrapped("Nothing was seen of: ", listed(empty), picture.style.width);
     if (!off.empty())
         text += wrapped("Not counted: ", listed(off), picture.style.width);
+    if (!off.empty() && picture.figures.source.linkType != "ethernet")
+        text +=
+            wrapped("",
+                    fmt::format("Frames of {} don't tell the addresses of both ends, by which stations and "
+                                "MAC conversations are counted.",
+                                escaped(picture.figures.source.linkType)),
+                    picture.style.width);
     return text;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/capture/LinkType.h"
 #include "host/wire/Protocol.h"
 
 #include "ketstats/schema/TableLimits.h"
@@ -53,9 +54,6 @@ enum class SourceKind : unsigned char
 inline constexpr std::uint32_t shortestHeartbeat = 1000;
 inline constexpr std::uint32_t longestHeartbeat = 60000;
 
-// The number of Ethernet among the link types of capture files.
-inline constexpr std::uint16_t ethernetLinkType = 1;
-
 struct CWelcome
 {
     std::uint16_t version = protocolVersion;
@@ -67,8 +65,8 @@ struct CWelcome
     std::bitset<32> groups; // that are counted: bit 5 is 1.5, bit 18 is 2.2
     std::bitset<32> errors; // counters that the adapter has figures for: bit 4 is 1.2.4
     SourceKind kind = SourceKind::file;
-    std::uint16_t linkType = ethernetLinkType;
-    std::uint64_t linkSpeed = 0; // bits per second; 0 if it isn't known
+    std::uint16_t linkType = linktype::ethernet; // by its number in capture files
+    std::uint64_t linkSpeed = 0;                 // bits per second; 0 if it isn't known
     KetStats::CTableLimits limits;
     std::string source; // path or interface
     std::string agent;

@@ -47,6 +47,15 @@ constexpr unsigned long long CLedger::*const countFields[] = {
     &CLedger::rows, &CLedger::framesTransmitted, &CLedger::bytesTransmitted, &CLedger::framesReceived,
     &CLedger::bytesReceived};
 
+// In the upper half of the flags.
+constexpr unsigned int linkTypeShift = 16;
+
+// The number where that of Ethernet is 0, as it is where nothing was told, and back again.
+std::uint32_t swappedLinkType(std::uint32_t number)
+{
+    return number <= 1 ? 1 - number : number;
+}
+
 class CWriter
 {
 public:
@@ -148,7 +157,8 @@ std::string encoded(CSavedSnapshot const & snapshot)
     writer.number(schemaFingerprint());
     writer.number(snapshot.recording);
     writer.number(snapshot.sequence);
-    writer.number((snapshot.filtering ? filteringFlag : 0U) | (snapshot.summary.first ? momentsFlag : 0U));
+    writer.number((snapshot.filtering ? filteringFlag : 0U) | (snapshot.summary.first ? momentsFlag : 0U) |
+                  swappedLinkType(snapshot.linkType) << linkTypeShift);
     writer.number(snapshot.groups);
     writer.number(static_cast<std::uint32_t>(snapshot.name.size()));
     long long first = snapshot.summary.first.value_or(0);
@@ -221,6 +231,7 @@ CSavedSnapshot parsedSavedSnapshot(std::string_view bytes)
                                     : "there are bytes behind its end");
     checkLimits(snapshot.limits);
     snapshot.filtering = (flags & filteringFlag) != 0;
+    snapshot.linkType = swappedLinkType(flags >> linkTypeShift);
     if ((flags & momentsFlag) != 0) {
         snapshot.summary.first = first;
         snapshot.summary.last = last;

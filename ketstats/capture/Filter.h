@@ -65,8 +65,9 @@ public:
     // A filter that is equal in everything and shares nothing with this one. The caller owns it.
     [[nodiscard]] virtual CFilter * Clone() const = 0;
 
-    // Whether the filter passes the frame. What lies beyond the captured bytes reads as zero. Null passes no
-    // filter, be it negated or not.
+    // Whether the filter passes the frame, which is one of Ethernet unless it is of a class of the host's:
+    // that is asked by its own AnalyzeFrame, on this thread. What lies beyond the captured bytes reads as
+    // zero. Null passes no filter, be it negated or not.
     [[nodiscard]] virtual bool IsSatisfied(CFrame const * frame) const;
 
     // The description that the filter was given. If that is empty, an expression of libpcap's language that

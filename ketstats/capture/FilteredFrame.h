@@ -5,15 +5,19 @@
 #include "ketstats/capture/NetworkFrame.h"
 
 #include <optional>
+#include <typeinfo>
 
 // What filters see of a frame: one analysis for all filters of a compound. It is made on the stack for one
 // use. Headers are read exactly as the counting reads them.
+//
+// Bytes are looked at as those of an Ethernet frame, and a frame object of a class of the host's by its own
+// analysis, which is of the medium that the host has it from.
 class CFilteredFrame
 {
 public:
     explicit CFilteredFrame(CFrame const & frame)
         : m_frame(frame.GetData(), frame.GetCapturedLength(), static_cast<unsigned int>(frame.GetLength())),
-          media(*m_frame.AnalyzeFrame()),
+          media(*analysedBy(frame).AnalyzeFrame()),
           isIP(media.protocolId.bytes == ipId),
           isIPv6(media.protocolId.bytes == ipv6Id)
     {}
@@ -63,6 +67,14 @@ private:
     }
 
     unsigned int headerLength() const { return (header()[0] & 0x0FU) * 4; }
+
+    // Many threads may ask filters about one frame of the library's own class, so that is left as it is.
+    CNetworkFrame & analysedBy(CFrame const & frame)
+    {
+        auto const * const network = dynamic_cast<CNetworkFrame const *>(&frame);
+        bool const isOwn = !network || typeid(*network) == typeid(CNetworkFrame);
+        return isOwn ? m_frame : const_cast<CNetworkFrame &>(*network);
+    }
 
     CNetworkFrame m_frame;
 

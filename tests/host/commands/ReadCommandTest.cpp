@@ -344,8 +344,10 @@ TEST(ReadCommand, TellsFramesThatItLeftOut)
 
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_EQ(outcome.json()["frames"], 1);
-    EXPECT_EQ(outcome.errors,
-              "ketmon: left out: 1 frame of link type LINUX_SLL (113); only Ethernet can be counted\n");
+    EXPECT_EQ(
+        outcome.errors,
+        "ketmon: left out: 1 frame of link type LINUX_SLL (113), which can't be counted together with those "
+        "of Ethernet\n");
 }
 
 TEST(ReadCommand, KeepsAsManyRowsAsItIsTold)
@@ -381,10 +383,10 @@ TEST(ReadCommand, RefusesRowsThatNoTableCanHave)
 TEST(ReadCommand, RefusesOtherLinkTypes)
 {
     std::string other = fileContents(capture("empty.pcap"));
-    other[20] = 101; // raw IP
+    other[20] = 105; // without wires
     TemporaryFile const file(other);
 
-    expectRefused(ketmon({"read", file.path()}), "the link type is RAW");
+    expectRefused(ketmon({"read", file.path()}), "the link type is IEEE802_11 (105), which can't be counted");
 }
 
 TEST(ReadCommand, RefusesBadArguments)

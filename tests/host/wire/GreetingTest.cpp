@@ -118,7 +118,7 @@ TEST(Greeting, WelcomeTellsAllOfIt)
     EXPECT_EQ(read.groups, sent.groups);
     EXPECT_EQ(read.errors, sent.errors);
     EXPECT_EQ(read.kind, sent.kind);
-    EXPECT_EQ(read.linkType, ethernetLinkType);
+    EXPECT_EQ(read.linkType, ketmon::linktype::ethernet);
     EXPECT_EQ(read.linkSpeed, sent.linkSpeed);
     EXPECT_EQ(read.limits, sent.limits);
     EXPECT_EQ(read.source, sent.source);
