@@ -109,7 +109,8 @@ void passFrames(CFilterOptions const & options, CFilter const & filter, std::str
     if (result.disagreed != 0)
         tell(fmt::format(
             "{}: the expression decides otherwise than the row's own filter on {} frame{}, which are "
-            "cut, too short, behind more than two VLAN tags or IPv6 extension headers, or of another link type",
+            "cut, too short, behind more than two VLAN tags or IPv6 extension headers, or of another link "
+            "type",
             nameOf(options.files), result.disagreed, result.disagreed == 1 ? "" : "s"));
 }
 

@@ -202,7 +202,7 @@ def against_another_tool(capture, document, trees):
     # With few rows some are given up, and not shown.
     given_up = [table["given_up"]["rows"] for table in document["tables"].values() if "given_up" in table]
     if trees == 2 and second is not None and not any(given_up):
-        yield from differences(second, document["tables"])
+        yield from differences(second, document)
     expected = capture.parent / "expected" / (capture.stem + ".json")
     if not expected.exists():
         return

@@ -14,7 +14,7 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "independen
 import tshark_view  # noqa: E402
 from counting.capture_file import read_frames  # noqa: E402
 from counting.facts import facts  # noqa: E402
-from counting.second_figures import snake  # noqa: E402
+from counting.second_figures import SIGNAL_KEYS, TUNNEL_KEYS  # noqa: E402
 from counting.second_tree import SIGNALS, TUNNELS  # noqa: E402
 from tshark_reasons import reason  # noqa: E402
 
@@ -46,7 +46,9 @@ def sums(capture):
     tables = {name: {} for name in ("ipv6_traffic", "ipv6_protocols", "ipv6_tcp_ports", "ipv6_udp_ports", "vlans",
                                     "inner_vlans", "neighbours")}
     signals = collections.Counter()
-    tunnels = {snake(name): [0, 0] for name in TUNNELS}
+    signal_keys = dict(zip(SIGNALS, SIGNAL_KEYS))
+    tunnel_keys = dict(zip(TUNNELS, TUNNEL_KEYS))
+    tunnels = {key: [0, 0] for key in TUNNEL_KEYS}
     frames = read_frames(pathlib.Path(capture).read_bytes())
     for number, (frame, view) in enumerate(zip(frames, tshark_view.frames(capture), strict=True), 1):
         size = view.wire_length % 65536 + 4
@@ -64,10 +66,10 @@ def sums(capture):
         if found["binding"]:
             address, mac = found["binding"]
             tables["neighbours"].setdefault(address, mac.replace("-", ":").lower())
-        signals.update(map(snake, found["signals"]))
+        signals.update(signal_keys[name] for name in found["signals"])
         if found["tunnel"]:
-            add(tunnels, snake(found["tunnel"]), size)
-    wanted = [snake(name) for name in SIGNALS if name != "changedBindings"]
+            add(tunnels, tunnel_keys[found["tunnel"]], size)
+    wanted = [key for key in SIGNAL_KEYS if key != "changed_bindings"]
     return {**tables, "signals": {name: signals[name] for name in wanted}, "tunnels": tunnels}
 
 

@@ -20,6 +20,8 @@ void collect(ordered_json const & place, std::map<std::string, ordered_json> & p
     if (place.contains("below"))
         for (ordered_json const & child : place["below"])
             collect(child, places);
+    if (place.contains("extended"))
+        collect(place["extended"], places);
 }
 
 std::map<std::string, ordered_json> places()
@@ -44,7 +46,8 @@ TEST(SchemaCommand, JsonHasEveryDescriptionOnce)
 {
     auto const all = places();
 
-    EXPECT_EQ(all.size(), countBelow(CAgentStatistic::groupDescription()));
+    EXPECT_EQ(all.size(), countBelow(CAgentStatistic::groupDescription()) +
+                              countBelow(CExtendedStatistic::groupDescription()));
     EXPECT_EQ(all.at("1")["name"], "Agent statistics");
     EXPECT_EQ(all.at("1.5.*.7.*.5")["name"], "Frames received");
 }
