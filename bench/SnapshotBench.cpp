@@ -37,16 +37,16 @@ void count(CAgentStatistic & tree, CTraffic const & traffic, unsigned int step =
     tree.globalStatistics.transmittedFrames.add(1);
     tree.globalStatistics.transmittedData.add(64);
     for (unsigned int i = 0; i < traffic.stations; i += step) {
-        CStationStat & station = *tree.stations.renewed(keyOf<CMACAddrPacked>(i));
+        CStationStat & station = *tree.stations.countedRenewed(keyOf<CMACAddrPacked>(i));
         station.framesTransmitted.add(1);
         for (unsigned int port = 0; port < traffic.portsEach; ++port)
-            station.tcpPorts[portOf(port)]->framesTransmitted.add(1);
-        tree.macConnections.renewed(keyOf<CMACConnectionStat::CKey>(i))->framesTransmitted.add(1);
+            station.tcpPorts.counted(portOf(port))->framesTransmitted.add(1);
+        tree.macConnections.countedRenewed(keyOf<CMACConnectionStat::CKey>(i))->framesTransmitted.add(1);
     }
     for (unsigned int i = 0; i < traffic.pairs; i += step)
-        tree.ipConnections.renewed(keyOf<CIPConnectionStat::CKey>(i))->framesTransmitted.add(1);
+        tree.ipConnections.countedRenewed(keyOf<CIPConnectionStat::CKey>(i))->framesTransmitted.add(1);
     for (unsigned int i = 0; i < traffic.ports; i += step)
-        tree.ipPorts.tcpPorts[portOf(i)]->framesTransmitted.add(1);
+        tree.ipPorts.tcpPorts.counted(portOf(i))->framesTransmitted.add(1);
 }
 
 struct CClient
@@ -94,24 +94,34 @@ void SampleAndPackAll(benchmark::State & state, CTraffic traffic)
 BENCHMARK_CAPTURE(SampleAndPackAll, typical, typical);
 BENCHMARK_CAPTURE(SampleAndPackAll, full, full);
 
-// nextSample and a pack of what changed, with a frame in every fourth row in between.
-void SampleAndPackChanged(benchmark::State & state, CTraffic traffic)
+// nextSample and a pack of what changed, with a frame in every `step`-th row in between. Of it, what frames wait for is
+// nextSample.
+void SampleAndPackChanged(benchmark::State & state, CTraffic traffic, unsigned int step)
 {
     CKetrinStatManager manager;
     CClient client(manager);
     count(manager.getAgentStatistic(), traffic);
     client.sample(manager, true);
     int bytes = 0;
+    steady_clock::duration waited{};
     for (auto _ : state) {
         state.PauseTiming();
-        count(manager.getAgentStatistic(), traffic, 4);
+        count(manager.getAgentStatistic(), traffic, step);
         state.ResumeTiming();
-        bytes = client.sample(manager, true);
+        client.buffer.size = 0;
+        auto const start = steady_clock::now();
+        client.snapshot.nextSample(manager);
+        waited += steady_clock::now() - start;
+        client.snapshot.pack(client.buffer, true);
+        bytes = client.buffer.size;
     }
     state.counters["bytes"] = bytes;
+    state.counters["wait_us"] =
+        std::chrono::duration<double, std::micro>(waited).count() / static_cast<double>(state.iterations());
 }
-BENCHMARK_CAPTURE(SampleAndPackChanged, typical, typical);
-BENCHMARK_CAPTURE(SampleAndPackChanged, full, full);
+BENCHMARK_CAPTURE(SampleAndPackChanged, typical, typical, 4);
+BENCHMARK_CAPTURE(SampleAndPackChanged, full, full, 4);
+BENCHMARK_CAPTURE(SampleAndPackChanged, full_all, full, 1);
 
 // The same when nothing happened, without the ARP table, whose flag goes up at every sample, and without the
 // number of the sample.

@@ -100,15 +100,27 @@ private:
     CStatSnapshot m_snapshot;
 };
 
+using Captured = std::array<unsigned char, 60>;
+
 // A frame of IP between two hosts of one network.
-void count(KetStats::CKetrinStatManager & manager, unsigned char from, unsigned char to)
+Captured ipFrame(unsigned char from, unsigned char to)
 {
-    std::array<unsigned char, 60> bytes = {0x02, 0, 0, 0, 0, to, 0x02, 0, 0, 0, 0, from, 0x08, 0x00, 0x45};
+    Captured bytes = {0x02, 0, 0, 0, 0, to, 0x02, 0, 0, 0, 0, from, 0x08, 0x00, 0x45};
     bytes[26] = bytes[30] = 10;
     bytes[29] = from;
     bytes[33] = to;
-    CNetworkFrame frame(bytes.data(), bytes.size(), bytes.size());
-    manager.analyzeFrame(&frame);
+    return bytes;
+}
+
+// Counts all that was captured at a time.
+void count(KetStats::CKetrinStatManager & manager, std::vector<Captured> const & block)
+{
+    std::vector<CFrameView> views;
+    for (Captured const & captured : block) {
+        auto const length = static_cast<unsigned int>(captured.size());
+        views.push_back({captured.data(), length, length});
+    }
+    manager.analyzeFrames(views);
 }
 
 } // namespace
@@ -124,12 +136,11 @@ int main()
     Console console(limits);
 
     for (unsigned char from = 1; from <= 3; ++from)
-        for (unsigned char frames = 0; frames < from; ++frames)
-            count(manager, from, 9);
+        count(manager, std::vector<Captured>(from, ipFrame(from, 9)));
     bool wasRead = console.read(agent.sample()); // the first one is full
 
     for (unsigned char from = 4; from <= 8; ++from)
-        count(manager, from, 9);
+        count(manager, {ipFrame(from, 9)});
     wasRead = console.read(agent.sample()) && wasRead; // what changed
     console.show();
 

@@ -2,6 +2,7 @@
 
 #include "host/capture/CaptureFormat.h"
 #include "host/capture/ClassicReader.h"
+#include "host/capture/FrameBlock.h"
 #include "host/capture/GzipSource.h"
 #include "host/capture/LinkType.h"
 #include "host/capture/NextGenerationReader.h"
@@ -10,8 +11,10 @@
 
 #include <fmt/core.h>
 
+#include <exception>
 #include <filesystem>
 #include <optional>
+#include <utility>
 
 namespace ketmon {
 
@@ -51,6 +54,8 @@ public:
         if (m_ended)
             return false;
         try {
+            if (m_damage)
+                std::rethrow_exception(std::exchange(m_damage, nullptr));
             while (read(frame) != Step::end)
                 if (m_countable) {
                     ++m_frames;
@@ -67,6 +72,23 @@ public:
         }
         m_ended = true;
         return false;
+    }
+
+    void nextBlock(CFrameBlock & block) override
+    {
+        CCaptureSource::nextBlock(block);
+        if (block.size() == 0)
+            return;
+        CCapturedFrame frame{};
+        try {
+            while (!block.full() && m_reader->isAtHand())
+                if (read(frame) == Step::frame && m_countable) {
+                    ++m_frames;
+                    block.add(frame);
+                }
+        } catch (CDamagedCapture const &) {
+            m_damage = std::current_exception(); // for whoever asks for what follows
+        }
     }
 
     std::uint64_t position() const override
@@ -138,6 +160,7 @@ private:
     std::uint64_t m_frames = 0; // of all link types
     bool m_countable = false;   // whether the frame that was read last is
     bool m_ended = false;
+    std::exception_ptr m_damage; // found behind the frames that were given last
     bool m_compressed = false;
 };
 

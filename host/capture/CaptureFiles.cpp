@@ -1,5 +1,6 @@
 #include "host/capture/CaptureFiles.h"
 
+#include "host/capture/FrameBlock.h"
 #include "host/support/ByteSource.h"
 #include "host/support/Failure.h"
 
@@ -90,6 +91,22 @@ bool CCaptureFiles::next(CCapturedFrame & frame)
             advance(file);
     }
     return false;
+}
+
+void CCaptureFiles::nextBlock(CFrameBlock & block)
+{
+    bool const isLast = m_given && m_waiting.empty() && m_unread.empty();
+    if (!isLast || m_interrupt.raised())
+        return CCaptureSource::nextBlock(block);
+    // Nothing comes between the frames of the last file.
+    block.clear();
+    try {
+        m_given->source->nextBlock(block);
+    } catch (CFailure const & failure) {
+        m_faults.damage.emplace_back(failure.what());
+    }
+    if (block.size() == 0)
+        close(*std::exchange(m_given, nullptr));
 }
 
 std::uint64_t CCaptureFiles::position() const

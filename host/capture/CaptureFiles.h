@@ -31,6 +31,7 @@ public:
     ~CCaptureFiles() override;
 
     bool next(CCapturedFrame & frame) override;
+    void nextBlock(CFrameBlock & block) override;
     void stop() override { m_interrupt.raise(); }
     std::uint64_t position() const override;
     std::uint64_t size() const override { return m_size; }

@@ -7,6 +7,8 @@
 
 namespace ketmon {
 
+class CFrameBlock;
+
 // A captured frame. The bytes are the source's and stay until it is asked for the next frame.
 struct CCapturedFrame
 {
@@ -38,6 +40,10 @@ public:
 
     // Fetches the next frame; false at the end. Throws CFailure if the input can't be read on.
     virtual bool next(CCapturedFrame & frame) = 0;
+
+    // Fetches the next frames: one, as `next` does, and as many more as are at hand without waiting. The block is
+    // emptied before, and stays so at the end; its frames stay until the source is asked for more.
+    virtual void nextBlock(CFrameBlock & block);
 
     // Has `next` yield false soon, even while it waits for a frame. Any thread may call it.
     virtual void stop() {}

@@ -63,10 +63,8 @@ CFrameReader::Step CClassicReader::next(CCapturedFrame & frame)
     if (record.size() != m_recordLength)
         throw cutCapture("the file ends within the header of a record");
 
-    std::uint32_t captured = m_order.four(record.data() + 8);
-    std::uint32_t length = m_order.four(record.data() + 12);
-    if (m_lengthOrder == capturedLast || (m_lengthOrder == smallerFirst && captured > length))
-        std::swap(captured, length);
+    std::uint32_t length = 0;
+    std::uint32_t const captured = capturedLength(record.data(), length);
     if (captured > format::longestFrame)
         throw CDamagedCapture(fmt::format("a record claims {} captured bytes", captured));
     frame.ticks = ticks(record.data());
@@ -79,6 +77,23 @@ CFrameReader::Step CClassicReader::next(CCapturedFrame & frame)
     // Some systems wrote whole frames whatever the limit said.
     frame.capturedLength = std::min(captured, m_limit);
     return Step::frame;
+}
+
+bool CClassicReader::isAtHand() const
+{
+    CByteInput::Bytes const bytes = m_input.atHand();
+    std::uint32_t length = 0;
+    return m_described && bytes.size() >= m_recordLength &&
+           capturedLength(bytes.data(), length) <= bytes.size() - m_recordLength;
+}
+
+std::uint32_t CClassicReader::capturedLength(unsigned char const * record, std::uint32_t & length) const
+{
+    std::uint32_t captured = m_order.four(record + 8);
+    length = m_order.four(record + 12);
+    if (m_lengthOrder == capturedLast || (m_lengthOrder == smallerFirst && captured > length))
+        std::swap(captured, length);
+    return captured;
 }
 
 // libpcap takes both numbers for signed in files of the machine's own byte order, and only there.

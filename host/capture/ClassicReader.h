@@ -21,6 +21,7 @@ public:
     CClassicReader(CByteInput & input, format::CByteOrder order);
 
     Step next(CCapturedFrame & frame) override;
+    bool isAtHand() const override;
     std::uint32_t linkType() const override { return m_linkType; }
 
 private:
@@ -34,6 +35,7 @@ private:
 
     static LengthOrder lengthOrder(unsigned int major, unsigned int minor);
     long long ticks(unsigned char const * record) const;
+    std::uint32_t capturedLength(unsigned char const * record, std::uint32_t & length) const;
 
     CByteInput & m_input;
     format::CByteOrder m_order;

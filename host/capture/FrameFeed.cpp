@@ -1,5 +1,7 @@
 #include "host/capture/FrameFeed.h"
 
+#include "host/capture/FrameBlock.h"
+
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
@@ -56,22 +58,35 @@ private:
     std::condition_variable_any m_wake;
 };
 
+bool isEnough(CFeedOptions const & options, CCaptureSummary const & summary)
+{
+    return options.most != 0 && summary.frames >= options.most;
+}
+
 } // namespace
 
 void feedFrames(KetStats::CKetrinStatManager & manager, CCaptureSource & source, CFeedOptions const & options,
                 std::stop_token const & stop, CCaptureSummary & summary)
 {
     CPacer pacer(options, stop);
-    CCapturedFrame captured{};
-    CNetworkFrame frame;
-    while ((options.most == 0 || summary.frames < options.most) && !stop.stop_requested() &&
-           source.next(captured)) {
-        pacer.waitFor(captured.ticks);
-        if (stop.stop_requested())
-            break;
-        frame.Assign(captured.data, captured.capturedLength, captured.length);
-        manager.analyzeFrame(&frame);
-        summary.add(captured);
+    CFrameBlock block;
+    while (!isEnough(options, summary) && !stop.stop_requested()) {
+        if (options.most != 0)
+            block.setMost(static_cast<std::size_t>(
+                std::min<unsigned long long>(options.most - summary.frames, CFrameBlock::capacity)));
+        source.nextBlock(block);
+        if (block.size() == 0)
+            return;
+        // Frames that are due at different times are counted one by one.
+        std::size_t const atOnce = options.pace > 0.0 ? 1 : block.size();
+        for (std::size_t first = 0; first < block.size() && !isEnough(options, summary); first += atOnce) {
+            pacer.waitFor(block.ticks()[first]);
+            if (stop.stop_requested())
+                return;
+            manager.analyzeFrames(block.views().subspan(first, atOnce));
+            for (std::size_t i = first; i < first + atOnce; ++i)
+                summary.add(block.frame(i));
+        }
     }
 }
 

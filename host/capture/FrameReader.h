@@ -49,6 +49,10 @@ public:
     // a file that can't be read on, and CDamagedCapture.
     virtual Step next(CCapturedFrame & frame) = 0;
 
+    // Whether the next thing is a frame that lies whole in memory, so that it can be fetched while those that were
+    // fetched before stay as well.
+    virtual bool isAtHand() const = 0;
+
     // The number by which the file names the link type of what `next` gave last.
     virtual std::uint32_t linkType() const = 0;
 };

@@ -9,6 +9,8 @@ namespace ketmon {
 CSourceFaults CLoadedCapture::load(std::vector<std::string> const & paths)
 {
     CCaptureFiles source(paths);
+    // As much as the files have, unless they are compressed.
+    m_bytes.reserve(m_bytes.size() + static_cast<std::size_t>(source.size()));
     CCapturedFrame frame{};
     while (source.next(frame))
         add(frame.data, frame.capturedLength, frame.length);
@@ -32,6 +34,15 @@ void CLoadedCapture::repeat(std::size_t count)
                     m_bytes.begin() + static_cast<std::ptrdiff_t>(offset));
         m_frames.push_back({offset, frame.capturedLength, frame.length});
     }
+}
+
+std::vector<CFrameView> CLoadedCapture::views() const
+{
+    std::vector<CFrameView> result;
+    result.reserve(m_frames.size());
+    for (CFrameAt const & frame : m_frames)
+        result.push_back({m_bytes.data() + frame.offset, frame.capturedLength, frame.length});
+    return result;
 }
 
 } // namespace ketmon

@@ -2,6 +2,9 @@
 
 #include "host/capture/CaptureSource.h"
 
+#include "host/support/LargeMemory.h"
+
+#include "ketstats/capture/FrameView.h"
 #include "ketstats/capture/NetworkFrame.h"
 
 #include <cstddef>
@@ -31,6 +34,9 @@ public:
 
     std::vector<CFrameAt> const & frames() const { return m_frames; }
 
+    // All of them as plain views, for as long as nothing is appended.
+    std::vector<CFrameView> views() const;
+
     // Calls `operation` with each frame in turn, through one frame object as a capture loop does it. The
     // headers of the frames that come next are fetched ahead: memory is slower than the counting.
     template <class Operation>
@@ -54,7 +60,7 @@ public:
 
 private:
     std::vector<CFrameAt> m_frames;
-    std::vector<unsigned char> m_bytes;
+    std::vector<unsigned char, CLargeAllocator<unsigned char>> m_bytes;
 };
 
 } // namespace ketmon

@@ -80,6 +80,13 @@ CFrameReader::Step CNextGenerationReader::next(CCapturedFrame & frame)
     return Step::end;
 }
 
+bool CNextGenerationReader::isAtHand() const
+{
+    Bytes const bytes = m_input.atHand();
+    return m_begun && bytes.size() >= blockHeaderLength && isPacket(m_order.four(bytes.data())) &&
+           m_order.four(bytes.data() + 4) <= bytes.size();
+}
+
 bool CNextGenerationReader::readBlock(CBlock & block)
 {
     Bytes const header = m_input.take(blockHeaderLength);

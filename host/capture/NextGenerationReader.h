@@ -25,6 +25,7 @@ public:
     explicit CNextGenerationReader(CByteInput & input);
 
     Step next(CCapturedFrame & frame) override;
+    bool isAtHand() const override;
     std::uint32_t linkType() const override { return m_linkType; }
 
 private:

@@ -18,21 +18,26 @@ public:
     CProgress(CProgress const &) = delete;
     CProgress & operator=(CProgress const &) = delete;
 
-    // Called after every frame; rewrites the line now and then.
-    void step()
+    // Called behind so many frames; rewrites the line now and then.
+    void step(std::size_t frames)
     {
-        if (m_shown && (++m_frames & 0xFFF) == 0)
+        m_frames += frames;
+        if (m_shown && m_frames >= framesAtOnce) {
+            m_frames = 0;
             show();
+        }
     }
 
 private:
+    static constexpr std::size_t framesAtOnce = 4096;
+
     void show();
 
     std::string m_name;
     CCaptureSource const & m_source;
     bool m_shown;
     bool m_written = false;
-    unsigned int m_frames = 0;
+    std::size_t m_frames = 0; // since the clock was asked
     std::chrono::steady_clock::time_point m_next{};
 };
 

@@ -77,7 +77,7 @@ CVerdicts verdicts(CFilterOptions const & options, CFilter const & filter, CCapt
     CCaptureFiles source(options.files);
     CProgress progress(nameOf(options.files), source, options.quiet);
     CNetworkFrame frame;
-    for (CCapturedFrame captured{}; source.next(captured); progress.step()) {
+    for (CCapturedFrame captured{}; source.next(captured); progress.step(1)) {
         frame.Assign(captured.data, captured.capturedLength, captured.length);
         bool const passes = filter.IsSatisfied(&frame);
         result.disagreed += expression && expression->passes(captured) != passes;

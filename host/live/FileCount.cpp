@@ -1,6 +1,7 @@
 #include "host/live/FileCount.h"
 
 #include "host/capture/CaptureFiles.h"
+#include "host/capture/FrameBlock.h"
 #include "host/capture/Progress.h"
 #include "host/live/Groups.h"
 #include "host/support/ByteSource.h"
@@ -29,32 +30,48 @@ void CFileCount::run(std::vector<std::string> const & files, bool quiet, CCaptur
 {
     CCaptureFiles source(files);
     m_filtering = filter != nullptr;
-    CCapturedFrame captured{};
-    bool more = source.next(captured);
+    CFrameBlock block;
+    source.nextBlock(block);
 
     m_recordingOptions.captures = files;
     m_recordingOptions.name = nameOf(files);
     m_recordingOptions.summary = &m_summary;
     m_manager.beginAnalyzing(&m_hook);
     m_recording = std::make_unique<CRecording>(m_manager, m_recordingOptions,
-                                               more ? captured.ticks : fixedStart, filter != nullptr);
+                                               block.size() > 0 ? block.ticks().front() : fixedStart,
+                                               filter != nullptr);
     {
         CProgress progress(m_recordingOptions.name, source, quiet);
-        CNetworkFrame frame;
-        for (; more; more = source.next(captured)) {
-            m_recording->advance(captured.ticks);
-            frame.Assign(captured.data, captured.capturedLength, captured.length);
-            m_manager.analyzeFrame(&frame);
-            m_oddities.count(frame);
-            if (filter && filter->passes(captured))
-                m_recording->passed(frame);
-            m_summary.add(captured);
-            progress.step();
+        for (; block.size() > 0; source.nextBlock(block)) {
+            for (std::size_t first = 0; first < block.size();)
+                first = countStretch(block, first, filter);
+            progress.step(block.size());
         }
     }
     m_summary.faults = source.faults();
     m_recording->finish();
     m_manager.endAnalyzing();
+}
+
+// Counts the frames of a block from `first` on that no interval ends between; tells which is the next.
+std::size_t CFileCount::countStretch(CFrameBlock const & block, std::size_t first,
+                                     CCaptureExpression const * filter)
+{
+    m_recording->advance(block.ticks()[first]);
+    std::size_t end = first + 1;
+    while (end < block.size() && !m_recording->endsInterval(block.ticks()[end]))
+        ++end;
+    m_recording->advance(block.ticks()[end - 1]);
+
+    m_manager.analyzeFrames(block.views().subspan(first, end - first));
+    for (std::size_t i = first; i < end; ++i) {
+        CFrameView const & view = block.views()[i];
+        m_oddities.count(view);
+        m_summary.add(block.frame(i));
+        if (filter && filter->passes(block.frame(i)))
+            m_recording->passed(CNetworkFrame(view.data, view.capturedLength, view.length));
+    }
+    return end;
 }
 
 CSampleFacts CFileCount::facts() const

@@ -9,6 +9,7 @@
 
 #include "ketstats/ketstats.h"
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
@@ -41,6 +42,8 @@ public:
     KetStats::CBaseStat const * find(KetStats::COid const & oid) const { return m_recording->find(oid); }
 
 private:
+    std::size_t countStretch(CFrameBlock const & block, std::size_t first, CCaptureExpression const * filter);
+
     CFileHook m_hook;
     KetStats::CKetrinStatManager m_manager;
     CRecordingOptions m_recordingOptions;

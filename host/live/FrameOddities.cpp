@@ -12,33 +12,36 @@ constexpr unsigned int longestUsual = 1514;
 constexpr unsigned int longestTagged = 1522; // with two VLAN tags
 constexpr unsigned int checkSequence = 4;
 
-constexpr unsigned int fragmentField = 6; // of an IPv4 header
-constexpr unsigned char moreFragments = 0x20;
-constexpr unsigned char offsetHigh = 0x1F;
+constexpr unsigned int typeOffset = 12;
+constexpr unsigned int arp = 0x0806;
+constexpr unsigned int ipv6 = 0x86DD;
+constexpr unsigned int ipv4 = 0x0800;
+constexpr unsigned int fragmentField = 6;     // of an IPv4 header
+constexpr unsigned int fragmentBits = 0x3FFF; // more fragments, and the offset
+
+bool isFragment(CBoundedBytes bytes, unsigned int networkOffset)
+{
+    unsigned int const field = networkOffset + fragmentField;
+    return bytes.holds(field, 2) && (bytes.word(field) & fragmentBits) != 0;
+}
 
 } // namespace
 
-CFrameOddities::CFrameOddities()
+void CFrameOddities::count(CFrameView const & frame)
 {
-    unsigned char const type[] = {0x08, 0x00};
-    m_ipv4.Set(sizeof type, type);
-}
-
-void CFrameOddities::count(CNetworkFrame & frame)
-{
-    unsigned int const length = static_cast<unsigned int>(frame.GetLength());
     ++m_frames;
-    m_longest = std::max<std::uint64_t>(m_longest, length);
-    if (frame.GetCapturedLength() < length)
+    m_longest = std::max<std::uint64_t>(m_longest, frame.length);
+    if (frame.capturedLength < frame.length)
         ++m_cut;
-    if (length < headerLength)
+    if (frame.length < headerLength)
         ++m_headless;
-    if (length > longestUsual) {
-        auto const * const media = dynamic_cast<CEthernetInfo const *>(frame.AnalyzeFrame());
-        if (length > longestTagged || !media || !media->hasVlanTag())
-            ++m_overlong;
-    }
-    if (isFragment(frame))
+    CBoundedBytes const bytes(static_cast<unsigned char const *>(frame.data), frame.capturedLength);
+    unsigned int const type = bytes.word(typeOffset);
+    // Nearly all frames have their type where it is looked for here.
+    bool const plain = type == ipv4 || type == ipv6 || type == arp;
+    if (!plain || frame.length > longestUsual)
+        lookInto(frame);
+    else if (type == ipv4 && isFragment(bytes, headerLength))
         ++m_fragments;
 }
 
@@ -48,14 +51,18 @@ COddFigures CFrameOddities::figures() const
     return {m_cut, m_fragments, m_overlong, m_headless, longest};
 }
 
-bool CFrameOddities::isFragment(CNetworkFrame & frame) const
+// What takes a whole analysis to tell.
+void CFrameOddities::lookInto(CFrameView const & view)
 {
-    CMediaInfo const & media = *frame.AnalyzeFrame();
-    unsigned int const field = media.networkOffset + fragmentField;
-    if (field + 1 >= frame.GetCapturedLength() || !(media.GetProtocolId() == m_ipv4))
-        return false;
-    unsigned char const * const bytes = frame.GetData() + field;
-    return (bytes[0] & (moreFragments | offsetHigh)) != 0 || bytes[1] != 0;
+    CNetworkFrame frame(view.data, view.capturedLength, view.length);
+    auto const & media = static_cast<CEthernetInfo const &>(*frame.AnalyzeFrame());
+    if (view.length > longestUsual && (view.length > longestTagged || !media.hasVlanTag()))
+        ++m_overlong;
+    CProtocolId ipv4Id;
+    unsigned char const wire[] = {ipv4 >> 8, ipv4 & 0xFF};
+    ipv4Id.Set(sizeof wire, wire);
+    if (media.GetProtocolId() == ipv4Id && isFragment(CBoundedBytes(frame), media.networkOffset))
+        ++m_fragments;
 }
 
 } // namespace ketmon

@@ -9,20 +9,17 @@
 namespace ketmon {
 
 // Counts frames that something may be wrong with, which the tree doesn't tell apart. Costs a few nanoseconds a
-// frame that is analysed already.
+// frame.
 class CFrameOddities
 {
 public:
-    CFrameOddities();
-
-    void count(CNetworkFrame & frame);
+    void count(CFrameView const & frame);
 
     COddFigures figures() const;
 
 private:
-    bool isFragment(CNetworkFrame & frame) const;
+    void lookInto(CFrameView const & frame);
 
-    CProtocolId m_ipv4;
     std::uint64_t m_frames = 0;
     std::uint64_t m_cut = 0;
     std::uint64_t m_fragments = 0;

@@ -56,7 +56,7 @@ CRecording::CRecording(KetStats::CKetrinStatManager & manager, CRecordingOptions
 
 void CRecording::advance(long long ticks)
 {
-    if (m_interval > 0 && ticks - m_boundary >= m_interval) {
+    if (endsInterval(ticks)) {
         if (m_counted)
             sampleAt(m_boundary + m_interval, true);
         m_counted = false;

@@ -35,8 +35,11 @@ public:
     CRecording(KetStats::CKetrinStatManager & manager, CRecordingOptions const & options, long long start,
                bool filtering = false);
 
-    // Called before a frame of that time is analysed. Throws CFailure if a snapshot can't be saved.
+    // Called before a frame of that time is analysed. Throws CFailure if a snapshot can't be saved. Of frames that
+    // follow each other without one that `endsInterval` only the first and the last need be told.
     void advance(long long ticks);
+    // Whether a frame of that time is the first behind an interval, so that all before it must have been counted.
+    bool endsInterval(long long ticks) const { return m_interval > 0 && ticks - m_boundary >= m_interval; }
     // The frame analysed last passed the filter.
     void passed(CFrame const & frame) { m_sender.FramePassedFilter(&frame); }
     // Takes the last sample. Throws CFailure.

@@ -27,6 +27,8 @@ public:
     Bytes take(std::size_t count);
     // The same, but they are the next bytes still.
     Bytes look(std::size_t count);
+    // Those that are in memory already: fetching so many of them moves none.
+    Bytes atHand() const { return {m_buffer.data() + m_begin, available()}; }
     // What there is without waiting, at most `most`; waits if there is nothing. Empty at the end.
     Bytes some(std::size_t most);
 

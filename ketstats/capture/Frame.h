@@ -46,12 +46,28 @@ public:
         return offset <= m_count && count <= m_count - offset;
     }
 
+    // Those from `offset` on, none of them if they end before it.
+    CBoundedBytes from(unsigned int offset) const
+    {
+        unsigned int const skipped = offset < m_count ? offset : m_count;
+        return {m_data + skipped, m_count - skipped};
+    }
+
     unsigned char operator[](unsigned int offset) const { return offset < m_count ? m_data[offset] : 0; }
 
     // The two bytes at `offset` as a big-endian number.
     unsigned int word(unsigned int offset) const
     {
         return static_cast<unsigned int>(operator[](offset)) << 8 | operator[](offset + 1);
+    }
+
+    // The bytes at `offset` as a number of this machine, as they lie.
+    template <class Word>
+    Word number(unsigned int offset) const
+    {
+        Word result = 0;
+        copy<sizeof result>(offset, reinterpret_cast<unsigned char *>(&result));
+        return result;
     }
 
     // Copies Count bytes from `offset` on.

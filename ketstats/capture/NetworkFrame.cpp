@@ -1,17 +1,12 @@
 #include "ketstats/capture/NetworkFrame.h"
 
+#include "ketstats/capture/EthernetAnalysis.h"
+
 #include <typeinfo>
 
 namespace {
 
-constexpr unsigned int typeOffset = 12;     // behind destination and source
-constexpr unsigned int tagSize = 4;         // tag type and tag
-constexpr unsigned int lowestType = 0x0600; // below, the field is an 802.3 length
-
-bool isVlanType(unsigned int type)
-{
-    return type == 0x8100 || type == 0x88A8 || type == 0x9100;
-}
+constexpr unsigned int tagSize = 4; // tag type and tag
 
 // Frame layouts behind the two addresses:
 //
@@ -49,39 +44,49 @@ CNetworkFrame::~CNetworkFrame() = default;
 CMediaInfo * CNetworkFrame::AnalyzeFrame()
 {
     if (!m_analysed) {
-        analyseEthernet();
+        analyse();
         m_analysed = true;
     }
     return &m_media;
 }
 
-void CNetworkFrame::analyseEthernet()
+void CNetworkFrame::analyse()
 {
     // A view of the host's bytes, which is what nearly all frames are, needn't ask itself for them.
-    CBoundedBytes const bytes = typeid(*this) == typeid(CNetworkFrame)
-                                    ? CBoundedBytes(m_data, m_capturedLength)
-                                    : CBoundedBytes(*this);
-    bytes.copy<6>(0, m_media.destinationMAC.bytes.data());
-    bytes.copy<6>(6, m_media.sourceMAC.bytes.data());
+    bool const isView = typeid(*this) == typeid(CNetworkFrame);
+    analyseEthernet(isView ? CBoundedBytes(m_data, m_capturedLength) : CBoundedBytes(*this), m_media);
+}
 
-    unsigned int at = typeOffset;
+void analyseEthernet(CBoundedBytes bytes, CEthernetInfo & media)
+{
+    bytes.copy<6>(0, media.destinationMAC.bytes.data());
+    bytes.copy<6>(6, media.sourceMAC.bytes.data());
+
+    unsigned int at = ethernet::typeOffset;
     unsigned int type = bytes.word(at);
-    bool const tagged = isVlanType(type);
-    m_media.vlanTag[0] = tagged ? bytes[at + 2] : 0;
-    m_media.vlanTag[1] = tagged ? bytes[at + 3] : 0;
-    while (isVlanType(type)) {
+    bool const tagged = ethernet::isVlanType(type);
+    media.vlanTag[0] = tagged ? bytes[at + 2] : 0;
+    media.vlanTag[1] = tagged ? bytes[at + 3] : 0;
+    while (ethernet::isVlanType(type)) {
         at += tagSize;
         type = bytes.word(at);
     }
 
-    if (type >= lowestType) {
+    if (type >= ethernet::lowestType) {
         unsigned char const wire[2] = {bytes[at], bytes[at + 1]};
-        m_media.protocolId.Set(2, wire);
-        m_media.networkOffset = at + 2;
-        m_media.frameFormat = tagged ? CEthernetInfo::ffTaggedEthernet2 : CEthernetInfo::ffEthernet2;
+        media.protocolId.Set(2, wire);
+        media.networkOffset = at + 2;
+        media.frameFormat = tagged ? CEthernetInfo::ffTaggedEthernet2 : CEthernetInfo::ffEthernet2;
     } else {
-        analysePayload(bytes, at + 2, m_media);
+        analysePayload(bytes, at + 2, media);
         if (tagged)
-            m_media.frameFormat = CEthernetInfo::ffTagged8023;
+            media.frameFormat = CEthernetInfo::ffTagged8023;
     }
+}
+
+void handOver(CFrameView const & view, void (*handler)(CNetworkFrame const * frame, void * context),
+              void * context)
+{
+    CNetworkFrame const frame(view.data, view.capturedLength, view.length);
+    handler(&frame, context);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ketstats/capture/Frame.h"
+#include "ketstats/capture/FrameView.h"
 #include "ketstats/capture/MediaInfo.h"
 
 // A captured Ethernet frame and its analysis. The object views the host's bytes, which must stay in place
@@ -31,8 +32,13 @@ public:
     virtual CMediaInfo * AnalyzeFrame();
 
 private:
-    void analyseEthernet();
+    void analyse();
 
     CEthernetInfo m_media;
     bool m_analysed = false;
 };
+
+// Calls a handler with a frame object of those bytes, which is there for the call alone. For whoever can't make one:
+// the library of statistics asks for this one only when frames come, and so may use its functions and nothing else.
+KNDISLIB_API void handOver(CFrameView const & view,
+                           void (*handler)(CNetworkFrame const * frame, void * context), void * context);

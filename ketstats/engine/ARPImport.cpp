@@ -18,8 +18,8 @@ bool CKetrinStatManager::InsertARPTable(bool (*readNeighbours)(std::vector<platf
     unsigned int handled = 0;
     for (platform::CNeighbour const & row : rows) {
         if (row.type != platform::CNeighbour::invalid &&
-            !agentStatistic.arpTable.createIfNew(CIPAddress(row.address),
-                                                 CMACAddr(row.hardwareAddress.data())))
+            !agentStatistic.arpTable.learn(CIPAddress(row.address),
+                                           CMACAddrPacked(CMACAddr(row.hardwareAddress.data()))))
             break;
         ++handled;
     }

@@ -69,7 +69,7 @@ std::vector<CHardwareCounter> const & hardwareCounters()
 // The flags stay, since these aren't counts of frames and a snapshot takes them by comparison.
 void CKetrinStatManager::UpdateHardwareStats()
 {
-    if (!enabledGroup(2) || !requester)
+    if (!controls.counts(2) || !requester)
         return;
     for (CRequest const & request : requests)
         (agentStatistic.globalErrors.*request.counter).storeShared(stored(request.ask(*requester)));

@@ -61,11 +61,4 @@ bool CNetworkProtocol::analyzeWithHeader()
     return true;
 }
 
-CMACAddr CARPProtocol::macAt(unsigned int offset) const
-{
-    CMACAddr address;
-    bytes().copy<6>(offset, address.bytes.data());
-    return address;
-}
-
 } // namespace KetStats

@@ -1,6 +1,7 @@
 #include "ketstats/engine/StatManager.h"
 
 #include "ketstats/engine/EngineTables.h"
+#include "ketstats/platform/Prefetch.h"
 
 #include <algorithm>
 #include <limits>
@@ -72,6 +73,33 @@ void CKetrinStatManager::analyzeFrame(CNetworkFrame * frame)
         handler(frame, frameHandlerContext.load(std::memory_order_relaxed));
 }
 
+void CKetrinStatManager::analyzeFrames(std::span<CFrameView const> frames)
+{
+    // As many as a reader waits for.
+    constexpr std::size_t atOnce = 64;
+    // Memory is slower than counting, and what is needed of a frame lies in its first two lines.
+    constexpr std::size_t ahead = 8;
+    constexpr std::size_t headerBytes = 128;
+
+    for (std::size_t next = 0; next < frames.size();) {
+        FrameHandler handler = nullptr;
+        {
+            CWriteGuard const guard(gate);
+            if (!analyzing())
+                return;
+            std::size_t const end = std::min(next + atOnce, frames.size());
+            while (next < end && !handler) {
+                if (next + ahead < frames.size())
+                    platform::prefetch(frames[next + ahead].data, headerBytes);
+                doAnalyzeFrame(frames[next++]);
+                handler = frameHandler.load(std::memory_order_relaxed);
+            }
+        }
+        if (handler)
+            handOver(frames[next - 1], handler, frameHandlerContext.load(std::memory_order_relaxed));
+    }
+}
+
 void CKetrinStatManager::reset()
 {
     CWriteGuard const guard(gate);
@@ -85,7 +113,7 @@ void CKetrinStatManager::doReset()
 
 bool CKetrinStatManager::enableStatistic(COid const & oid)
 {
-    auto * const flag = flagOf(enabled, oid);
+    auto * const flag = flagOf(controls.enabled, oid);
     if (flag)
         flag->store(true, std::memory_order_relaxed);
     return flag != nullptr;
@@ -93,7 +121,7 @@ bool CKetrinStatManager::enableStatistic(COid const & oid)
 
 bool CKetrinStatManager::disableStatistic(COid const & oid)
 {
-    auto * const flag = flagOf(enabled, oid);
+    auto * const flag = flagOf(controls.enabled, oid);
     if (flag)
         flag->store(false, std::memory_order_relaxed);
     return flag != nullptr;
@@ -101,7 +129,7 @@ bool CKetrinStatManager::disableStatistic(COid const & oid)
 
 bool CKetrinStatManager::statisticEnabled(COid const & oid) const
 {
-    auto const * const flag = flagOf(enabled, oid);
+    auto const * const flag = flagOf(controls.enabled, oid);
     return flag && flag->load(std::memory_order_relaxed);
 }
 
@@ -113,14 +141,12 @@ void CKetrinStatManager::RegisterFrameHandler(FrameHandler handler, void * conte
 
 void CKetrinStatManager::setTCPPortRange(int low, int high)
 {
-    tcpPorts.low.store(low, std::memory_order_relaxed);
-    tcpPorts.high.store(high, std::memory_order_relaxed);
+    controls.tcpPorts.set(low, high);
 }
 
 void CKetrinStatManager::setUDPPortRange(int low, int high)
 {
-    udpPorts.low.store(low, std::memory_order_relaxed);
-    udpPorts.high.store(high, std::memory_order_relaxed);
+    controls.udpPorts.set(low, high);
 }
 
 } // namespace KetStats

@@ -1,19 +1,20 @@
 #pragma once
 
+#include "ketstats/capture/FrameView.h"
 #include "ketstats/capture/NetworkFrame.h"
 #include "ketstats/capture/Requester.h"
+#include "ketstats/engine/PassControls.h"
 #include "ketstats/engine/ReadWriteGate.h"
 #include "ketstats/platform/NeighbourTable.h"
 #include "ketstats/schema/AgentStatistic.h"
 
-#include <array>
 #include <atomic>
 #include <memory>
+#include <span>
 #include <vector>
 
 namespace KetStats {
 
-struct CFramePass;
 class CStatSnapshot;
 
 // The object that a host makes once per capture, and the only door to the live statistic tree. Frames come in
@@ -21,7 +22,8 @@ class CStatSnapshot;
 // everything runs on the caller's.
 //
 // 1. Whatever changes the tree holds the writer side of the gate, whatever samples it the reader side.
-// 2. The host's frame handler runs outside the gate, on the thread that called analyzeFrame, so it may call
+// 2. The host's frame handler runs outside the gate, on the thread that called analyzeFrame or
+// analyzeFrames, so it may call
 //    gated operations of the manager.
 // 3. Flags, ranges and handler are single words without a lock; the pass reads each at the point where it
 //    needs it, so a change made during a frame can apply to a later step of that frame. The handler and its
@@ -48,6 +50,10 @@ public:
     void endAnalyzing();
     // Counts a frame and then calls the frame handler. Without an analysis it does neither. Writer.
     void analyzeFrame(CNetworkFrame * frame);
+    // The same for many frames of Ethernet, one behind the other, and what a host should use that has them: it
+    // costs less for each. Readers get in between at times, and behind the last. A frame handler is given a
+    // CNetworkFrame of its frame, which is there for the call alone.
+    void analyzeFrames(std::span<CFrameView const> frames);
     // Clears the tree. Writer.
     void reset();
 
@@ -97,7 +103,8 @@ public:
 
     CTableLimits const & limits() const { return agentStatistic.limits(); }
 
-    // The live tree, for whoever holds it still: no frame may be analysed meanwhile.
+    // The live tree, for whoever holds it still: no frame may be analysed meanwhile. A table that gives away a row
+    // that isn't const can't know what becomes of it, and is sampled whole from then on, until it is reset.
     CAgentStatistic & getAgentStatistic() { return agentStatistic; }
 
 private:
@@ -105,51 +112,20 @@ private:
     template <class T>
     using Word = std::atomic<T>;
 
-    struct CPortRange
-    {
-        bool contains(int port) const
-        {
-            return low.load(std::memory_order_relaxed) <= port &&
-                   high.load(std::memory_order_relaxed) >= port;
-        }
-
-        Word<int> low{1};
-        Word<int> high{1024};
-    };
-
     void doAnalyzeFrame(CNetworkFrame * frame);
+    void doAnalyzeFrame(CFrameView const & view);
+    template <class Frame>
+    void passOver(Frame const & frame);
     void doReset();
     void UpdateHardwareStats();
-
-    // The steps of the pass, in their order; see doAnalyzeFrame.
-    void measureOverhead(CMediaInfo const & media);
-    CFramePass countFrame(CNetworkFrame * frame, CMediaInfo * media);
-    void countFrameType(CFramePass const & pass);
-    void countFrameSize(CFramePass const & pass);
-    void countProtocol(CFramePass const & pass);
-    void countIP(CFramePass & pass);
-    template <class Tables>
-    void countSourcePort(CFramePass const & pass, Tables & tables);
-    template <class Tables>
-    void countDestinationPort(CFramePass const & pass, Tables & tables);
-    void countSourceStation(CFramePass const & pass);
-    static void nameVlan(CFramePass const & pass, CStationStat & station);
-    void countDestinationStation(CFramePass const & pass);
-    void countMACConnection(CFramePass const & pass);
-    void learnFromARP(CFramePass const & pass);
-    void learnBinding(CIPAddress const & address, CMACAddr const & mac);
-
-    bool enabledGroup(unsigned int group) const { return enabled[group].load(std::memory_order_relaxed); }
 
     Word<FrameHandler> frameHandler{nullptr};
     Word<void *> frameHandlerContext{nullptr};
     Word<int> linkSpeed{0};
     CAgentStatistic agentStatistic;
-    CPortRange tcpPorts;
-    CPortRange udpPorts;
+    CPassControls controls;
     Word<long long> overhead{-1};
     std::unique_ptr<CNDISRequesterProxy> requester;
-    std::array<Word<bool>, 10> enabled{}; // by value of topLevelOids; index 0 is never addressed
     Word<bool> isAnalyzing{false};
     CReadWriteGate gate;
 };

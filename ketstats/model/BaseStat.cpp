@@ -4,20 +4,10 @@
 
 namespace KetStats {
 
-CBaseStat::CBaseStat() : description(nullptr), id(0), changed(true), valueSize(0), depth(1), parent(nullptr)
+CBaseStat::CBaseStat() : description(nullptr), id(0), changed(true), depth(1), valueSize(0), parent(nullptr)
 {}
 
 CBaseStat::CBaseStat(CBaseStat const & /*other*/) : CBaseStat() {}
-
-CBaseStat::CBaseStat(CBaseStat * theParent, unsigned short theId, CStatDescription const & theDescription,
-                     unsigned int theValueSize)
-    : description(&theDescription),
-      id(theId),
-      changed(true),
-      valueSize(theValueSize),
-      depth(static_cast<unsigned char>(theParent ? theParent->depth + 1 : 1)),
-      parent(theParent)
-{}
 
 void CBaseStat::resetChanged()
 {

@@ -100,7 +100,14 @@ protected:
     CBaseStat();
     CBaseStat(CBaseStat const &);
     CBaseStat(CBaseStat * theParent, unsigned short theId, CStatDescription const & theDescription,
-              unsigned int theValueSize);
+              unsigned int theValueSize)
+        : description(&theDescription),
+          id(theId),
+          changed(true),
+          depth(static_cast<unsigned char>(theParent ? theParent->depth + 1 : 1)),
+          valueSize(theValueSize),
+          parent(theParent)
+    {}
     CBaseStat & operator=(CBaseStat const &) = delete;
     ~CBaseStat() = default;
 
@@ -111,12 +118,13 @@ protected:
     virtual int doCompare(CBaseStat const & other) const = 0;
     virtual bool doCompareAssign(CBaseStat const & other) = 0;
 
+    // In an order that leaves no gaps: there are many nodes.
     CStatDescription const * description; // not owned, lives as long as the library
     unsigned short id;
     bool changed;
-    unsigned int valueSize;
     unsigned char depth; // nodes from the root down to this one: 1 for a root
-    CBaseStat * parent;  // not owned, null for a root
+    unsigned int valueSize;
+    CBaseStat * parent; // not owned, null for a root
 };
 
 #pragma GCC diagnostic push

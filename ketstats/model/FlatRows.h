@@ -100,6 +100,16 @@ struct CFlatColumns
     }
 };
 
+// How rows follow a table.
+struct CFollowManner
+{
+    bool tellApart = false; // see CHashedContainerStat::tellRowsApart
+    // Nobody will ask for the flags of these rows, which are left as they are.
+    bool flagless = false;
+    // The source is what was followed last, if it lies there, and no other table that has its place now.
+    bool isSame = true;
+};
+
 // The rows of a table as plain records: what a CHashedContainerStat holds of them, without the nodes, in a
 // sixth of the memory. It follows another table, flat or not, as a CHashedContainerStat does, flag by flag, and
 // packs the same bytes; but nothing can be looked up by key, and there is nothing that a client could be given.
@@ -250,9 +260,23 @@ public:
     bool isApart(unsigned int id) const { return m_lastApart && id == m_limit; }
     std::uint64_t births() const { return m_births; }
 
-    // What CHashedContainerStat::doCompareAssign does but for its own flag; tells whether that goes up.
+    // What CHashedContainerStat::doCompareAssign does but for its own flag; tells whether that goes up. Nothing is
+    // done where nothing could change: neither flags nor values of rows that nothing was done to since the source was
+    // followed last.
     template <class Source>
-    bool follow(Source const & source, bool tellApart);
+    bool follow(Source const & source, CFollowManner const & manner);
+    // How many of the newest rows the last follow() looked at; all others stayed as they were.
+    unsigned int followed() const { return m_followed; }
+    // Has the next follow() not rely on the last one.
+    void forgetSource() { m_source = nullptr; }
+    // Whether these were the very rows of that table, and no others, when they followed it last.
+    bool isCopyOf(Table const & source) const { return m_source == &source; }
+    // Never the same for two states of rows, whichever table they are in.
+    std::uint64_t version() const { return m_version; }
+    unsigned int touchedSince(std::uint64_t since) const
+    {
+        return since == m_version ? 0 : since == m_versionBefore ? m_followed : m_count;
+    }
     // What CHashedContainerStat::doAssign does.
     template <class Source>
     void take(Source const & source);
@@ -275,11 +299,25 @@ public:
     static void assign(T & target, CRow const & source);
 
     // Calls `take` with the id, the key, whether it stands apart, the birth and the row itself of each row of a
-    // table, from the oldest to the newest.
+    // table, or so many of the newest, from the oldest to the newest.
     template <class Take>
-    static void forEach(Table const & table, Take && take);
+    static void forEach(Table const & table, Take && take)
+    {
+        forNewest(table, table.size(), take);
+    }
     template <class Take>
-    static void forEach(CFlatRows const & table, Take && take);
+    static void forEach(CFlatRows const & table, Take && take)
+    {
+        forNewest(table, table.size(), take);
+    }
+    template <class Take>
+    static void forNewestIds(Table const & table, unsigned int count, Take && take);
+    template <class Take>
+    static void forNewestIds(CFlatRows const & table, unsigned int count, Take && take);
+    template <class Take>
+    static void forNewest(Table const & table, unsigned int count, Take && take);
+    template <class Take>
+    static void forNewest(CFlatRows const & table, unsigned int count, Take && take);
 
     // How many rows a table ever had.
     static std::uint64_t birthsOf(Table const & table);
@@ -300,8 +338,20 @@ private:
 
     std::uint16_t * ids() const { return reinterpret_cast<std::uint16_t *>(m_rows + m_capacity); }
 
+    static constexpr std::uint64_t noVersion = ~std::uint64_t{0};
+    static std::uint64_t nextVersion();
+
+    struct CFollowed
+    {
+        bool changed;
+        bool isCopy; // row for row
+    };
     template <class Source>
-    void prepareFor(Source const & source);
+    unsigned int toBeFollowed(Source const & source) const;
+    template <class Source>
+    CFollowed followNewest(Source const & source, unsigned int count, CFollowManner const & manner);
+    template <class Source>
+    void prepareFor(Source const & source, unsigned int count);
     void reserve(unsigned int id);
     CRow & fresh(unsigned int id, Key const & key, bool apart);
     void remove(CRow & row) noexcept { row = CRow(); }
@@ -312,7 +362,7 @@ private:
     };
     CMatch rowFor(unsigned int id, Key const & key, bool apart, CFinder & finder);
     template <class Source>
-    static bool compareAssignRow(CRow & row, Source const & source);
+    static bool compareAssignRow(CRow & row, Source const & source, CFollowManner const & manner);
     template <class Source>
     static void assignRow(CRow & row, Source const & source);
     static void setChanged(CRow & row);
@@ -353,6 +403,12 @@ private:
         std::swap(m_capacity, other.m_capacity);
         std::swap(m_limit, other.m_limit);
         std::swap(m_lastApart, other.m_lastApart);
+        std::swap(m_flagged, other.m_flagged);
+        std::swap(m_source, other.m_source);
+        std::swap(m_sourceVersion, other.m_sourceVersion);
+        std::swap(m_version, other.m_version);
+        std::swap(m_versionBefore, other.m_versionBefore);
+        std::swap(m_followed, other.m_followed);
     }
 
     CRow * m_rows = nullptr;    // the start of the block
@@ -361,6 +417,13 @@ private:
     std::uint16_t m_capacity = 0;
     std::uint16_t m_limit = 0; // of the table, known once it followed another
     bool m_lastApart = false;
+    bool m_flagged = false; // some flag may be up
+    // What was followed last, row for row.
+    void const * m_source = nullptr;
+    std::uint64_t m_sourceVersion = 0;
+    std::uint64_t m_version = 0;
+    std::uint64_t m_versionBefore = noVersion; // of the last follow(), if all but what it looked at stayed
+    std::uint16_t m_followed = 0;
 };
 
 } // namespace KetStats

@@ -3,6 +3,8 @@
 #include "ketstats/model/FlatRows.h"
 #include "ketstats/model/HashedContainerStat.h"
 
+#include <atomic>
+
 namespace KetStats {
 
 // Finds rows by key while a table follows another, which is called for only where a row is new. It takes no
@@ -71,8 +73,9 @@ public:
     COrderKeeper(COrderKeeper const &) = delete;
     COrderKeeper & operator=(COrderKeeper const &) = delete;
 
+    // Tells how many rows weren't brought up to date.
     template <class Source>
-    void keep(Source const & source) noexcept
+    unsigned int keep(Source const & source, unsigned int newest) noexcept
     {
         std::uint16_t * const order = m_rows.ids();
         unsigned int count = 0;
@@ -81,7 +84,8 @@ public:
             if (row && !row->flag(seen))
                 order[count++] = order[place];
         }
-        forEach(source, [&](unsigned int id, auto const &, bool, std::uint64_t, auto const &) {
+        unsigned int const others = count;
+        forNewestIds(source, newest, [&](unsigned int id) {
             CRow * const row = m_rows.row(id);
             if (!row || !row->flag(seen))
                 return;
@@ -89,6 +93,7 @@ public:
             order[count++] = static_cast<std::uint16_t>(id);
         });
         m_rows.m_count = static_cast<std::uint16_t>(count);
+        return others;
     }
 
 private:
@@ -109,20 +114,45 @@ std::uint64_t CFlatRows<T>::birthsOf(Table const & table)
 
 template <class T>
 template <class Take>
-void CFlatRows<T>::forEach(Table const & table, Take && take)
+void CFlatRows<T>::forNewestIds(Table const & table, unsigned int count, Take && take)
 {
-    for (T const & row : table)
-        take(row.getId(), row.rowKey(), table.isApart(row.getId()), table.birthOf(row.getId()), row);
+    unsigned int id = table.getOldestId();
+    if (count < table.size()) {
+        id = 0;
+        for (; count != 0; --count)
+            id = table.m_links[id].older;
+    }
+    for (; id != 0; id = table.m_links[id].newer)
+        take(id);
 }
 
 template <class T>
 template <class Take>
-void CFlatRows<T>::forEach(CFlatRows const & table, Take && take)
+void CFlatRows<T>::forNewestIds(CFlatRows const & table, unsigned int count, Take && take)
 {
-    for (unsigned int const id : table.order()) {
+    for (unsigned int const id : table.order().last(count))
+        take(id);
+}
+
+template <class T>
+template <class Take>
+void CFlatRows<T>::forNewest(Table const & table, unsigned int count, Take && take)
+{
+    forNewestIds(table, count, [&](unsigned int id) {
+        Table::prefetchRow(table.child(table.m_links[id].newer));
+        T const & row = *table.child(id);
+        take(id, row.rowKey(), table.isApart(id), table.birthOf(id), row);
+    });
+}
+
+template <class T>
+template <class Take>
+void CFlatRows<T>::forNewest(CFlatRows const & table, unsigned int count, Take && take)
+{
+    forNewestIds(table, count, [&](unsigned int id) {
         CRow const & row = *table.row(id);
         take(id, row.rowKey(), table.isApart(id), std::uint64_t{row.birth}, row);
-    }
+    });
 }
 
 template <class T>
@@ -145,13 +175,11 @@ void CFlatRows<T>::reserve(unsigned int id)
 
 template <class T>
 template <class Source>
-void CFlatRows<T>::prepareFor(Source const & source)
+void CFlatRows<T>::prepareFor(Source const & source, unsigned int count)
 {
     m_limit = static_cast<std::uint16_t>(limitOf(source));
     unsigned int last = 0;
-    forEach(source, [&](unsigned int id, auto const &, bool, std::uint64_t, auto const &) {
-        last = std::max(last, id);
-    });
+    forNewestIds(source, count, [&](unsigned int id) { last = std::max(last, id); });
     reserve(last);
 }
 
@@ -192,39 +220,94 @@ typename CFlatRows<T>::CMatch CFlatRows<T>::rowFor(unsigned int id, Key const & 
 }
 
 template <class T>
-template <class Source>
-bool CFlatRows<T>::follow(Source const & source, bool tellApart)
+std::uint64_t CFlatRows<T>::nextVersion()
 {
-    prepareFor(source);
+    static std::atomic<std::uint64_t> last{0};
+    return last.fetch_add(1, std::memory_order_relaxed) + 1;
+}
+
+// How many of the newest rows of the source there is something to do with; these rows were a copy of it.
+template <class T>
+template <class Source>
+unsigned int CFlatRows<T>::toBeFollowed(Source const & source) const
+{
+    unsigned int const count = source.touchedSince(m_sourceVersion);
+    if (count >= source.size())
+        return source.size();
+    // Rows that are gone there stand first, in an order of their own.
+    unsigned int known = 0;
+    forNewestIds(source, count, [&](unsigned int id) { known += row(id) ? 1 : 0; });
+    return m_count - known == source.size() - count ? count : source.size();
+}
+
+template <class T>
+template <class Source>
+bool CFlatRows<T>::follow(Source const & source, CFollowManner const & manner)
+{
+    bool const isKnown = manner.isSame && m_source == &source && (manner.flagless || !m_flagged);
+    unsigned int const count = isKnown ? toBeFollowed(source) : source.size();
+    if (isKnown && count == 0 && m_count == source.size())
+        return false;
+    std::uint64_t const before = std::exchange(m_version, nextVersion());
+    // Unless all goes well.
+    m_source = nullptr;
+    m_flagged = true;
+    m_versionBefore = noVersion;
+    CFollowManner known = manner;
+    known.isSame = isKnown;
+    auto const [changed, isCopy] = followNewest(source, count, known);
+    m_flagged = changed;
+    m_followed = static_cast<std::uint16_t>(count);
+    // Rows that the source hasn't keep their flags, and those that share one there differ for ever.
+    if (isCopy) {
+        m_source = &source;
+        m_sourceVersion = source.version();
+        m_versionBefore = before;
+    }
+    return changed;
+}
+
+// What was brought up to date stands behind what wasn't, so that all is in the order of the source where nothing is
+// gone there.
+template <class T>
+template <class Source>
+typename CFlatRows<T>::CFollowed CFlatRows<T>::followNewest(Source const & source, unsigned int count,
+                                                            CFollowManner const & manner)
+{
+    prepareFor(source, count);
     bool changed = false;
     bool following = false;
     CFinder finder(*this, source.size());
     COrderKeeper keeper(*this);
     try {
-        forEach(source,
-                [&](unsigned int id, Key const & key, bool apart, std::uint64_t birth, auto const & values) {
-                    auto const [row, isNew] = rowFor(id, key, apart, finder);
-                    row.setFlag(seen, true);
-                    if constexpr (requires(T & node) { node.beginAnew(); })
-                        if (tellApart && row.birth != birth)
-                            beginAnew(row);
-                    row.setBirth(birth);
-                    m_births = std::max(m_births, birthsOf(source));
-                    following = following || isNew;
-                    if (compareAssignRow(row, values)) {
-                        changed = true;
-                        following = true;
-                    } else if (following) {
+        forNewest(
+            source, count,
+            [&](unsigned int id, Key const & key, bool apart, std::uint64_t birth, auto const & values) {
+                auto const [row, isNew] = rowFor(id, key, apart, finder);
+                row.setFlag(seen, true);
+                CFollowManner const below{.flagless = manner.flagless,
+                                          .isSame = manner.isSame && !isNew && row.birth == birth};
+                if constexpr (requires(T & node) { node.beginAnew(); })
+                    if (manner.tellApart && row.birth != birth)
+                        beginAnew(row);
+                row.setBirth(birth);
+                m_births = std::max(m_births, birthsOf(source));
+                following = following || isNew;
+                if (compareAssignRow(row, values, below)) {
+                    changed = true;
+                    following = true;
+                } else if (following) {
+                    if (!manner.flagless)
                         setChanged(row);
-                        changed = true;
-                    }
-                });
+                    changed = true;
+                }
+            });
     } catch (...) {
-        keeper.keep(source);
+        keeper.keep(source, count);
         throw;
     }
-    keeper.keep(source);
-    return changed;
+    unsigned int const others = keeper.keep(source, count);
+    return {changed, m_count == source.size() && others == source.size() - count};
 }
 
 template <class T>
@@ -232,7 +315,8 @@ template <class Source>
 void CFlatRows<T>::take(Source const & source)
 {
     clear();
-    prepareFor(source);
+    m_flagged = true;
+    prepareFor(source, source.size());
     forEach(source,
             [&](unsigned int id, Key const & key, bool apart, std::uint64_t birth, auto const & values) {
                 CRow & row = fresh(id, key, apart);
@@ -250,13 +334,18 @@ void CFlatRows<T>::clear() noexcept
         remove(m_rows[id - 1]);
     m_count = 0;
     m_lastApart = false;
+    m_flagged = false;
+    m_source = nullptr;
+    m_version = nextVersion();
+    m_versionBefore = noVersion;
+    m_followed = 0;
 }
 
 // ---- one row ----
 
 template <class T>
 template <class Source>
-bool CFlatRows<T>::compareAssignRow(CRow & row, Source const & source)
+bool CFlatRows<T>::compareAssignRow(CRow & row, Source const & source, CFollowManner const & manner)
 {
     bool any = false;
     std::size_t offset = 0;
@@ -277,12 +366,15 @@ bool CFlatRows<T>::compareAssignRow(CRow & row, Source const & source)
                     own = text;
             } else {
                 // The flag of a table stays up until it is packed.
-                differs = row.template part<Id>().follow(partAt<Id>(source, column), false) || row.flag(Id);
+                differs = row.template part<Id>().follow(partAt<Id>(source, column), manner) ||
+                          (!manner.flagless && row.flag(Id));
             }
-            row.setFlag(Id, differs);
+            if (!manner.flagless)
+                row.setFlag(Id, differs);
             any = any || differs;
         });
-    row.setFlag(ownFlag, any);
+    if (!manner.flagless)
+        row.setFlag(ownFlag, any);
     return any;
 }
 
@@ -323,6 +415,7 @@ void CFlatRows<T>::setChanged(CRow & row)
 template <class T>
 void CFlatRows<T>::setChanged()
 {
+    m_flagged = true;
     for (unsigned int const id : order())
         setChanged(m_rows[id - 1]);
 }
@@ -375,6 +468,8 @@ void CFlatRows<T>::pack(ktools::CMemoryBuffer & buffer, bool onlyChanged)
             row.setFlag(ownFlag, false);
     }
     write(0);
+    if (onlyChanged)
+        m_flagged = false;
 }
 
 // ---- nodes ----

@@ -2,6 +2,8 @@
 
 #include "ketstats/model/RowCounts.h"
 
+#include <atomic>
+
 namespace KetStats {
 
 void CBaseHashedContainerStat::refuseLimit()
@@ -11,7 +13,7 @@ void CBaseHashedContainerStat::refuseLimit()
 
 CRowLink * CBaseHashedContainerStat::noLinks()
 {
-    static CRowLink link{0, 0};
+    static CRowLink link{};
     return &link;
 }
 
@@ -21,8 +23,35 @@ bool CBaseHashedContainerStat::isFull() const
     return noIndexLeft && freeIdx == limit;
 }
 
+std::uint64_t CBaseHashedContainerStat::firstVersion()
+{
+    static std::atomic<std::uint64_t> tables{0};
+    return (tables.fetch_add(1, std::memory_order_relaxed) + 1) << 32;
+}
+
+unsigned int CBaseHashedContainerStat::touchedSince(std::uint64_t since) const
+{
+    // Of versions further apart than that the low bits don't tell which is the later one.
+    constexpr std::uint64_t farthest = std::uint64_t{1} << 31;
+    if (m_lent || m_touchedInPlace > since || m_version - since >= farthest)
+        return m_rowCount;
+    if (m_version == since)
+        return 0;
+    unsigned int count = 0;
+    for (unsigned int rowId = getNewestId(); rowId != 0; rowId = m_links[rowId].older) {
+        auto const later =
+            static_cast<std::int32_t>(m_links[rowId].touched - static_cast<std::uint32_t>(since));
+        // The newest row may have been renewed since it came there.
+        if (count != 0 && later <= 0)
+            break;
+        ++count;
+    }
+    return count;
+}
+
 void CBaseHashedContainerStat::addLost(CLedger const & counts)
 {
+    touch();
     add(m_ledger, counts);
 }
 

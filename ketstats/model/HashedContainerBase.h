@@ -44,6 +44,8 @@ public:
     // The number of rows, and the most there can be, a summary row included.
     unsigned int size() const { return m_rowCount; }
     unsigned int getLimit() const { return limit; }
+    // How many rows it has memory for.
+    unsigned int mostRows() const { return m_capacity; }
     bool isFull() const;
     // The index for a new row; `limit` if there is none. It is the one that the last deletion gave up, or else
     // the number of rows, whether or not a row stands there.
@@ -70,6 +72,16 @@ public:
     void addLost(CLedger const & counts);
     // How often the table was reset: rows, ids and ledger of different times have nothing in common.
     unsigned int resets() const { return m_resets; }
+
+    // Goes up with everything that changes the rows, their order or the ledger. So nothing did between two looks that
+    // found the same version of a table, unless somebody holds its rows and may have changed them in place. No other
+    // table had these versions, so that they tell one from another that lies in its place.
+    std::uint64_t version() const { return m_version; }
+    bool isLent() const { return m_lent; }
+
+    // How many of the newest rows may have changed since that version, at which nobody held rows: all others are as
+    // they were, and stand before them in the same order.
+    unsigned int touchedSince(std::uint64_t since) const;
 
     // Whether a copy takes a row that went and came back at its source for another one, whose own tables begin
     // anew. Off at first: rows that such a table had stay.
@@ -102,6 +114,11 @@ protected:
         return rowId != 0 && rowId <= m_capacity ? m_rows[rowId] : nullptr;
     }
 
+    static std::uint64_t firstVersion();
+    void touch() { ++m_version; }
+    // For a row that changes and stays at its place in the order.
+    void touchInPlace() { m_touchedInPlace = ++m_version; }
+
     // Makes the row of that id the newest.
     void renewId(unsigned int rowId)
     {
@@ -129,11 +146,15 @@ protected:
     CBaseStat * summaryRow = nullptr;
     CLedger m_ledger;
     std::uint64_t m_births = 0; // rows that the table ever had
+    std::uint64_t m_version;
+    std::uint64_t m_touchedInPlace = 0; // the last version that began so
+    std::uint64_t m_versionEmpty;       // in which it was as it was built
     unsigned int m_resets = 0;
     bool orderTesting = false;
     bool m_lastApart = false; // the row of the last id stands apart; see CHashedContainerStat
     bool m_tellsApart = false;
-    bool m_lent = false; // somebody may have changed the key of a row in place
+    bool m_flagless = false; // see layFlat
+    bool m_lent = false;     // somebody may have changed a row in place, its key too
 
 private:
     // The update order of a table without memory, which nobody writes.
@@ -151,8 +172,10 @@ inline void CBaseHashedContainerStat::unlink(unsigned int rowId)
 inline void CBaseHashedContainerStat::linkAsNewest(unsigned int rowId)
 {
     std::uint16_t const second = m_links[0].older;
-    m_links[rowId] = {second, 0};
+    m_links[rowId] = {second, 0, static_cast<std::uint32_t>(m_version)};
     m_links[second].newer = static_cast<std::uint16_t>(rowId);
+    // It may have been renewed ever since it came there, up to the version before.
+    m_links[second].touched = static_cast<std::uint32_t>(m_version - 1);
     m_links[0].older = static_cast<std::uint16_t>(rowId);
 }
 

@@ -79,6 +79,8 @@ public:
     T * renewed(K const & key)
     {
         unsigned int const rowId = m_index.find(CKeyBits<K>(key));
+        touch();
+        m_lent = true;
         if (rowId == 0)
             return create(key);
         renewId(rowId);
@@ -86,19 +88,26 @@ public:
     }
     // The same two for whoever must go on counting: where there is no memory for one row more, the oldest row
     // makes way for it, as in a full table. Null only if there is none; then addLost keeps the counts.
-    T * counted(K const & key)
+    // The row is to be counted in at once: what is done to it once the table was sampled isn't seen.
+    T * counted(CKeyBits<K> const & key)
     {
-        unsigned int const rowId = m_index.find(CKeyBits<K>(key));
-        return rowId != 0 ? child(rowId) : createInNeed(key);
+        unsigned int const rowId = m_index.find(key);
+        touchInPlace();
+        if (rowId == 0) [[unlikely]]
+            return createInNeed(key.key());
+        return static_cast<T *>(m_rows[rowId]);
     }
-    T * countedRenewed(K const & key)
+    T * countedRenewed(CKeyBits<K> const & key)
     {
-        unsigned int const rowId = m_index.find(CKeyBits<K>(key));
-        if (rowId == 0)
-            return createInNeed(key);
+        unsigned int const rowId = m_index.find(key);
+        touch();
+        if (rowId == 0) [[unlikely]]
+            return createInNeed(key.key());
         renewId(rowId);
-        return child(rowId);
+        return static_cast<T *>(m_rows[rowId]);
     }
+    T * counted(K const & key) { return counted(CKeyBits<K>(key)); }
+    T * countedRenewed(K const & key) { return countedRenewed(CKeyBits<K>(key)); }
     // The row that shows that key, null if there is none. A row that was changed in place is found by its new
     // key, at the cost of a look at all rows for a key that is absent. The form of a const table changes
     // nothing, so that many threads can ask a table that is held still.
@@ -114,12 +123,21 @@ public:
     template <class Row = T>
     requires std::is_same_v<Row, CARPStat> Row * createIfNew(K const & key, CMACAddrPacked const & address)
     {
+        m_lent = true;
         return createBinding(key, address);
     }
     template <class Row = T>
     requires std::is_same_v<Row, CARPStat> Row * createIfNew(K const & key, CMACAddr const & address)
     {
+        m_lent = true;
         return createBinding(key, CMACAddrPacked(address));
+    }
+    // The same for whoever only wants it to be there. False if there is no room.
+    template <class Row = T>
+    requires std::is_same_v<Row, CARPStat>
+    bool learn(K const & key, CMACAddrPacked const & address)
+    {
+        return createBinding(key, address) != nullptr;
     }
 
     // Makes the summary row, with the id `limit`, as the newest. Whoever uses one keeps it away from the old
@@ -136,7 +154,11 @@ public:
     // Deletes the oldest row, if there is one.
     void deleteOldest();
     // Makes the row the newest.
-    void renew(T * row) { renewId(row->getId()); }
+    void renew(T * row)
+    {
+        touch();
+        renewId(row->getId());
+    }
 
     T * getOldest() { return getChildById(getOldestId()); }
     T const * getOldest() const { return child(getOldestId()); }
@@ -202,10 +224,17 @@ public:
         return childOf(rowId) ? m_index.birthOf(rowId) : 0;
     }
 
+    // For a table within a row that is made another one: as it was when it was built, but for its memory.
+    void makeEmpty();
+
     // What was kept of the tables within the rows that this table gave up: their rows and their ledgers.
     typename CGivenUpTables<T>::Type const & givenUpTables() const { return m_givenUpTables; }
     // For what would have been counted in the tables of a row that couldn't be had.
-    typename CGivenUpTables<T>::Type & lostTables() { return m_givenUpTables; }
+    typename CGivenUpTables<T>::Type & lostTables()
+    {
+        touch();
+        return m_givenUpTables;
+    }
 
     // What a table of that limit takes at most, beside itself and what its rows take on their own.
     static constexpr std::size_t largestMemory(unsigned int theLimit)
@@ -215,8 +244,8 @@ public:
 
     // For the trees of snapshots. A table without rows that lies flat holds what it copies as CFlatRows, and has
     // no row to show: assign, compareAssign and reset it, pack it, use it as their source, and nothing else.
-    // unfold() gives it the rows as nodes, for good.
-    void layFlat();
+    // unfold() gives it the rows as nodes, for good. `flagless` if nobody will ask which of its rows changed.
+    void layFlat(bool flagless = false);
     void unfold();
     FlatRows * flat() { return m_flat; }
     FlatRows const * flat() const { return m_flat; }
@@ -277,7 +306,18 @@ private:
     void enter(T * row, K const & key, bool apart);
     void moveRow(unsigned int from, unsigned int to);
     void giveUp(unsigned int rowId);
+    void keepCounts(T const & row);
     void removeRow(unsigned int rowId);
+    // The row's places in index and order, which a row that stays there leaves and takes again.
+    void takeOut(unsigned int rowId);
+    void bringIn(unsigned int rowId, K const & key, bool apart);
+
+    // A row that is made again keeps tables for so many rows, which are soon filled again.
+    static constexpr unsigned int mostRowsKept = 15;
+    T * reuseOldest(K const & key);
+    static bool isLight(T const & row);
+    static void makeNew(T & row, K const & key);
+    static void prefetchRow(T const * row);
     void destroyRows();
     CMatch rowFor(unsigned int rowId, K const & key, bool apart);
     CMatch copyOf(unsigned int rowId, K const & key, bool apart, std::uint64_t birth, std::uint64_t births);

@@ -4,6 +4,7 @@
 #include "ketstats/model/HashedContainerStat.h"
 #include "ketstats/model/RowCounts.h"
 #include "ketstats/platform/DebugBreak.h"
+#include "ketstats/platform/Prefetch.h"
 
 namespace KetStats {
 
@@ -86,6 +87,8 @@ T * CHashedContainerStat<T, K, H>::create(K const & key)
 {
     unsigned int index = vacantIndex();
     if (index == limit) {
+        if (T * const row = reuseOldest(key))
+            return row;
         deleteOldest();
         // The handler may have made the row.
         if (unsigned int const rowId = m_index.find(CKeyBits<K>(key)))
@@ -179,18 +182,25 @@ template <class T, class K, class H>
 void CHashedContainerStat<T, K, H>::enter(T * row, K const & key, bool apart)
 {
     unsigned int const rowId = row->getId();
+    touch();
     if (childOf(rowId))
         giveUp(rowId);
     m_rows[rowId] = row;
+    bringIn(rowId, key, apart);
+    ++m_rowCount;
+    if (freeIdx == rowId - 1)
+        freeIdx = limit;
+}
+
+template <class T, class K, class H>
+void CHashedContainerStat<T, K, H>::bringIn(unsigned int rowId, K const & key, bool apart)
+{
     m_index.setBirth(rowId, ++m_births);
     if (rowId == limit)
         m_lastApart = apart;
     if (!apart)
         m_index.file(rowId, CKeyBits<K>(key));
     linkAsNewest(rowId);
-    ++m_rowCount;
-    if (freeIdx == rowId - 1)
-        freeIdx = limit;
 }
 
 // Gives a row that is filed another id, one that is vacant, as the newest.
@@ -198,6 +208,7 @@ template <class T, class K, class H>
 void CHashedContainerStat<T, K, H>::moveRow(unsigned int from, unsigned int to)
 {
     makeRoom(to);
+    touch();
     T * const row = child(from);
     CKeyBits<K> const key = m_index.keyOf(from);
     m_index.unfile(from);
@@ -218,27 +229,107 @@ void CHashedContainerStat<T, K, H>::moveRow(unsigned int from, unsigned int to)
 template <class T, class K, class H>
 void CHashedContainerStat<T, K, H>::giveUp(unsigned int rowId)
 {
-    T const & row = *child(rowId);
+    keepCounts(*child(rowId));
+    removeRow(rowId);
+}
+
+template <class T, class K, class H>
+void CHashedContainerStat<T, K, H>::keepCounts(T const & row)
+{
     ++m_ledger.rows;
     addCounts(m_ledger, row);
     if constexpr (requires { row.giveUpTables(m_givenUpTables); })
         row.giveUpTables(m_givenUpTables);
-    removeRow(rowId);
 }
 
 template <class T, class K, class H>
 void CHashedContainerStat<T, K, H>::removeRow(unsigned int rowId)
 {
     T * const row = child(rowId);
-    if (row == summaryRow)
-        summaryRow = nullptr;
-    if (!isApart(rowId))
-        m_index.unfile(rowId);
-    unlink(rowId);
+    takeOut(rowId);
     m_rows[rowId] = nullptr;
     --m_rowCount;
     row->T::~T();
     m_store.give(row);
+}
+
+template <class T, class K, class H>
+void CHashedContainerStat<T, K, H>::takeOut(unsigned int rowId)
+{
+    touch();
+    if (child(rowId) == summaryRow)
+        summaryRow = nullptr;
+    if (!isApart(rowId))
+        m_index.unfile(rowId);
+    unlink(rowId);
+}
+
+// Makes the oldest row that of another key: what giving it up and building the other one in its place comes to, at
+// a fraction of the cost. Null where there is somebody to notice, or where the row has taken much memory.
+template <class T, class K, class H>
+T * CHashedContainerStat<T, K, H>::reuseOldest(K const & key)
+{
+    unsigned int const rowId = getOldestId();
+    if (rowId == 0 || deleteHandler || m_lent || !isLight(*child(rowId)))
+        return nullptr;
+    T & row = *child(rowId);
+    keepCounts(row);
+    takeOut(rowId);
+    makeNew(row, key);
+    bringIn(rowId, key, false);
+    // Where one had to go another one soon will.
+    prefetchRow(child(getOldestId()));
+    return &row;
+}
+
+template <class T, class K, class H>
+void CHashedContainerStat<T, K, H>::prefetchRow(T const * row)
+{
+    platform::prefetch(row, sizeof(T));
+}
+
+template <class T, class K, class H>
+bool CHashedContainerStat<T, K, H>::isLight(T const & row)
+{
+    bool isLight = true;
+    T::forEachColumn([&]<class Node>(auto, Node T::*column) {
+        if constexpr (std::is_base_of_v<CBaseHashedContainerStat, Node>)
+            isLight = isLight && (row.*column).mostRows() <= mostRowsKept;
+    });
+    return isLight;
+}
+
+template <class T, class K, class H>
+void CHashedContainerStat<T, K, H>::makeEmpty()
+{
+    deleteHandler = nullptr;
+    dumpOrderHandler = nullptr;
+    orderTesting = false;
+    m_tellsApart = false;
+    if (m_version == m_versionEmpty && !m_lent)
+        return;
+    doReset();
+    m_births = 0;
+    m_resets = 0;
+    m_versionEmpty = m_version;
+}
+
+// The state of a row that was just built.
+template <class T, class K, class H>
+void CHashedContainerStat<T, K, H>::makeNew(T & row, K const & key)
+{
+    T::forEachColumn([&]<class Node>(auto, Node T::*column) {
+        Node & node = row.*column;
+        if constexpr (std::is_base_of_v<CBaseHashedContainerStat, Node>)
+            node.makeEmpty();
+        else if constexpr (std::is_same_v<Node, CStringStat>)
+            static_cast<std::string &>(node).clear();
+        else
+            node = typename Node::Value();
+        node.markChanged();
+    });
+    row.takeKey(key);
+    row.markChanged();
 }
 
 template <class T, class K, class H>
@@ -294,11 +385,12 @@ void CHashedContainerStat<T, K, H>::DumpOrder(bool flag) const
 template <class T, class K, class H>
 void CHashedContainerStat<T, K, H>::doReset()
 {
+    touch();
     if (m_flat)
         m_flat->clear();
     destroyRows();
     if (m_capacity != 0)
-        m_links[0] = {0, 0};
+        m_links[0] = {};
     m_index.clear();
     freeIdx = limit;
     summaryRow = nullptr;
@@ -391,6 +483,7 @@ private:
 template <class T, class K, class H>
 void CHashedContainerStat<T, K, H>::doUnpackValue(ktools::CMemoryBuffer & buffer)
 {
+    touchInPlace();
     auto const refuse = [](int line) {
         ktools::raise<ktools::CMemoryBuffer::CException>(2, "StatTypes", line);
     };
@@ -462,6 +555,7 @@ template <class T, class K, class H>
 template <class Source>
 void CHashedContainerStat<T, K, H>::followRows(Source const & theirs)
 {
+    touchInPlace();
     bool following = false;
     FlatRows::forEach(
         theirs, [&](unsigned int rowId, K const & key, bool apart, std::uint64_t birth, auto const & source) {
@@ -488,10 +582,11 @@ bool CHashedContainerStat<T, K, H>::doCompareAssign(CBaseStat const & other)
 {
     auto const & theirs = static_cast<CHashedContainerStat const &>(other);
     expectLimitOf(theirs);
-    bool const tells = m_tellsApart;
+    touchInPlace(); // whoever copies this one has to look
+    CFollowManner const manner{.tellApart = m_tellsApart, .flagless = m_flagless};
     if (!m_flat)
         theirs.m_flat ? followRows(*theirs.m_flat) : followRows(theirs);
-    else if (theirs.m_flat ? m_flat->follow(*theirs.m_flat, tells) : m_flat->follow(theirs, tells))
+    else if (theirs.m_flat ? m_flat->follow(*theirs.m_flat, manner) : m_flat->follow(theirs, manner))
         changed = true;
     return changed;
 }
@@ -499,10 +594,11 @@ bool CHashedContainerStat<T, K, H>::doCompareAssign(CBaseStat const & other)
 // ---- rows that lie flat ----
 
 template <class T, class K, class H>
-void CHashedContainerStat<T, K, H>::layFlat()
+void CHashedContainerStat<T, K, H>::layFlat(bool flagless)
 {
     if (!m_flat && m_rowCount == 0)
         m_flat = new FlatRows;
+    m_flagless = flagless;
 }
 
 template <class T, class K, class H>
@@ -528,7 +624,7 @@ void CHashedContainerStat<T, K, H>::unfoldFrom(FlatRows const & rows)
     } catch (...) {
         destroyRows();
         if (m_capacity != 0)
-            m_links[0] = {0, 0};
+            m_links[0] = {};
         m_index.clear();
         throw;
     }

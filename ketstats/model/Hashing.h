@@ -166,6 +166,26 @@ struct CKeyBits
         }
     }
 
+    // From numbers that were put together so already. The second is of keys of twelve bytes.
+    explicit CKeyBits(std::uint64_t bits) requires(sizeof(K) != 12) : low(bits) {}
+    CKeyBits(std::uint64_t first, std::uint64_t second) requires(sizeof(K) == 12) : low(first), high(second)
+    {}
+
+    std::uint64_t number() const requires(sizeof(K) != 12) { return low; }
+    // The key as it lies.
+    K key() const
+    {
+        K result;
+        auto * const bytes = reinterpret_cast<unsigned char *>(&result);
+        if constexpr (sizeof(K) == 12) {
+            std::memcpy(bytes, &low, 6);
+            std::memcpy(bytes + 6, &high, 6);
+        } else {
+            std::memcpy(bytes, &low, sizeof(K));
+        }
+        return result;
+    }
+
     bool operator==(CKeyBits const & other) const
     {
         if constexpr (sizeof(K) == 12)

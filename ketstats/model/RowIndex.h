@@ -15,12 +15,14 @@ class CBaseStat;
 // What the free store takes for itself, for each of its blocks.
 inline constexpr std::size_t allocationBytes = 16;
 
-// Where each row of a table stands in its update order, by row id. The end of the list both ways is 0, which
-// is no row's id: the list is a ring through that entry.
+// Where each row of a table stands in its update order, by row id, and the version of the table in which it came
+// there, or its low bits. The end of the list both ways is 0, which is no row's id: the list is a ring through that
+// entry.
 struct CRowLink
 {
     std::uint16_t older;
     std::uint16_t newer;
+    std::uint32_t touched;
 };
 
 // What a table knows of its rows beside the rows: their keys, addresses, and places in the update order. All of
@@ -29,7 +31,7 @@ struct CRowLink
 //     entries   (capacity + 1) * CEntry      key, next id of the bucket, number of the row
 //     rows      (capacity + 1) * pointer     null for an id without a row
 //     heads     buckets * 2                  first id of each bucket, 0 for none
-//     links     (capacity + 1) * 4           entry 0 is both ends of the update order
+//     links     (capacity + 1) * 8           entry 0 is both ends of the update order
 //
 // A row is filed under a key, and is found by that key, or isn't filed and is found by its id alone. A table
 // without a row has no block. grow() throws std::bad_alloc with nothing changed; nothing else throws.
@@ -107,7 +109,7 @@ public:
             std::memcpy(newRows, rows, sizeof *rows * used);
             std::memcpy(newLinks, links, sizeof *links * used);
         } else {
-            newLinks[0] = {0, 0};
+            newLinks[0] = {};
         }
         std::memset(static_cast<void *>(entries + used), 0, sizeof(CEntry) * (places - used));
         std::memset(newRows + used, 0, sizeof *rows * (places - used));

@@ -4,6 +4,7 @@
 #include "ketstats/snapshot/StatSnapshot.h"
 
 #include <algorithm>
+#include <span>
 #include <type_traits>
 
 // A sample is the live tree less the base, for the selected groups. The live tree is never reset for a
@@ -61,18 +62,35 @@ void addZero(CLedger & sum, typename CTableZero<T>::CRow const & base)
 //
 // With `apart` a base row is taken off the very row that it is a copy of and no other, and once.
 //
-// Yields what no row of the sample shows of what was counted since the zero point. That is what the table gave
-// up since, less what those rows had counted before: the base has all of it, but for the rows still there.
+// Into `ledger` goes what no row of the sample shows of what was counted since the zero point. That is what the table
+// gave up since, less what those rows had counted before: the base has all of it, but for the rows still there.
+//
+// Of a table that is the same as it was, so is all of this. But rows of the sample that are gone are less each
+// time.
 template <class T, class K, class H>
-CLedger sampleRows(CHashedContainerStat<T, K, H> & sample, CTableZero<T> & zero,
-                   CHashedContainerStat<T, K, H> const & live, bool apart)
+void sampleRows(CHashedContainerStat<T, K, H> & sample, CTableZero<T> & zero,
+                CHashedContainerStat<T, K, H> const & live, bool apart, CLedger & ledger)
 {
+    if (zero.sampled.isOf(live))
+        return;
+    // Of another zero point other counts were taken off, which have to be had again.
+    if (!zero.sampled.isKnown())
+        sample.flat()->forgetSource();
+    zero.sampled.forget();
     sample.compareAssign(live);
+    std::span<std::uint16_t const> const order = sample.flat()->order();
+    std::size_t const unchanged =
+        sample.flat()->isCopyOf(live) ? order.size() - sample.flat()->followed() : 0;
     CLedger stillThere;
-    for (unsigned int const rowId : sample.flat()->order()) {
+    for (std::size_t place = 0; place < order.size(); ++place) {
+        unsigned int const rowId = order[place];
         auto * const baseRow = zero.row(rowId);
         if (!baseRow)
             continue;
+        if (place < unchanged) {
+            addZero<T>(stillThere, *baseRow);
+            continue;
+        }
         bool const isLive = live.getChildById(rowId) != nullptr;
         if (apart && !isLive)
             continue;
@@ -88,13 +106,14 @@ CLedger sampleRows(CHashedContainerStat<T, K, H> & sample, CTableZero<T> & zero,
             addZero<T>(stillThere, *baseRow);
     }
 
-    CLedger result = live.ledger();
+    ledger = live.ledger();
     // What stood before a reset says nothing about what came after it.
     if (zero.isOf(live)) {
-        subtract(result, zero.ledger());
-        add(result, stillThere);
+        subtract(ledger, zero.ledger());
+        add(ledger, stillThere);
     }
-    return result;
+    if (sample.flat()->isCopyOf(live))
+        zero.sampled.set(live);
 }
 
 } // namespace
@@ -122,6 +141,7 @@ void CTableZero<T>::take(typename T::Container const & live)
         if (base.counted)
             addCounts(all, row);
     }
+    sampled.forget();
     m_rows.swap(rows);
     m_ledger = all;
     m_resets = live.resets();
@@ -131,6 +151,7 @@ void CTableZero<T>::take(typename T::Container const & live)
 template <class T>
 void CTableZero<T>::clear()
 {
+    sampled.forget();
     m_rows = {};
     m_ledger = {};
     m_taken = false;
@@ -250,7 +271,9 @@ void CStatSnapshot::calculateFrameTables(CAgentStatistic const & live)
 
 void CStatSnapshot::calculateNetworkStationsStats(CAgentStatistic const & live)
 {
-    m_ledgers.stations = sampleRows(m_sample.stations, m_zero.stations, live.stations, m_tellRowsApart);
+    if (m_zero.stations.sampled.isOf(live.stations))
+        return;
+    sampleRows(m_sample.stations, m_zero.stations, live.stations, m_tellRowsApart, m_ledgers.stations);
     CLedgers const all = live.ledgers();
     m_ledgers.stationTcpPorts = all.stationTcpPorts;
     m_ledgers.stationUdpPorts = all.stationUdpPorts;
@@ -258,19 +281,19 @@ void CStatSnapshot::calculateNetworkStationsStats(CAgentStatistic const & live)
 
 void CStatSnapshot::calculateNetworkProtocolsStats(CAgentStatistic const & live)
 {
-    m_ledgers.protocols = sampleRows(m_sample.protocols, m_zero.protocols, live.protocols, m_tellRowsApart);
+    sampleRows(m_sample.protocols, m_zero.protocols, live.protocols, m_tellRowsApart, m_ledgers.protocols);
 }
 
 void CStatSnapshot::calculateMACConnectionsStats(CAgentStatistic const & live)
 {
-    m_ledgers.macConnections =
-        sampleRows(m_sample.macConnections, m_zero.macConnections, live.macConnections, m_tellRowsApart);
+    sampleRows(m_sample.macConnections, m_zero.macConnections, live.macConnections, m_tellRowsApart,
+               m_ledgers.macConnections);
 }
 
 void CStatSnapshot::calculateIPConnectionsStats(CAgentStatistic const & live)
 {
-    m_ledgers.ipConnections =
-        sampleRows(m_sample.ipConnections, m_zero.ipConnections, live.ipConnections, m_tellRowsApart);
+    sampleRows(m_sample.ipConnections, m_zero.ipConnections, live.ipConnections, m_tellRowsApart,
+               m_ledgers.ipConnections);
 }
 
 // The three groups below have no base: they show what the live tree holds.
@@ -278,8 +301,12 @@ void CStatSnapshot::calculateIPConnectionsStats(CAgentStatistic const & live)
 // Its flag goes up at every sample.
 void CStatSnapshot::calculateARPTableStats(CAgentStatistic const & live)
 {
-    m_sample.arpTable.assign(live.arpTable);
     m_ledgers.arpTable = live.arpTable.ledger();
+    if (m_sampledBindings.isOf(live.arpTable))
+        return m_sample.arpTable.markChanged();
+    m_sampledBindings.forget();
+    m_sample.arpTable.assign(live.arpTable);
+    m_sampledBindings.set(live.arpTable);
 }
 
 void CStatSnapshot::calculateIPSubProtocolStats(CAgentStatistic const & live)

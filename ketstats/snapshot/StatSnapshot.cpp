@@ -28,8 +28,8 @@ CStatSnapshot::CStatSnapshot(CTableLimits const & theLimits)
       m_base(theLimits)
 {
     removeAllOids();
-    for (CAgentStatistic * const tree : {&m_visible, &m_sample})
-        forEachTable(*tree, [](auto & table) { table.layFlat(); });
+    forEachTable(m_visible, [](auto & table) { table.layFlat(); });
+    forEachTable(m_sample, [](auto & table) { table.layFlat(true); });
 }
 
 CStatSnapshot::~CStatSnapshot()
@@ -40,7 +40,9 @@ CStatSnapshot::~CStatSnapshot()
 
 std::size_t CStatSnapshot::largestMemory(CTableLimits const & limits, std::bitset<12> const & groups)
 {
-    std::size_t const fixed = sizeof(CStatSnapshot) + 1024; // with the nodes of the selection
+    // With the nodes of the selection, and what two trees of eight tables that lie flat have without rows.
+    std::size_t const fixed =
+        sizeof(CStatSnapshot) + 1024 + 2 * 8 * (sizeof(CFlatRows<CStationStat>) + allocationBytes);
     std::size_t zero = 0;
     std::size_t tree = 0;
     if (groups[5]) {
@@ -160,8 +162,18 @@ void CStatSnapshot::initSnapshot(CAgentStatistic const & live)
 void CStatSnapshot::tellRowsApart(bool on)
 {
     m_tellRowsApart = on;
+    forgetSamples();
     m_sample.stations.tellRowsApart(on);
     m_visible.stations.tellRowsApart(on);
+}
+
+void CStatSnapshot::forgetSamples()
+{
+    m_zero.stations.sampled.forget();
+    m_zero.protocols.sampled.forget();
+    m_zero.macConnections.sampled.forget();
+    m_zero.ipConnections.sampled.forget();
+    m_sampledBindings.forget();
 }
 
 CLedgers CStatSnapshot::getGivenUp() const

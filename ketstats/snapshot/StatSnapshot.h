@@ -124,7 +124,11 @@ public:
     // rows are told apart and the live tree isn't reset. The other tables count from the last reset on, and so
     // do their ledgers.
     CLedgers const & getLedgers() const { return m_ledgers; }
-    void setLedgers(CLedgers const & ledgers) { m_ledgers = ledgers; }
+    void setLedgers(CLedgers const & ledgers)
+    {
+        m_ledgers = ledgers;
+        forgetSamples();
+    }
     // What of it no row shows: a receiver's row of the others has a part of "IP traffic" already.
     CLedgers getGivenUp() const;
 
@@ -146,6 +150,7 @@ private:
     void expectLimitsOf(CAgentStatistic const & live) const;
     void setGroupFlags(COid const & oid, bool on);
     bool selected(unsigned int group) const { return m_enabled[group] != 0; }
+    void forgetSamples();
 
     void calculateSampleStats(CAgentStatistic const & live);
     void calculateGlobalErrors(CAgentStatistic const & live);
@@ -184,6 +189,7 @@ private:
         CTableZero<CMACConnectionStat> macConnections;
         CTableZero<CIPConnectionStat> ipConnections;
     } m_zero;
+    CSampledVersion m_sampledBindings;
     CLedgers m_ledgers;
     bool m_flat = true;
     bool m_tellRowsApart = false;

@@ -2,6 +2,7 @@
 
 #include "ketstats/model/Ledger.h"
 #include "ketstats/model/RowIndex.h"
+#include "ketstats/snapshot/SampledVersion.h"
 
 #include <cstdint>
 #include <type_traits>
@@ -53,6 +54,9 @@ public:
     {
         return id != 0 && id <= m_rows.size() && m_rows[id - 1].counted ? &m_rows[id - 1] : nullptr;
     }
+
+    // What was sampled against this zero point.
+    CSampledVersion sampled;
 
     CLedger const & ledger() const { return m_ledger; }
     // Whether the table is the one that this was taken of: a reset ends that.

@@ -353,7 +353,9 @@ CBaseHashedContainerStat::CBaseHashedContainerStat(CBaseStat * theParent, unsign
                                                    unsigned int theLimit)
     : CBaseStat(theParent, theId, theDescription, 0),
       limit(theLimit),
-      freeIdx(theLimit)
+      freeIdx(theLimit),
+      m_version(firstVersion()),
+      m_versionEmpty(m_version)
 {
     if (limit > largestLimit)
         refuseLimit();

@@ -127,11 +127,12 @@ private:
     unsigned int m_reduced = 0;
 };
 
-// Rows that come, count, go and come back.
+// Rows that come, count, go and come back. Some get into hands that may change them in place if they are `lent`.
 class Changes
 {
 public:
-    Changes(CAgentStatistic & live, unsigned int seed) : m_live(live), m_random(seed) {}
+    Changes(CAgentStatistic & live, unsigned int seed, bool lent) : m_live(live), m_random(seed), m_lent(lent)
+    {}
 
     void change()
     {
@@ -147,9 +148,7 @@ public:
                 m_live.ipConnections.createSummaryStat({});
             return change(m_live.ipConnections, 14);
         case 4:
-            if (!m_live.arpTable.createIfNew(key<CIPAddress>(8), key<CMACAddrPacked>(8)))
-                m_live.arpTable.deleteOldest();
-            return;
+            return changeBindings();
         case 5:
             return change(m_live.ipSubprotocols, 8);
         case 6:
@@ -178,7 +177,12 @@ private:
         if (m_random.oneIn(12))
             return table.deleteOldest();
         auto const which = key<test::KeyOf<Row>>(keys);
-        auto & row = m_random.oneIn(3) ? *table[which] : *table.renewed(which);
+        CKeyBits<test::KeyOf<Row>> const bits(which);
+        bool const renews = !m_random.oneIn(3);
+        auto & row = m_lent && renews ? *table.renewed(which)
+                     : m_lent         ? *table[which]
+                     : renews         ? *table.countedRenewed(bits)
+                                      : *table.counted(bits);
         if (m_random.oneIn(5))
             return;
         row.framesTransmitted.add(m_random.below(3));
@@ -191,10 +195,23 @@ private:
                 row.averageFrameSize = m_random.below(100);
     }
 
+    void changeBindings()
+    {
+        auto const address = key<CIPAddress>(8);
+        auto const mac = key<CMACAddrPacked>(8);
+        CARPStat * const row = m_lent ? m_live.arpTable.createIfNew(address, mac) : nullptr;
+        if (row && m_random.oneIn(4))
+            row->macAddress = key<CMACAddrPacked>(8);
+        if (m_lent ? !row : !m_live.arpTable.learn(address, mac))
+            m_live.arpTable.deleteOldest();
+    }
+
     void changeStation()
     {
         change(m_live.stations, 10);
-        auto * const station = m_live.stations.renewed(key<CMACAddrPacked>(10));
+        auto const address = key<CMACAddrPacked>(10);
+        auto * const station =
+            m_lent ? m_live.stations.renewed(address) : m_live.stations.countedRenewed(address);
         station->framesReceived.add(1);
         station->dataReceived.add(64);
         if (m_random.oneIn(2))
@@ -207,6 +224,7 @@ private:
 
     CAgentStatistic & m_live;
     Random m_random;
+    bool m_lent;
 };
 
 // What there is to see of a node and all below it: identifiers, values and flags.
@@ -253,7 +271,7 @@ TEST_P(FlatRows, ShowAndPackWhatTreesOfNodesWould)
     Random random(seed + 1000);
     CTableLimits const limits = smallLimits();
     CAgentStatistic live(limits);
-    Changes changes(live, seed);
+    Changes changes(live, seed, seed % 4 < 2);
     NodeSnapshot model(limits, apart);
     CStatSnapshot flat(limits);
     CStatSnapshot unfolded(limits);

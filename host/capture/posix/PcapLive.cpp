@@ -11,6 +11,7 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <cstring>
 #include <filesystem>
 #include <iterator>
 #include <system_error>
@@ -21,6 +22,7 @@ namespace {
 
 constexpr int patience = 100; // milliseconds until frames are handed over
 constexpr std::chrono::milliseconds lookAge(200);
+constexpr std::size_t blockBytes = 512 << 10;
 // A capture whose interface is up may fail once or so, when that has been down for a moment.
 constexpr unsigned int mostFailures = 10;
 
@@ -68,6 +70,7 @@ CPcapLive::CPcapLive(CLiveOptions const & options, CInterfaceCounters & counters
     setFilter(options.filter);
     if (pcap_setnonblock(m_handle.get(), 1, message) != 0)
         throw CFailure(exitFailure, fmt::format("{}: {}", m_interface, message));
+    makeRoomForBlocks();
     m_index = boundIndex(m_handle.get());
     m_counters.beginCapture();
     tellCounters();
@@ -101,6 +104,13 @@ void CPcapLive::activate(CLiveOptions const & options)
     }
 }
 
+// For a block of the longest frames, if that isn't too much, and for one of them anyway.
+void CPcapLive::makeRoomForBlocks()
+{
+    m_longest = static_cast<unsigned int>(std::max(pcap_snapshot(m_handle.get()), 1));
+    m_bytes.resize(std::clamp<std::size_t>(blockBytes, m_longest, CFrameBlock::capacity * m_longest));
+}
+
 void CPcapLive::setFilter(std::string const & filter)
 {
     if (filter.empty())
@@ -115,28 +125,78 @@ void CPcapLive::setFilter(std::string const & filter)
         throw CFailure(exitFailure, fmt::format("{}: {}", m_interface, pcap_geterr(m_handle.get())));
 }
 
+// Takes the frames of a dispatch along. The capture may have their place for others once that returns.
+class CPcapLive::CBatch
+{
+public:
+    CBatch(pcap * handle, std::vector<unsigned char> & room, unsigned int longest, CFrameBlock & block)
+        : m_handle(handle),
+          m_free(room.data()),
+          m_end(room.data() + room.size()),
+          m_longest(longest),
+          m_block(block)
+    {}
+
+    static void take(unsigned char * batch, pcap_pkthdr const * header, unsigned char const * data)
+    {
+        reinterpret_cast<CBatch *>(batch)->take(*header, data);
+    }
+
+private:
+    void take(pcap_pkthdr const & header, unsigned char const * data)
+    {
+        unsigned int const captured = std::min(header.caplen, m_longest);
+        std::memcpy(m_free, data, captured);
+        m_block.add({m_free, captured, header.len, ticksOfNanoStamp(header.ts)});
+        m_free += captured;
+        if (m_end - m_free < static_cast<std::ptrdiff_t>(m_longest))
+            pcap_breakloop(m_handle);
+    }
+
+    pcap * m_handle;
+    unsigned char * m_free;
+    unsigned char * m_end;
+    unsigned int m_longest;
+    CFrameBlock & m_block;
+};
+
 bool CPcapLive::next(CCapturedFrame & frame)
 {
+    m_single.setMost(1);
+    nextBlock(m_single);
+    if (m_single.size() == 0)
+        return false;
+    frame = m_single.frame(0);
+    return true;
+}
+
+void CPcapLive::nextBlock(CFrameBlock & block)
+{
+    block.clear();
     while (!m_interrupt.raised()) {
-        pcap_pkthdr * header = nullptr;
-        unsigned char const * data = nullptr;
-        int const result = pcap_next_ex(m_handle.get(), &header, &data);
-        if (result < 0)
+        CBatch batch(m_handle.get(), m_bytes, m_longest, block);
+        int const result = pcap_dispatch(m_handle.get(), static_cast<int>(block.most()), &CBatch::take,
+                                         reinterpret_cast<unsigned char *>(&batch));
+        // What came before it failed is counted first.
+        if (block.size() != 0)
+            return lookBehindFrames();
+        if (result < 0 && result != PCAP_ERROR_BREAK)
             failed();
         else
             m_failures = 0;
-        if (result <= 0) {
-            wait();
-            continue;
-        }
-        frame.data = data;
-        frame.capturedLength = header->caplen;
-        frame.length = header->len;
-        frame.ticks = ticksOfNanoStamp(header->ts);
-        lookNowAndThen();
-        return true;
+        wait();
     }
-    return false;
+}
+
+// Where the interface is gone the frames that were fetched are counted all the same, and the next look tells.
+void CPcapLive::lookBehindFrames()
+{
+    m_failures = 0;
+    try {
+        lookNowAndThen();
+    } catch (CInterfaceGone const &) {
+        m_lastLook = {};
+    }
 }
 
 // An interface that goes down, or away, fails the capture once. It goes on when the interface comes up again.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/capture/CaptureSource.h"
+#include "host/capture/FrameBlock.h"
 #include "host/capture/LiveCapture.h"
 #include "host/capture/WideCounter.h"
 #include "host/capture/posix/InterfaceState.h"
@@ -10,6 +11,7 @@
 #include <chrono>
 #include <memory>
 #include <string>
+#include <vector>
 
 struct pcap;
 
@@ -43,6 +45,9 @@ public:
     // Waits for a frame; false once stopped. Throws CFailure, exit code 1, if it can't go on, and
     // CInterfaceGone if the interface went away.
     bool next(CCapturedFrame & frame) override;
+    // As `next`, for as many frames as the system hands over at once. Their bytes are copied, and stay until the next
+    // call of either.
+    void nextBlock(CFrameBlock & block) override;
     void stop() override { m_interrupt.raise(); }
 
 private:
@@ -51,6 +56,10 @@ private:
         void operator()(pcap * handle) const;
     };
 
+    class CBatch;
+
+    void makeRoomForBlocks();
+    void lookBehindFrames();
     void activate(CLiveOptions const & options);
     void setFilter(std::string const & filter);
     void failed();
@@ -68,6 +77,9 @@ private:
     CInterfaceState m_state;
     CInterrupt m_interrupt;
     std::unique_ptr<pcap, CCloser> m_handle;
+    unsigned int m_longest = 1;         // bytes of a frame
+    std::vector<unsigned char> m_bytes; // those of the frames of a block
+    CFrameBlock m_single;
     std::chrono::steady_clock::time_point m_lastLook{};
     CWideCounter m_received; // this and the next as libpcap has them
     CWideCounter m_dropped;

@@ -1,5 +1,8 @@
+#include "host/capture/FrameBlock.h"
+#include "host/capture/LiveCapture.h"
 #include "host/capture/Offloads.h"
 #include "host/support/Failure.h"
+#include "host/support/Log.h"
 #include "tests/host/OwnNetwork.h"
 #include "tests/host/Process.h"
 
@@ -109,6 +112,51 @@ TEST(LiveInterface, IsWaitedForByAServiceUnlessItIsTold)
         unsetenv("NOTIFY_SOCKET");
 
         EXPECT_TRUE(agent.waitForError("nowhere0: there is no such interface; waiting until"));
+    }));
+}
+
+// Their place with the system is another's as soon as it has handed them over.
+TEST(LiveInterface, GivesFramesInBlocksThatKeepTheirBytes)
+{
+    SKIP_UNLESS(inOwnNetwork([] {
+        PassingInterface passing("passing0");
+        if (!isMade(passing))
+            return;
+        passing.setUp(true);
+        ketmon::CLog log;
+        for (unsigned int const snapLength : {ketmon::headersLength, 0U}) {
+            ketmon::CLiveOptions options;
+            options.interface = "passing0";
+            options.filter = "ether src 2:0:0:0:0:1";
+            options.bufferBytes = 8 << 20;
+            options.snapLength = snapLength;
+            auto input = ketmon::openLiveCapture(options, log);
+            std::vector<std::string> sent;
+            for (std::size_t i = 0; i < 1500; ++i) {
+                sent.push_back(frame(60 + i % 1400));
+                std::string const number = std::to_string(i);
+                sent.back().replace(60 - number.size(), number.size(), number);
+                ASSERT_TRUE(passing.send(sent.back()));
+            }
+
+            ketmon::CFrameBlock block;
+            std::size_t largest = 0;
+            for (std::size_t got = 0; got < sent.size();) {
+                input->source->nextBlock(block);
+                ASSERT_GT(block.size(), 0U);
+                largest = std::max(largest, block.size());
+                for (std::size_t i = 0; i < block.size(); ++i, ++got) {
+                    ketmon::CCapturedFrame const one = block.frame(i);
+                    std::size_t const kept = snapLength == 0
+                                                 ? sent[got].size()
+                                                 : std::min<std::size_t>(snapLength, sent[got].size());
+                    ASSERT_EQ(one.length, sent[got].size());
+                    ASSERT_EQ(std::string(reinterpret_cast<char const *>(one.data), one.capturedLength),
+                              sent[got].substr(0, kept));
+                }
+            }
+            EXPECT_GT(largest, 1U);
+        }
     }));
 }
 

@@ -19,10 +19,15 @@ Bytes fragment(unsigned char high, unsigned char low)
     return frame;
 }
 
-ketmon::COddFigures oddities(CNetworkFrame & frame)
+CFrameView viewOf(CNetworkFrame const & frame)
+{
+    return {frame.GetData(), frame.GetCapturedLength(), static_cast<unsigned int>(frame.GetLength())};
+}
+
+ketmon::COddFigures oddities(CNetworkFrame const & frame)
 {
     CFrameOddities all;
-    all.count(frame);
+    all.count(viewOf(frame));
     return all.figures();
 }
 
@@ -54,6 +59,16 @@ TEST(FrameOddities, OnlyIPv4HasFragmentsAndOnlyItsHeaderTells)
     EXPECT_EQ(oddities(cut).fragments, 0U);
 }
 
+TEST(FrameOddities, FragmentsAreSeenBehindTagsAndInSnapToo)
+{
+    for (Bytes const & inner : {fragment(0x20, 0x00), fragment(0x00, 0x00)}) {
+        bool const isFragment = inner[flags] != 0;
+        EXPECT_EQ(oddities(test::tagged(inner, 7)).fragments, isFragment ? 1U : 0U);
+        EXPECT_EQ(oddities(test::tagged(test::tagged(inner, 7), 8, 0x88A8)).fragments, isFragment ? 1U : 0U);
+        EXPECT_EQ(oddities(test::snap(inner)).fragments, isFragment ? 1U : 0U);
+    }
+}
+
 TEST(FrameOddities, AFrameIsCutThatWasLongerOnTheWire)
 {
     Frame whole(Bytes(60), 60);
@@ -83,7 +98,7 @@ TEST(FrameOddities, TellsFramesWithoutAHeaderAndTheLongest)
     CFrameOddities all;
     for (unsigned int const length : {13U, 14U, 2000U, 60U}) {
         Frame frame(Bytes(std::min(length, 100U)), length);
-        all.count(frame);
+        all.count(viewOf(frame));
     }
 
     EXPECT_EQ(all.figures().headless, 1U);
