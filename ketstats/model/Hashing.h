@@ -230,7 +230,12 @@ requires(sizeof(K) == 16 || sizeof(K) == 32) struct CKeyBits<K>
 {
     static constexpr unsigned int words = sizeof(K) / 8;
 
-    explicit CKeyBits(K const & key) { std::memcpy(m_words.data(), &key, sizeof(K)); }
+    explicit CKeyBits(K const & key)
+    {
+        auto const bytes = reinterpret_cast<unsigned char const *>(&key);
+        for (unsigned int i = 0; i < words; ++i)
+            std::memcpy(&m_words[i], bytes + i * sizeof m_words[i], sizeof m_words[i]);
+    }
     explicit CKeyBits(std::array<std::uint64_t, words> const & asTheyLie) : m_words(asTheyLie) {}
 
     K key() const
