@@ -62,10 +62,13 @@ public:
           frame(theFrame)
     {}
 
-    // The order of the steps is fixed. The overhead was measured before.
-    void run(long long overhead)
+    // The order of the steps is fixed. The overhead is a property of the medium, told by the first frame in the life of
+    // a manager.
+    void run(std::atomic<long long> & overhead)
     {
-        countFrame(overhead);
+        if (overhead.load(std::memory_order_relaxed) == -1) [[unlikely]]
+            overhead.store(frame.overhead(), std::memory_order_relaxed);
+        countFrame(overhead.load(std::memory_order_relaxed));
         if (controls.counts(4)) {
             countFrameType();
             countFrameSize();
@@ -243,13 +246,17 @@ private:
     // What the second tree counts of the frame, if it is asked to.
     void countExtended()
     {
-        unsigned char const * const tag = frame.vlanTag();
+        CBoundedBytes const network = frame.network();
         unsigned int const offset = frame.networkOffset();
         auto const length = static_cast<unsigned int>(frame.length());
+        unsigned int const networkLength = length > offset ? length - offset : 0;
+        unsigned char const * const tag = frame.vlanTag();
+        if (!tag && frame.protocol() == idOfWord(ipType) && saysNothing(network, networkLength)) [[likely]]
+            return;
         passOverExtended(extended, controls,
                          {.protocol = numberOfId(frame.protocol()),
-                          .network = frame.network(),
-                          .networkLength = length > offset ? length - offset : 0,
+                          .network = network,
+                          .networkLength = networkLength,
                           .size = frameSize,
                           .unicast = unicast,
                           .changedBindings = changedBindings,
@@ -277,24 +284,16 @@ private:
 
 } // namespace
 
-// The overhead is a property of the medium, told by the first frame in the life of a manager.
-template <class Frame>
-void CKetrinStatManager::passOver(Frame const & frame)
-{
-    if (overhead.load(std::memory_order_relaxed) == -1) [[unlikely]]
-        overhead.store(frame.overhead(), std::memory_order_relaxed);
-    CFramePass<Frame>(agentStatistic, extendedStatistic, controls, frame)
-        .run(overhead.load(std::memory_order_relaxed));
-}
-
 void CKetrinStatManager::doAnalyzeFrame(CNetworkFrame * frame)
 {
-    passOver(CHostFrame(*frame));
+    CHostFrame const hostFrame(*frame);
+    CFramePass(agentStatistic, extendedStatistic, controls, hostFrame).run(overhead);
 }
 
 void CKetrinStatManager::doAnalyzeFrame(CFrameView const & view)
 {
-    passOver(CPlainFrame(view));
+    CPlainFrame const plainFrame(view);
+    CFramePass(agentStatistic, extendedStatistic, controls, plainFrame).run(overhead);
 }
 
 void CPlainFrame::analyse()

@@ -38,9 +38,6 @@ enum : unsigned short
     pppoeSessionType = 0x8864,
 };
 
-constexpr int vxlanPort = 4789;
-constexpr int genevePort = 6081;
-
 class CExtendedPass
 {
 public:

@@ -245,7 +245,14 @@ requires(sizeof(K) == 16 || sizeof(K) == 32) struct CKeyBits<K>
         return result;
     }
 
-    friend bool operator==(CKeyBits const &, CKeyBits const &) = default;
+    // Word by word, as they were written: a wider load would wait for the stores before it.
+    bool operator==(CKeyBits const & other) const
+    {
+        for (unsigned int i = 0; i < words; ++i)
+            if (m_words[i] != other.m_words[i])
+                return false;
+        return true;
+    }
 
     std::uint64_t mix(CIndexFactors const & factors) const
     {
