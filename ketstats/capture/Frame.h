@@ -46,6 +46,8 @@ public:
         return offset <= m_count && count <= m_count - offset;
     }
 
+    unsigned char const * data() const { return m_data; }
+
     // Those from `offset` on, none of them if they end before it.
     CBoundedBytes from(unsigned int offset) const
     {

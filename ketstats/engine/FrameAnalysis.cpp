@@ -23,6 +23,7 @@ namespace {
 
 constexpr unsigned short ipType = 0x0008; // as it lies in a frame
 constexpr unsigned short arpType = 0x0608;
+constexpr unsigned short ipv6Type = 0xDD86;
 
 // The port tables of a station that couldn't be had: ledgers alone.
 class CLostPorts
@@ -251,17 +252,22 @@ private:
         auto const length = static_cast<unsigned int>(frame.length());
         unsigned int const networkLength = length > offset ? length - offset : 0;
         unsigned char const * const tag = frame.vlanTag();
-        if (!tag && frame.protocol() == idOfWord(ipType) && saysNothing(network, networkLength)) [[likely]]
+        if (!tag && frame.protocol() == idOfWord(ipType) && isUsualIP(network, networkLength)) [[likely]]
             return;
+        if (!tag && frame.protocol() == idOfWord(ipv6Type) && isUsualIPv6(network, networkLength)) {
+            if (unicast)
+                passOverUsualIPv6(extended, controls, network.data(), frameSize);
+            return;
+        }
         passOverExtended(extended, controls,
-                         {.protocol = numberOfId(frame.protocol()),
+                         {.protocol = frame.protocol(),
+                          .bytes = frame.bytes(),
                           .network = network,
                           .networkLength = networkLength,
                           .size = frameSize,
                           .unicast = unicast,
                           .changedBindings = changedBindings,
-                          .tag = tag,
-                          .behindTag = frame.bytes().from(ethernet::headerSize + 2)});
+                          .tag = tag});
     }
 
     CAgentStatistic & tree;
