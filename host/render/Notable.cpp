@@ -111,27 +111,41 @@ void busiestPair(CPicture const & picture, std::string const & key, std::string 
         sentences.push_back(fmt::format("{} is {} and {}: {}.", title, a, b, what));
 }
 
+// Both ways, over either family of IP.
+struct CPortBytes
+{
+    std::uint64_t from = 0;
+    std::uint64_t to = 0;
+
+    std::uint64_t total() const { return from + to; }
+};
+
 void busiestPort(CPicture const & picture, CSentences & sentences)
 {
-    CRowFigures const * found = nullptr;
-    CTransport transport = CTransport::tcp;
-    for (CTransport const each : {CTransport::tcp, CTransport::udp})
-        if (CTableFigures const * const ports =
-                picture.filled(each == CTransport::tcp ? "tcp_ports" : "udp_ports"))
-            for (CRowFigures const & row : ports->rows)
-                if (!found || row.totalBytes() > found->totalBytes()) {
-                    found = &row;
-                    transport = each;
-                }
-    if (!found || shareOf(found->totalBytes(), picture.figures.bytes).value_or(0.0) < notablePort)
+    std::map<std::pair<CTransport, std::uint32_t>, CPortBytes> ports;
+    for (auto const & [transport, key] : {std::pair(CTransport::tcp, "tcp_ports"),
+                                          {CTransport::tcp, "ipv6_tcp_ports"},
+                                          {CTransport::udp, "udp_ports"},
+                                          {CTransport::udp, "ipv6_udp_ports"}})
+        if (CTableFigures const * const table = picture.filled(key))
+            for (CRowFigures const & row : table->rows) {
+                CPortBytes & port = ports[{transport, row.code.value_or(0)}];
+                port.from += row.bytesSent.value_or(0);
+                port.to += row.bytesReceived.value_or(0);
+            }
+    auto const found =
+        std::max_element(ports.begin(), ports.end(), [](auto const & left, auto const & right) {
+            return left.second.total() < right.second.total();
+        });
+    if (found == ports.end() ||
+        shareOf(found->second.total(), picture.figures.bytes).value_or(0.0) < notablePort)
         return;
-    std::uint32_t const port = found->code.value_or(0);
+    auto const & [transport, port] = found->first;
     std::string const service = escaped(picture.names.service(transport, port));
-    sentences.push_back(fmt::format("The busiest of the ports counted is {} {}{}: {} from it, {} to it.",
-                                    transport == CTransport::tcp ? "TCP" : "UDP", port,
-                                    service.empty() ? "" : " (" + service + ")",
-                                    picture.quantity.bytes(found->bytesSent.value_or(0)),
-                                    picture.quantity.bytes(found->bytesReceived.value_or(0))));
+    sentences.push_back(fmt::format(
+        "The busiest of the ports counted is {} {}{}: {} from it, {} to it.",
+        transport == CTransport::tcp ? "TCP" : "UDP", port, service.empty() ? "" : " (" + service + ")",
+        picture.quantity.bytes(found->second.from), picture.quantity.bytes(found->second.to)));
 }
 
 // Frames to all that each station sent: what it sent beside its pairs, in which only unicasts count.
@@ -183,6 +197,28 @@ void floods(CPicture const & picture, CSentences & sentences)
     sentences.push_back(text + '.');
 }
 
+CCount signalOf(CPicture const & picture, std::string const & key)
+{
+    for (CSignalFigure const & signal : picture.figures.signals)
+        if (signal.key == key)
+            return signal.count;
+    return {};
+}
+
+// What says that something is wrong, or that somebody tries to take another's place.
+void signs(CPicture const & picture, CSentences & sentences)
+{
+    std::uint64_t const asked = signalOf(picture, "connections_requested").value_or(0);
+    std::uint64_t const accepted = signalOf(picture, "connections_accepted").value_or(0);
+    if (asked >= leastFrames && accepted * 2 < asked)
+        sentences.push_back(fmt::format("TCP connections were asked for {} times and accepted {} times.",
+                                        picture.quantity(asked), picture.quantity(accepted)));
+    if (std::uint64_t const changed = signalOf(picture, "changed_bindings").value_or(0); changed > 0)
+        sentences.push_back(
+            fmt::format("IP addresses that were bound to one MAC address were announced with another: {}.",
+                        changed == 1 ? "once" : picture.quantity(changed) + " times"));
+}
+
 void manyBindings(CPicture const & picture, CSentences & sentences)
 {
     CTableFigures const * const bindings = picture.filled("arp");
@@ -227,8 +263,17 @@ void tellReach(CPicture const & picture, CReaches const & reaches, std::string c
 // might have been an answer.
 void reaches(CPicture const & picture, CSentences & sentences)
 {
-    CTableFigures const * const pairs = picture.complete("ip_traffic");
-    if (!pairs)
+    std::vector<CRowFigures> pairs;
+    for (char const * const key : {"ip_traffic", "ipv6_traffic"}) {
+        CTableFigures const * const table = picture.figures.table(key);
+        if (!table || !table->counted || table->rows.empty())
+            continue;
+        if (!picture.complete(key))
+            return;
+        std::vector<CRowFigures> const both = conversations(*table);
+        pairs.insert(pairs.end(), both.begin(), both.end());
+    }
+    if (pairs.empty())
         return;
     CReaches senders;
     CReaches targets;
@@ -236,7 +281,7 @@ void reaches(CPicture const & picture, CSentences & sentences)
     std::uint64_t singles = 0;
     std::uint64_t oneWay = 0;
     std::map<std::string, std::uint64_t> pairsOf;
-    for (CRowFigures const & row : conversations(*pairs)) {
+    for (CRowFigures const & row : pairs) {
         ++all;
         singles += row.totalFrames() == 1 ? 1 : 0;
         ++pairsOf[row.source];
@@ -352,6 +397,7 @@ std::string notableText(CPicture const & picture)
         busiestPair(picture, "mac_traffic", "The busiest pair of stations", sentences);
     busiestPort(picture, sentences);
     floods(picture, sentences);
+    signs(picture, sentences);
     manyBindings(picture, sentences);
     reaches(picture, sentences);
     unusualFrames(picture, sentences);

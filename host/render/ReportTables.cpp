@@ -223,7 +223,8 @@ std::string stationsText(CPicture const & picture)
     bool const tagged = std::any_of(rows.begin(), rows.begin() + static_cast<std::ptrdiff_t>(shown),
                                     [](CRowFigures const * row) { return row->vlan.has_value(); });
     if (tagged)
-        text += "  VLAN has the low 8 bits of the identifier.\n";
+        text += fmt::format("  VLAN has the low 8 bits of the identifier{}.\n",
+                            picture.filled("vlans") ? ", which is whole in the table of VLANs" : "");
     return text + givenUpText(picture, *stations);
 }
 

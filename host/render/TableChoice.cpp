@@ -71,6 +71,11 @@ CSelection parsedChoice(std::vector<std::string> const & names)
     }
 }
 
+bool choosesSignals(CReportOptions const & options)
+{
+    return options.select.empty() || parsedChoice(options.select).touches(knownNames().at("signals"));
+}
+
 void checkSorting(CReportOptions const & options)
 {
     if (options.sort.empty())

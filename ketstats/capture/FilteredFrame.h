@@ -26,9 +26,11 @@ public:
     CFilteredFrame & operator=(CFilteredFrame const &) = delete;
 
     // The identifier in the tag that stands first in front of the type, for 0, or second, for 1. None if there is no
-    // such tag.
+    // such tag, as on all media but Ethernet.
     std::optional<unsigned int> vlan(unsigned int tag) const
     {
+        if (!dynamic_cast<CEthernetInfo const *>(&media))
+            return std::nullopt;
         CBoundedBytes const bytes(m_frame);
         unsigned int at = ethernet::typeOffset;
         for (unsigned int before = 0; before < tag && ethernet::isVlanType(bytes.word(at)); ++before)
