@@ -23,6 +23,7 @@ namespace {
 
 constexpr unsigned short ipType = 0x0008; // as it lies in a frame
 constexpr unsigned short arpType = 0x0608;
+constexpr unsigned short ipv6Type = 0xDD86;
 
 // The port tables of a station that couldn't be had: ledgers alone.
 class CLostPorts
@@ -62,10 +63,13 @@ public:
           frame(theFrame)
     {}
 
-    // The order of the steps is fixed. The overhead was measured before.
-    void run(long long overhead)
+    // The order of the steps is fixed. The overhead is a property of the medium, told by the first frame in the life of
+    // a manager.
+    void run(std::atomic<long long> & overhead)
     {
-        countFrame(overhead);
+        if (overhead.load(std::memory_order_relaxed) == -1) [[unlikely]]
+            overhead.store(frame.overhead(), std::memory_order_relaxed);
+        countFrame(overhead.load(std::memory_order_relaxed));
         if (controls.counts(4)) {
             countFrameType();
             countFrameSize();
@@ -243,18 +247,27 @@ private:
     // What the second tree counts of the frame, if it is asked to.
     void countExtended()
     {
-        unsigned char const * const tag = frame.vlanTag();
+        CBoundedBytes const network = frame.network();
         unsigned int const offset = frame.networkOffset();
         auto const length = static_cast<unsigned int>(frame.length());
+        unsigned int const networkLength = length > offset ? length - offset : 0;
+        unsigned char const * const tag = frame.vlanTag();
+        if (!tag && frame.protocol() == idOfWord(ipType) && isUsualIP(network, networkLength)) [[likely]]
+            return;
+        if (!tag && frame.protocol() == idOfWord(ipv6Type) && isUsualIPv6(network, networkLength)) {
+            if (unicast)
+                passOverUsualIPv6(extended, controls, network.data(), frameSize);
+            return;
+        }
         passOverExtended(extended, controls,
-                         {.protocol = numberOfId(frame.protocol()),
-                          .network = frame.network(),
-                          .networkLength = length > offset ? length - offset : 0,
+                         {.protocol = frame.protocol(),
+                          .bytes = frame.bytes(),
+                          .network = network,
+                          .networkLength = networkLength,
                           .size = frameSize,
                           .unicast = unicast,
                           .changedBindings = changedBindings,
-                          .tag = tag,
-                          .behindTag = frame.bytes().from(ethernet::headerSize + 2)});
+                          .tag = tag});
     }
 
     CAgentStatistic & tree;
@@ -277,24 +290,16 @@ private:
 
 } // namespace
 
-// The overhead is a property of the medium, told by the first frame in the life of a manager.
-template <class Frame>
-void CKetrinStatManager::passOver(Frame const & frame)
-{
-    if (overhead.load(std::memory_order_relaxed) == -1) [[unlikely]]
-        overhead.store(frame.overhead(), std::memory_order_relaxed);
-    CFramePass<Frame>(agentStatistic, extendedStatistic, controls, frame)
-        .run(overhead.load(std::memory_order_relaxed));
-}
-
 void CKetrinStatManager::doAnalyzeFrame(CNetworkFrame * frame)
 {
-    passOver(CHostFrame(*frame));
+    CHostFrame const hostFrame(*frame);
+    CFramePass(agentStatistic, extendedStatistic, controls, hostFrame).run(overhead);
 }
 
 void CKetrinStatManager::doAnalyzeFrame(CFrameView const & view)
 {
-    passOver(CPlainFrame(view));
+    CPlainFrame const plainFrame(view);
+    CFramePass(agentStatistic, extendedStatistic, controls, plainFrame).run(overhead);
 }
 
 void CPlainFrame::analyse()

@@ -26,14 +26,6 @@ inline CProtocolBits idOfByte(unsigned char value)
     return CProtocolBits(static_cast<std::uint64_t>(value) << 40);
 }
 
-// The value of an id of at most two bytes, 0 for any other.
-inline unsigned short numberOfId(CProtocolBits const & id)
-{
-    std::uint64_t const bits = id.number();
-    auto const wire = static_cast<std::uint16_t>(bits >> 32);
-    return static_cast<std::uint32_t>(bits) == 0 ? static_cast<unsigned short>(wire << 8 | wire >> 8) : 0;
-}
-
 // A frame object of the host's. Its class may be the host's too, and what it is asked may throw: so it is asked
 // for no more than the pass needs, at the time when it needs it.
 class CHostFrame

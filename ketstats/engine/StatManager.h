@@ -117,8 +117,6 @@ private:
 
     void doAnalyzeFrame(CNetworkFrame * frame);
     void doAnalyzeFrame(CFrameView const & view);
-    template <class Frame>
-    void passOver(Frame const & frame);
     void doReset();
     void UpdateHardwareStats();
 

@@ -8,6 +8,8 @@
 #include "ketstats/extended/NeighbourMessage.h"
 #include "ketstats/model/RowCounts.h"
 
+#include <cstring>
+
 // "IPv6 traffic" is renewed with each frame, so that its oldest row is the one idle longest; the other tables keep the
 // order in which their rows were created. Addresses, protocols and ports are those of unicast frames; VLANs, neighbours,
 // signals and tunnels are of all.
@@ -27,19 +29,98 @@ enum : unsigned char
     icmpV6 = 58,
 };
 
-enum : unsigned short
+// As they lie in a frame.
+enum : std::uint16_t
 {
-    ipType = 0x0800,
-    arpType = 0x0806,
-    ipv6Type = 0x86DD,
-    mplsType = 0x8847,
-    mplsMulticastType = 0x8848,
-    pppoeDiscoveryType = 0x8863,
-    pppoeSessionType = 0x8864,
+    ipType = 0x0008,
+    arpType = 0x0608,
+    ipv6Type = 0xDD86,
+    mplsType = 0x4788,
+    mplsMulticastType = 0x4888,
+    pppoeDiscoveryType = 0x6388,
+    pppoeSessionType = 0x6488,
 };
 
-constexpr int vxlanPort = 4789;
-constexpr int genevePort = 6081;
+// Of the groups that are enabled, a bit each by their ids.
+bool isOn(unsigned int enabled, unsigned int group)
+{
+    return (enabled >> group & 1) != 0;
+}
+
+// Bytes that are known to be there, which need no look at where they end.
+class CHeldBytes
+{
+public:
+    explicit CHeldBytes(unsigned char const * data) : m_data(data) {}
+
+    static bool holds(unsigned int /*offset*/, unsigned int /*count*/) { return true; }
+    template <class Word>
+    Word number(unsigned int offset) const
+    {
+        Word result;
+        std::memcpy(&result, m_data + offset, sizeof result);
+        return result;
+    }
+
+private:
+    unsigned char const * m_data;
+};
+
+// The bytes of the packets are CBoundedBytes or CHeldBytes.
+template <class Bytes>
+class CIPv6Tables
+{
+public:
+    CIPv6Tables(CExtendedStatistic & theTree, CPassControls const & theControls, unsigned int enabledGroups,
+                long long frameSize)
+        : tree(theTree),
+          controls(theControls),
+          enabled(enabledGroups),
+          size(frameSize)
+    {}
+
+    // Addresses, and the protocol that the walk over the headers found.
+    void countHeader(Bytes const & ip, unsigned char protocol) const
+    {
+        if (isOn(enabled, 1)) {
+            CKeyBits<CIPv6ConnectionStat::CKey> const key(
+                {ip.template number<std::uint64_t>(8), ip.template number<std::uint64_t>(16),
+                 ip.template number<std::uint64_t>(24), ip.template number<std::uint64_t>(32)});
+            countTransmitted(tree.ipv6Connections, tree.ipv6Connections.countedRenewed(key), size);
+        }
+        if (isOn(enabled, 2))
+            countTransmitted(tree.ipv6Protocols, tree.ipv6Protocols.counted(idOfByte(protocol)), size);
+    }
+
+    // Ports, if they were captured.
+    void countPorts(Bytes const & ip, unsigned int at, unsigned char protocol) const
+    {
+        if (!isOn(enabled, 3) || !ip.holds(at, 4))
+            return;
+        CPortOnWire const source{ip.template number<std::uint16_t>(at)};
+        CPortOnWire const destination{ip.template number<std::uint16_t>(at + 2)};
+        if (protocol == tcp)
+            countPorts(tree.ipv6Ports.tcpPorts, controls.tcpPorts, source, destination);
+        else if (protocol == udp)
+            countPorts(tree.ipv6Ports.udpPorts, controls.udpPorts, source, destination);
+    }
+
+private:
+    template <class Table>
+    void countPorts(Table & table, CPortRange const & range, CPortOnWire source,
+                    CPortOnWire destination) const
+    {
+        if (range.contains(source.number()))
+            countTransmitted(table, table.counted(idOfWord(source.wire)), size);
+        if (range.contains(destination.number()))
+            countReceived(table, table.counted(idOfWord(destination.wire)), size);
+    }
+
+    CExtendedStatistic & tree;
+    CPassControls const & controls;
+    unsigned int enabled;
+    long long size;
+};
 
 class CExtendedPass
 {
@@ -56,25 +137,27 @@ public:
     {
         if (counts(4) && frame.tag)
             countVlans();
-        if (frame.protocol == ipv6Type)
+        if (is(ipv6Type))
             countIPv6(CIPv6Header(frame.network));
-        else if (frame.protocol == ipType)
+        else if (is(ipType))
             countIP();
-        else if (frame.protocol == arpType)
+        else if (is(arpType))
             countARP(CARPHeader(frame.network));
         else if (counts(7))
             countLinkTunnel();
     }
 
 private:
-    bool counts(unsigned int group) const { return (enabled >> group & 1) != 0; }
+    bool is(std::uint16_t type) const { return frame.protocol == idOfWord(type); }
+    bool counts(unsigned int group) const { return isOn(enabled, group); }
 
     // A third tag and those behind it are as good as none.
     void countVlans()
     {
         countVlan(tree.vlans.outer, static_cast<unsigned int>(frame.tag[0]) << 8 | frame.tag[1]);
-        if (ethernet::isVlanType(frame.behindTag.word(0)))
-            countVlan(tree.vlans.inner, frame.behindTag.word(2));
+        CBoundedBytes const behind = frame.bytes.from(ethernet::headerSize + 2);
+        if (ethernet::isVlanType(behind.word(0)))
+            countVlan(tree.vlans.inner, behind.word(2));
     }
 
     template <class Table>
@@ -86,57 +169,32 @@ private:
 
     void countIPv6(CIPv6Header const & ip)
     {
-        if (frame.unicast)
-            countIPv6Tables(ip);
-        if (ip.protocol() == icmpV6 && counts(5))
+        if (frame.unicast) {
+            CIPv6Tables<CBoundedBytes> const tables(tree, controls, enabled, frame.size);
+            tables.countHeader(frame.network, ip.protocol());
+            if (ip.hasPayload())
+                tables.countPorts(frame.network, ip.payload(), ip.protocol());
+        }
+        unsigned char const protocol = ip.protocol();
+        CBoundedBytes const payload = frame.network.from(ip.payload());
+        if (protocol == icmpV6 && counts(5))
             learnNeighbour(ip);
         if (counts(6)) {
             if (ip.isFragment())
                 tree.signals.fragments.add(1);
             if (ip.length() > frame.networkLength)
                 tree.signals.overlongPackets.add(1);
-            if (ip.hasPayload() && ip.protocol() == tcp)
-                countTCPSignals(frame.network.from(ip.payload()));
-            else if (ip.hasPayload() && ip.protocol() == icmpV6)
-                countErrorsV6(frame.network[ip.payload()]);
+            if (protocol == tcp && ip.hasPayload())
+                countTCPSignals(payload);
+            else if (protocol == icmpV6 && ip.hasPayload())
+                countErrorsV6(payload[0]);
         }
-        if (counts(7)) {
-            CTunnelsStat & tunnels = tree.tunnels;
-            if (ip.protocol() == ipv6InIp)
-                countTunnel(tunnels.ipInIp);
-            else
-                countTunnelOver(ip.protocol(), frame.network.from(ip.payload()), ip.hasPayload());
-        }
-    }
-
-    void countIPv6Tables(CIPv6Header const & ip)
-    {
-        if (counts(1)) {
-            CKeyBits<CIPv6ConnectionStat::CKey> const key(
-                {frame.network.number<std::uint64_t>(8), frame.network.number<std::uint64_t>(16),
-                 frame.network.number<std::uint64_t>(24), frame.network.number<std::uint64_t>(32)});
-            countTransmitted(tree.ipv6Connections, tree.ipv6Connections.countedRenewed(key), frame.size);
-        }
-        if (counts(2))
-            countTransmitted(tree.ipv6Protocols, tree.ipv6Protocols.counted(idOfByte(ip.protocol())),
-                             frame.size);
-        if (!counts(3) || !ip.hasPayload() || !frame.network.holds(ip.payload(), 4))
+        if (protocol == tcp || !counts(7))
             return;
-        CPortOnWire const source{frame.network.number<std::uint16_t>(ip.payload())};
-        CPortOnWire const destination{frame.network.number<std::uint16_t>(ip.payload() + 2)};
-        if (ip.protocol() == tcp)
-            countPorts(tree.ipv6Ports.tcpPorts, controls.tcpPorts, source, destination);
-        else if (ip.protocol() == udp)
-            countPorts(tree.ipv6Ports.udpPorts, controls.udpPorts, source, destination);
-    }
-
-    template <class Table>
-    void countPorts(Table & table, CPortRange const & range, CPortOnWire source, CPortOnWire destination)
-    {
-        if (range.contains(source.number()))
-            countTransmitted(table, table.counted(idOfWord(source.wire)), frame.size);
-        if (range.contains(destination.number()))
-            countReceived(table, table.counted(idOfWord(destination.wire)), frame.size);
+        if (protocol == ipv6InIp)
+            countTunnel(tree.tunnels.ipInIp);
+        else
+            countTunnelOver(protocol, payload, ip.hasPayload());
     }
 
     void learnNeighbour(CIPv6Header const & ip)
@@ -183,15 +241,18 @@ private:
         constexpr unsigned int acknowledged = 16;
         unsigned int const flags = header[13];
         CSignalsStat & signals = tree.signals;
+        // What ends or begins has no window to speak of.
+        if (!(flags & (fin | syn | reset))) [[likely]] {
+            if (header.holds(0, 16) && header.word(14) == 0)
+                signals.zeroWindows.add(1);
+            return;
+        }
         if (flags & syn)
             (flags & acknowledged ? signals.tcpAccepted : signals.tcpRequested).add(1);
         if (flags & fin)
             signals.tcpEnded.add(1);
         if (flags & reset)
             signals.tcpReset.add(1);
-        // What ends or begins has no window to speak of.
-        if (!(flags & (fin | syn | reset)) && header.holds(0, 16) && header.word(14) == 0)
-            signals.zeroWindows.add(1);
     }
 
     void countErrors(unsigned char type, unsigned char code)
@@ -246,8 +307,7 @@ private:
     // The packets from which the first tree learns.
     void countARP(CARPHeader const & arp)
     {
-        constexpr std::uint16_t ipOnWire = 0x0008;
-        if (!counts(6) || arp.protocolType() != ipOnWire)
+        if (!counts(6) || arp.protocolType() != ipType)
             return;
         unsigned int const opcode = arp.opcode();
         if (opcode != CARPProtocol::request && opcode != CARPProtocol::reply)
@@ -279,9 +339,9 @@ private:
 
     void countLinkTunnel()
     {
-        if (frame.protocol == mplsType || frame.protocol == mplsMulticastType)
+        if (is(mplsType) || is(mplsMulticastType))
             countTunnel(tree.tunnels.mpls);
-        else if (frame.protocol == pppoeSessionType || frame.protocol == pppoeDiscoveryType)
+        else if (is(pppoeSessionType) || is(pppoeDiscoveryType))
             countTunnel(tree.tunnels.pppoe);
     }
 
@@ -298,6 +358,17 @@ private:
 };
 
 } // namespace
+
+void passOverUsualIPv6(CExtendedStatistic & tree, CPassControls const & controls,
+                       unsigned char const * packet, long long size)
+{
+    CIPv6Tables<CHeldBytes> const tables(tree, controls, controls.extended.load(std::memory_order_relaxed),
+                                         size);
+    CHeldBytes const ip(packet);
+    auto const protocol = ip.number<unsigned char>(6);
+    tables.countHeader(ip, protocol);
+    tables.countPorts(ip, CIPv6Header::size, protocol);
+}
 
 void passOverExtended(CExtendedStatistic & tree, CPassControls const & controls, CFrameFacts const & frame)
 {

@@ -230,7 +230,12 @@ requires(sizeof(K) == 16 || sizeof(K) == 32) struct CKeyBits<K>
 {
     static constexpr unsigned int words = sizeof(K) / 8;
 
-    explicit CKeyBits(K const & key) { std::memcpy(m_words.data(), &key, sizeof(K)); }
+    explicit CKeyBits(K const & key)
+    {
+        auto const bytes = reinterpret_cast<unsigned char const *>(&key);
+        for (unsigned int i = 0; i < words; ++i)
+            std::memcpy(&m_words[i], bytes + i * sizeof m_words[i], sizeof m_words[i]);
+    }
     explicit CKeyBits(std::array<std::uint64_t, words> const & asTheyLie) : m_words(asTheyLie) {}
 
     K key() const
@@ -240,7 +245,14 @@ requires(sizeof(K) == 16 || sizeof(K) == 32) struct CKeyBits<K>
         return result;
     }
 
-    friend bool operator==(CKeyBits const &, CKeyBits const &) = default;
+    // Word by word, as they were written: a wider load would wait for the stores before it.
+    bool operator==(CKeyBits const & other) const
+    {
+        for (unsigned int i = 0; i < words; ++i)
+            if (m_words[i] != other.m_words[i])
+                return false;
+        return true;
+    }
 
     std::uint64_t mix(CIndexFactors const & factors) const
     {

@@ -116,13 +116,17 @@ void sampleRows(CHashedContainerStat<T, K, H> & sample, CTableZero<T> & zero,
 template <class Table>
 void sampleFrameTable(Table & sample, Table const & base, Table const & live)
 {
-    for (unsigned int index = 0; index < sample.getChildrenCount(); ++index) {
-        auto const row = [index](Table const & table) -> CFrameTypeOrSizeStat const & {
-            return static_cast<CFrameTypeOrSizeStat const &>(*table.getChild(index));
-        };
-        auto & target = const_cast<CFrameTypeOrSizeStat &>(row(sample));
-        subtract(target.frames, row(live).frames, row(base).frames);
-        subtract(target.data, row(live).data, row(base).data);
+    auto const row = [](Table const & table, unsigned int index) {
+        return static_cast<CFrameTypeOrSizeStat const *>(table.getChild(index));
+    };
+    for (unsigned int index = 0; auto * const target = const_cast<CFrameTypeOrSizeStat *>(row(sample, index));
+         ++index) {
+        auto const * const current = row(live, index);
+        auto const * const start = row(base, index);
+        if (!current || !start)
+            break;
+        subtract(target->frames, current->frames, start->frames);
+        subtract(target->data, current->data, start->data);
     }
 }
 
