@@ -223,7 +223,11 @@ TEST(LackOfMemoryInTheSecondTree, OfAClientIsItsOwn)
         auto & treeToo = static_cast<CExtendedStatistic &>(*receivedToo.getStat(COid("2")));
         ASSERT_EQ(treeToo.collate(tree), 0);
         ASSERT_EQ(tree.vlans.outer.size(), 11U);
-        expectSound(static_cast<CExtendedStatistic &>(*snapshot.getStat(COid("2"))));
+        auto & own = static_cast<CExtendedStatistic &>(*snapshot.getStat(COid("2")));
+        forEachTable(own,
+                     [](auto & table) { ASSERT_FALSE(table.flat()) << "rows are there to be looked at"; });
+        expectSound(own);
+        ASSERT_EQ(own.vlans.outer.size(), 11U);
     }
     EXPECT_GT(failures, 30U);
 }
