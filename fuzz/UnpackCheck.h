@@ -249,6 +249,9 @@ public:
     {
         fill(*m_sender, *m_second, 0x10);
         m_valid = packed(*m_sender, *m_second);
+        ktools::CMemoryBuffer first;
+        m_sender->packValue(first, false);
+        m_firstSize = static_cast<std::size_t>(first.size) + 2;
         // Other keys under the same ids, and some of the same keys under other ids.
         auto const other = std::make_unique<KetStats::CAgentStatistic>();
         auto const otherSecond = std::make_unique<KetStats::CExtendedStatistic>();
@@ -273,6 +276,8 @@ public:
 
     // Both trees packed, with rows in every table.
     Stream const & valid() const { return m_valid; }
+    // How much of that is the first tree.
+    std::size_t firstSize() const { return m_firstSize; }
 
 private:
     std::string checkReceiver()
@@ -346,6 +351,7 @@ private:
     std::unique_ptr<KetStats::CAgentStatistic> m_sender = std::make_unique<KetStats::CAgentStatistic>();
     std::unique_ptr<KetStats::CExtendedStatistic> m_second = std::make_unique<KetStats::CExtendedStatistic>();
     Stream m_valid;
+    std::size_t m_firstSize = 0;
     Stream m_before;
 };
 
