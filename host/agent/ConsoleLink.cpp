@@ -123,6 +123,8 @@ void CConsoleLink::begin()
 
     CWelcome welcome = m_context.welcome();
     welcome.extended = m_bothTrees;
+    if (!m_bothTrees)
+        welcome.groups &= groupsOfFirstTree;
     deliver(encoded(MessageType::welcome, welcome.body()));
     sendSample(MessageType::full, std::move(m_first));
     m_first = {};

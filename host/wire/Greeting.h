@@ -54,6 +54,9 @@ enum class SourceKind : unsigned char
 inline constexpr std::uint32_t shortestHeartbeat = 1000;
 inline constexpr std::uint32_t longestHeartbeat = 60000;
 
+// Of the groups that are told; those of the second tree stand above.
+inline constexpr std::bitset<32> groupsOfFirstTree(0xFFFF);
+
 struct CWelcome
 {
     std::uint16_t version = protocolVersion;

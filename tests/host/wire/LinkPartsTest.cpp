@@ -104,6 +104,13 @@ TEST(Selection, OfPartOfAGroupIsSampled)
     EXPECT_EQ(tree.frameTables.frameSizes.size64.frames.get(), 0U);
 }
 
+// Whoever changes one parts this ketmon from all of before: the first locks them out, the second hides its tree from them.
+TEST(Fingerprint, OfEachTreeStaysWhatItIs)
+{
+    EXPECT_EQ(schemaFingerprint(), 0x9BDA6C20C84EDB25U);
+    EXPECT_EQ(extendedFingerprint(), 0xEB3B249906FE20C0U);
+}
+
 TEST(Fingerprint, TellsSchemasApart)
 {
     static CIntegerStatDescription<unsigned int> const frames(1129, 2100);
