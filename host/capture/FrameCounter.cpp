@@ -4,7 +4,7 @@ namespace ketmon {
 
 void leaveOutUnknown(KetStats::CKetrinStatManager & manager)
 {
-    for (char const * const group : {"1.5", "1.7"})
+    for (char const * const group : {"1.5", "1.7", "2.4"})
         manager.disableStatistic(KetStats::COid(group));
 }
 

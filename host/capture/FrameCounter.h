@@ -10,7 +10,7 @@
 namespace ketmon {
 
 // Turns off what can't be counted of frames that aren't of Ethernet: all that takes the addresses of both
-// ends, which is stations and MAC traffic.
+// ends, which is stations and MAC traffic, and VLANs, since tags are looked for in frames of Ethernet alone.
 void leaveOutUnknown(KetStats::CKetrinStatManager & manager);
 
 // Hands blocks of frames to a manager: those of Ethernet as they lie, those of other media one by one.

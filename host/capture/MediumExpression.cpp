@@ -2,13 +2,14 @@
 
 #include "host/capture/LinkType.h"
 
+#include "ketstats/capture/EthernetAnalysis.h"
 #include "ketstats/capture/FieldFilters.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cstring>
-#include <functional>
+#include <array>
+#include <optional>
 #include <vector>
 
 namespace ketmon {
@@ -19,7 +20,7 @@ constexpr unsigned int ipv4 = 0x0800;
 constexpr unsigned int ipv6 = 0x86DD;
 constexpr unsigned int arp = 0x0806;
 constexpr unsigned int ipx = 0x8137;
-constexpr unsigned int lowestType = 0x0600;
+using ethernet::lowestType;
 constexpr unsigned int deepest = 2; // tags that an expression looks behind
 constexpr char const * always = "len >= 0";
 constexpr char const * never = "len < 0";
@@ -85,7 +86,7 @@ void addCooked(CFramings & framings, CCooked const & form, unsigned int protocol
 
     std::string const length = tags == 0 ? is(type, 2, 4) : field(type, 2) + " < 0x600";
     std::string const snap = all({is(payload, 2, 0xAAAA), is(payload + 2, 1, 3)});
-    if (protocol >= lowestType) {
+    if (protocol >= lowestType && !ethernet::isVlanType(protocol)) {
         bool const isKnown = tags == 0 && (protocol == ipv4 || protocol == ipv6 || protocol == arp);
         add({is(type, 2, protocol)}, payload);
         framings.back().isOfLibpcap = isKnown;
@@ -163,10 +164,33 @@ CFramings framingsOf(std::uint32_t linkType, unsigned int protocol)
     }
 }
 
+// Where a frame has the address of its sender, behind the number of its bytes.
+struct CSender
+{
+    unsigned int length;
+    unsigned int address;
+};
+
+std::optional<CSender> senderOf(std::uint32_t linkType)
+{
+    switch (linkType) {
+    case linktype::linuxSll:
+        return CSender{5, 6};
+    case linktype::linuxSll2:
+        return CSender{11, 12};
+    default:
+        return std::nullopt;
+    }
+}
+
 class CWriter
 {
 public:
-    explicit CWriter(std::uint32_t linkType) : m_linkType(linkType), m_ip(framingsOf(linkType, ipv4)) {}
+    explicit CWriter(std::uint32_t linkType)
+        : m_sender(senderOf(linkType)),
+          m_networks{CNetwork{ipv4, framingsOf(linkType, ipv4)}, CNetwork{ipv6, framingsOf(linkType, ipv6)}},
+          m_linkType(linkType)
+    {}
 
     std::string text(CFilter const & filter) const
     {
@@ -176,63 +200,93 @@ public:
     }
 
 private:
+    // A protocol whose packets filters look into.
+    struct CNetwork
+    {
+        unsigned int protocol;
+        CFramings framings;
+    };
+
     std::string positive(CFilter const & filter) const
     {
         switch (filter.GetFilterId()) {
-        case fiCompound:
-            return compound(static_cast<CCompoundFilter const &>(filter));
         case fiProtocol:
             return ofProtocol(static_cast<CProtocolFilter const &>(filter));
-        case fiIPSubprotocol:
-            return ofSubprotocol({static_cast<CIPSubprotocolFilter const &>(filter).protocol});
-        case fiIPPort:
-            return ofPort(static_cast<CIPPortFilter const &>(filter));
-        case fiIPAddress:
-            return ofAddress(static_cast<CIPAddrFilter const &>(filter));
-        default: // addresses that no such frame has
-            return never;
+        case fiSourceMAC:
+            return ofSender(static_cast<CSrcMACFilter const &>(filter).address);
+        case fiDestinationMAC: // which no medium tells
+            return static_cast<CDstMACFilter const &>(filter).address == CMACAddr() ? always : never;
+        default:
+            break;
         }
+        for (CNetwork const & network : m_networks)
+            if (asksForPacketsOf(network, filter))
+                return ofPackets(network, filter);
+        // Those of tags of Ethernet pass nothing.
+        return filter.GetFilterId() == fiCompound ? compound(static_cast<CCompoundFilter const &>(filter))
+                                                  : never;
     }
 
     std::string compound(CCompoundFilter const & filter) const
     {
-        bool const isAll = filter.mode != CCompoundFilter::cmAny;
-        bool const impliesIP = isAll && std::any_of(filter.filters.begin(), filter.filters.end(), isOfIP);
         std::vector<std::string> parts;
         for (CFilter const * const part : filter.filters)
-            if (!impliesIP || !saysIP(*part))
+            if (filter.mode == CCompoundFilter::cmAny || !isImplied(*part, filter))
                 parts.push_back(text(*part));
         return filter.mode == CCompoundFilter::cmAny ? any(parts) : all(parts);
     }
 
-    static bool isOfIP(CFilter const * filter)
+    // Whether it says no more than what another part of the compound says, too.
+    bool isImplied(CFilter const & part, CCompoundFilter const & whole) const
     {
-        eFilterId const id = filter->GetFilterId();
-        return !filter->negated && (id == fiIPSubprotocol || id == fiIPPort || id == fiIPAddress);
-    }
-
-    // Whether it says no more than what a filter of IP says, too.
-    static bool saysIP(CFilter const & filter)
-    {
-        if (filter.negated || filter.GetFilterId() != fiProtocol)
+        if (part.negated || part.GetFilterId() != fiProtocol)
             return false;
-        CProtocolId id;
-        constexpr unsigned char wire[] = {ipv4 >> 8, ipv4 & 0xFF};
-        id.Set(sizeof wire, wire);
-        return static_cast<CProtocolFilter const &>(filter).protocolId == id;
+        auto const network = std::find_if(m_networks.begin(), m_networks.end(), [&](CNetwork const & one) {
+            return numberOf(static_cast<CProtocolFilter const &>(part)) == one.protocol;
+        });
+        return network != m_networks.end() &&
+               std::any_of(whole.filters.begin(), whole.filters.end(), [&](CFilter const * other) {
+                   return other->GetFilterId() != fiProtocol && !other->negated &&
+                          asksForPacketsOf(*network, *other);
+               });
     }
 
-    std::string ofProtocol(CProtocolFilter const & filter) const
+    static bool asksForPacketsOf(CNetwork const & network, CFilter const & filter)
+    {
+        return !filter.GetPacketExpression(network.protocol, std::nullopt).empty();
+    }
+
+    // By libpcap's names where it finds the packet, and else by the place of the header.
+    static std::string ofPackets(CNetwork const & network, CFilter const & filter)
+    {
+        std::vector<std::string> parts;
+        for (CFraming const & framing : network.framings)
+            parts.push_back(
+                framing.isOfLibpcap
+                    ? filter.GetPacketExpression(network.protocol, std::nullopt)
+                    : all({framing.condition, filter.GetPacketExpression(network.protocol, framing.header)}));
+        return any(parts);
+    }
+
+    // None for an id of more than two bytes, which no frame has.
+    static std::optional<unsigned int> numberOf(CProtocolFilter const & filter)
     {
         auto const & bytes = filter.protocolId.bytes;
         for (std::size_t i = 0; i < 4; ++i)
             if (bytes[i] != 0)
-                return never;
-        unsigned int const number = static_cast<unsigned int>(bytes[4]) << 8 | bytes[5];
-        bool const isCooked = m_linkType == linktype::linuxSll || m_linkType == linktype::linuxSll2;
-        if (number == 0 && !isCooked)
+                return std::nullopt;
+        return static_cast<unsigned int>(bytes[4]) << 8 | bytes[5];
+    }
+
+    std::string ofProtocol(CProtocolFilter const & filter) const
+    {
+        std::optional<unsigned int> const number = numberOf(filter);
+        if (!number)
+            return never;
+        bool const isCooked = m_sender.has_value();
+        if (*number == 0 && !isCooked)
             return "not " + any({protocol(ipv4), protocol(ipv6)});
-        return protocol(number);
+        return protocol(*number);
     }
 
     std::string protocol(unsigned int number) const
@@ -246,75 +300,27 @@ private:
         return any(parts);
     }
 
-    // Of IP packets, `named` by libpcap's names and else by the place of the header.
-    std::string ofIP(std::string const & named,
-                     std::function<std::string(unsigned int header)> const & placed) const
+    // A frame that tells no address has that of zeros.
+    std::string ofSender(CMACAddr const & address) const
     {
-        std::vector<std::string> parts;
-        for (CFraming const & framing : m_ip)
-            parts.push_back(framing.isOfLibpcap ? named : all({framing.condition, placed(framing.header)}));
-        return any(parts);
+        bool const isNone = address == CMACAddr();
+        if (!m_sender)
+            return isNone ? always : never;
+        auto const number = [&](std::size_t from, std::size_t to) {
+            unsigned int value = 0;
+            for (std::size_t i = from; i < to; ++i)
+                value = value << 8 | address.bytes[i];
+            return value;
+        };
+        std::string const same =
+            all({is(m_sender->address, 4, number(0, 4)), is(m_sender->address + 4, 2, number(4, 6))});
+        std::string const isThere = is(m_sender->length, 1, 6);
+        return isNone ? any({"not " + isThere, same}) : all({isThere, same});
     }
 
-    std::string ofSubprotocol(std::vector<unsigned int> const & numbers) const
-    {
-        std::vector<std::string> named;
-        for (unsigned int const number : numbers)
-            named.push_back(fmt::format("ip proto {}", number));
-        return ofIP(any(named), [&](unsigned int header) {
-            std::vector<std::string> placed;
-            for (unsigned int const number : numbers)
-                placed.push_back(is(header + 9, 1, number));
-            return any(placed);
-        });
-    }
-
-    std::string ofPort(CIPPortFilter const & filter) const
-    {
-        if (filter.operation != eoEqual || filter.type > CIPPortFilter::ptUDP)
-            return never;
-        std::vector<unsigned int> places;
-        if (filter.type != CIPPortFilter::ptDestination)
-            places.push_back(0);
-        if (filter.type != CIPPortFilter::ptSource)
-            places.push_back(2);
-        std::vector<std::string> named;
-        for (unsigned int const place : places)
-            named.push_back(fmt::format("ip[((ip[0] & 0xf) << 2) + {}:2] = {}", place, filter.port));
-        std::string const port = ofIP(any(named), [&](unsigned int header) {
-            std::vector<std::string> placed;
-            for (unsigned int const place : places)
-                placed.push_back(fmt::format("ether[((ether[{}] & 0xf) << 2) + {}:2] = {}", header,
-                                             header + place, filter.port));
-            return any(placed);
-        });
-        std::vector<unsigned int> protocols;
-        if (filter.type != CIPPortFilter::ptUDP)
-            protocols.push_back(6);
-        if (filter.type != CIPPortFilter::ptTCP)
-            protocols.push_back(17);
-        return all({ofSubprotocol(protocols), port});
-    }
-
-    std::string ofAddress(CIPAddrFilter const & filter) const
-    {
-        // Nobody has a row with others.
-        if (filter.operation != eoEqual ||
-            (filter.position != CIPAddrFilter::apSource && filter.position != CIPAddrFilter::apDestination))
-            return never;
-        unsigned char octets[4];
-        static_assert(sizeof octets == sizeof filter.address);
-        std::memcpy(octets, &filter.address, sizeof octets);
-        unsigned int number = 0;
-        for (unsigned char const octet : octets)
-            number = number << 8 | octet;
-        return ofIP(fmt::format("ip {} host {}", filter.position == CIPAddrFilter::apSource ? "src" : "dst",
-                                fmt::join(octets, octets + 4, ".")),
-                    [&](unsigned int header) { return is(header + filter.position, 4, number); });
-    }
-
+    std::optional<CSender> m_sender;
+    std::array<CNetwork, 2> m_networks;
     std::uint32_t m_linkType;
-    CFramings m_ip;
 };
 
 } // namespace

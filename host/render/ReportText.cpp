@@ -118,12 +118,13 @@ std::string absenceText(CPicture const & picture)
     if (!off.empty())
         text += wrapped("Not counted: ", listed(off), picture.style.width);
     if (!off.empty() && picture.figures.source.linkType != "ethernet")
-        text +=
-            wrapped("",
-                    fmt::format("Frames of {} don't tell the addresses of both ends, by which stations and "
-                                "MAC conversations are counted.",
-                                escaped(picture.figures.source.linkType)),
-                    picture.style.width);
+        text += wrapped(
+            "",
+            fmt::format(
+                "Frames of {} don't tell the addresses of both ends, by which stations and "
+                "MAC conversations are counted, and VLAN tags in front of their packets aren't counted.",
+                escaped(picture.figures.source.linkType)),
+            picture.style.width);
     return text;
 }
 

@@ -71,6 +71,11 @@ std::string CFilter::GetDescription() const
     return description.empty() ? wholeExpression().text() : description;
 }
 
+std::string CFilter::GetPacketExpression(unsigned int protocol, std::optional<unsigned int> header) const
+{
+    return expression().textOfPackets(protocol, header);
+}
+
 CFilterExpression CFilter::wholeExpression() const
 {
     return negated ? !expression() : expression();

@@ -4,6 +4,7 @@
 #include "ketstats/ktools/MemoryBuffer.h"
 #include "ketstats/platform/Exports.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -73,6 +74,13 @@ public:
     // The description that the filter was given. If that is empty, an expression of libpcap's language that
     // selects the same frames, with the differences that docs/filters.md lists.
     [[nodiscard]] virtual std::string GetDescription() const;
+
+    // What the filter asks of packets of one protocol, 0x0800 for IP or 0x86DD for IPv6, in libpcap's language, its
+    // description and its own `negated` aside: for a host that tells in that language which frames of its media carry
+    // them. Their header begins at that byte of the frame; without one libpcap finds it by the protocol's name. Empty
+    // unless the filter passes only such packets and asks for nothing but what stands in them.
+    [[nodiscard]] std::string GetPacketExpression(unsigned int protocol,
+                                                  std::optional<unsigned int> header) const;
 
     // Makes this filter what the next bytes of the buffer hold, which must be one of its own kind. Throws
     // CFilter::CException, code 2, if they aren't, and CMemoryBuffer's if they end too early. The filter is

@@ -322,6 +322,36 @@ std::string CFilterExpression::text() const
     return text;
 }
 
+// Whether it has no primitives but those of the family.
+bool CFilterExpression::asksForNothingBut(CFamily const & family) const
+{
+    switch (m_node->kind) {
+    case Kind::never:
+    case Kind::always:
+        return true;
+    case Kind::anyDepth:
+    case Kind::protocol:
+        return false;
+    case Kind::network:
+        return m_node->family == &family;
+    case Kind::all:
+    case Kind::any:
+    case Kind::negation:
+        break;
+    }
+    return std::all_of(m_node->parts.begin(), m_node->parts.end(),
+                       [&family](CFilterExpression const & part) { return part.asksForNothingBut(family); });
+}
+
+std::string CFilterExpression::textOfPackets(unsigned int protocol, std::optional<unsigned int> header) const
+{
+    std::string text;
+    for (CFamily const * family : CFamily::list)
+        if (family->type == protocol && (m_node->implies & family->bit) != 0 && asksForNothingBut(*family))
+            (header ? inPacket(*family, *header) : *this).writeWithin(Kind::negation, text);
+    return text;
+}
+
 // What doesn't depend on tags is said once, in front. "Not" is said of the whole where that saves the guards.
 CFilterExpression CFilterExpression::forAllDepths() const
 {
@@ -374,7 +404,7 @@ CFilterExpression CFilterExpression::atDepth(unsigned int depth) const
             continue;
         CFilterExpression const isInSNAP = protocolAtDepth(family->type, depth);
         guarded.push_back(!isInSNAP);
-        snapped.push_back(all({isInSNAP, inSNAP(*family, depth)}));
+        snapped.push_back(all({isInSNAP, inPacket(*family, typeOffset + depth * tagSize + snapHeader)}));
     }
     guarded.push_back(plain);
     snapped.insert(snapped.begin(), needsGuard() ? all(guarded) : plain);
@@ -407,10 +437,9 @@ CFilterExpression CFilterExpression::behindType(unsigned int depth) const
     });
 }
 
-// For packets of which it is known that they are of that family, in a SNAP header.
-CFilterExpression CFilterExpression::inSNAP(CFamily const & family, unsigned int depth) const
+// For packets of which it is known that they are of that family, and where their header begins.
+CFilterExpression CFilterExpression::inPacket(CFamily const & family, unsigned int header) const
 {
-    unsigned int const header = typeOffset + depth * tagSize + snapHeader;
     return rebuilt([header, &family](CFilterExpression const & primitive) {
         bool const isOfFamily = primitive.m_node->family == &family;
         if (!isOfFamily || primitive.isFamilyAlone())

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -46,6 +47,10 @@ public:
 
     // The whole expression, for any number of tags.
     std::string text() const;
+    // What it asks of packets of one protocol, IP or IPv6 by its number, for whoever has found them: their header
+    // begins at that byte of the frame, or where libpcap finds it. Empty unless only they satisfy it and it asks for
+    // nothing else. Several parts stand in parentheses.
+    std::string textOfPackets(unsigned int protocol, std::optional<unsigned int> header) const;
 
     // A number as libpcap reads it: "0x0806".
     static std::string hexNumber(unsigned int number, unsigned int bytes);
@@ -81,6 +86,7 @@ private:
     static CFilterExpression ofFamily(CFamily const & family, std::string text, std::string anywhere,
                                       std::vector<CFilterExpression> implied);
     bool isFamilyAlone() const;
+    bool asksForNothingBut(CFamily const & family) const;
     bool needsGuard() const;
     CFilterExpression opposite() const;
 
@@ -88,7 +94,7 @@ private:
     CFilterExpression unfolded() const;
     CFilterExpression atDepth(unsigned int depth) const;
     CFilterExpression behindType(unsigned int depth) const;
-    CFilterExpression inSNAP(CFamily const & family, unsigned int depth) const;
+    CFilterExpression inPacket(CFamily const & family, unsigned int header) const;
     template <class Replace>
     CFilterExpression rebuilt(Replace const & replace) const;
     static CFilterExpression protocolAtDepth(unsigned int number, unsigned int depth);

@@ -236,9 +236,9 @@ def check(path, ketmon):
         expected = json.loads(beside.read_text())[path.name]
         if pairs != expected:
             found.append(f"ip_traffic: tshark has {expected}, told {pairs}")
-    for name in ("stations", "mac_traffic"):
+    for name in ("stations", "mac_traffic", "vlans", "inner_vlans"):
         if document["tables"][name]["rows"] is not None:
-            found.append(f"{name}: has rows, though no medium tells both addresses")
+            found.append(f"{name}: has rows, though no medium tells both addresses, and tags count of Ethernet alone")
     if document["source"]["link_type"] != NAMES[link_types[0]]:
         found.append(f"link type: {document['source']['link_type']} instead of {NAMES[link_types[0]]}")
     return len(link_types), found

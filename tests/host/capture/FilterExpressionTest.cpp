@@ -1,15 +1,14 @@
 #include "host/capture/LoadedCapture.h"
 
+#include "tests/host/ExtensionChains.h"
+#include "tests/host/LibpcapProgram.h"
 #include "tests/support/Filters.h"
 #include "tests/support/IPv6Frames.h"
 
 #include <gtest/gtest.h>
 
-#include <pcap/pcap.h>
-
 #include <algorithm>
 #include <filesystem>
-#include <iterator>
 #include <optional>
 
 // The expressions that filters describe themselves by, held against what libpcap makes of them.
@@ -18,50 +17,7 @@ using namespace test;
 
 namespace {
 
-// Whether libpcap's optimiser has its way. It makes another expression of some that have a "not" around
-// others.
-enum class Optimiser
-{
-    off,
-    on,
-};
-
-// An expression compiled by libpcap.
-class Program
-{
-public:
-    explicit Program(std::string const & expression, Optimiser optimiser = Optimiser::on)
-    {
-        std::unique_ptr<pcap_t, void (*)(pcap_t *)> const handle(pcap_open_dead(DLT_EN10MB, 1 << 18),
-                                                                 &pcap_close);
-        bpf_program program{};
-        if (pcap_compile(handle.get(), &program, expression.c_str(), optimiser == Optimiser::on,
-                         PCAP_NETMASK_UNKNOWN) == 0)
-            m_program = program;
-        else if (std::string const error = pcap_geterr(handle.get());
-                 error != "expression rejects all packets")
-            ADD_FAILURE() << error << ": " << expression;
-    }
-    ~Program()
-    {
-        if (m_program)
-            pcap_freecode(&*m_program);
-    }
-    Program(Program const &) = delete;
-    Program & operator=(Program const &) = delete;
-
-    bool passes(Bytes const & frame) const
-    {
-        pcap_pkthdr header{};
-        header.caplen = header.len = static_cast<bpf_u_int32>(frame.size());
-        return m_program && pcap_offline_filter(&*m_program, &header, frame.data()) != 0;
-    }
-
-    unsigned int size() const { return m_program ? m_program->bf_len : 0; }
-
-private:
-    std::optional<bpf_program> m_program; // none for an expression that no frame satisfies
-};
+using Program = LibpcapProgram;
 
 // The frame with all that a filter can read behind its end: zeros, as filters read them.
 Bytes padded(Bytes frame)
@@ -88,27 +44,6 @@ std::optional<unsigned int> ipv6Of(CBoundedBytes frame, unsigned int tags)
         return type + 2;
     bool const isSNAP = frame.word(type) < 0x600 && frame.word(type + 2) == 0xAAAA && frame[type + 4] == 0x03;
     return isSNAP && frame.word(type + 8) == 0x86DD ? std::optional(type + 10) : std::nullopt;
-}
-
-// How many extension headers are met, the last of which may be cut.
-unsigned int extensionHeadersOf(CBoundedBytes packet)
-{
-    unsigned int number = packet[6];
-    unsigned int headers = 0;
-    for (unsigned int at = 40; headers < 20; ++headers) {
-        bool const isFragment = number == 44;
-        bool const isAuthentication = number == 51;
-        if (!isFragment && !isAuthentication && number != 0 && number != 43 && number != 60 && number != 135)
-            break;
-        unsigned int const length = isFragment         ? 8
-                                    : isAuthentication ? packet[at + 1] * 4U + 8
-                                                       : packet[at + 1] * 8U + 8;
-        if (!packet.holds(at, length) || (isFragment && packet.word(at + 2) >= 8))
-            return headers + 1;
-        number = packet[at];
-        at += length;
-    }
-    return headers;
 }
 
 // The frame as an expression sees it. Where the two languages differ this is another frame, one of a protocol
@@ -320,68 +255,13 @@ TEST(FilterExpression, SelectsIPInSNAPHeaders)
     }
 }
 
-// An extension header of a kind, of so many units more than the least.
-Bytes extensionOf(unsigned int kind, unsigned int next, unsigned int units)
-{
-    Bytes header(kind == 44 ? 8 : kind == 51 ? 8 + 4 * units : 8 + 8 * units);
-    header[0] = static_cast<unsigned char>(next);
-    header[1] = static_cast<unsigned char>(units); // which is nothing in a fragment header
-    return header;
-}
-
-// Packets with chains of so many headers, each kind in each place, in lengths that alternate; as they are, as first
-// fragments and as later ones.
-std::vector<Bytes> chainsOf(unsigned int headers)
-{
-    std::vector<Bytes> frames;
-    constexpr unsigned int kinds[] = {0, 43, 44, 51, 60, 135};
-    constexpr unsigned int count = std::size(kinds);
-    unsigned int combinations = 1;
-    for (unsigned int i = 0; i < headers; ++i)
-        combinations *= count;
-    for (unsigned int combination = 0; combination < combinations; ++combination)
-        for (unsigned int offset : {0U, 1U, 8U}) { // 1 says that more follow
-            unsigned int number = combination % 2 ? 6 : 17;
-            Bytes payload = tcpHeader(80, 1025);
-            bool hasFragment = false;
-            for (unsigned int i = 0, rest = combination; i < headers; ++i, rest /= count) {
-                unsigned int const kind = kinds[rest % count];
-                Bytes header = extensionOf(kind, number, (combination + i) % 3);
-                header[3] = static_cast<unsigned char>(kind == 44 ? offset : 0);
-                hasFragment |= kind == 44;
-                payload = header + payload;
-                number = kind;
-            }
-            if (offset == 0 || hasFragment)
-                frames.push_back(ipv6Frame(v6A, v6B, number, payload));
-        }
-    return frames;
-}
-
-std::vector<Filter> filtersOfIPv6()
-{
-    std::vector<Filter> filters;
-    for (unsigned int number : {6U, 17U, 58U, 0U, 43U, 44U, 51U, 60U, 135U})
-        filters.push_back(protocol6(number));
-    for (unsigned int type = 0; type < 5; ++type)
-        for (unsigned int number : {80U, 1025U})
-            filters.push_back(port6(number, static_cast<CIPPortFilter::ePortType>(type)));
-    filters.push_back(address6("2001:db8::a", 8));
-    filters.push_back(address6("2001:db8::b", 24));
-    filters.push_back(address6("2001:db8::a", 24));
-    filters.push_back(address6("2001:db8::", 12));
-    for (std::size_t i = 0, count = filters.size(); i < count; ++i)
-        filters.push_back(no(Filter(filters[i]->Clone())));
-    return filters;
-}
-
 // Of no header up to one more than an expression looks behind.
 TEST(FilterExpression, SelectsWhatStandsBehindExtensionHeaders)
 {
     std::vector<Bytes> frames;
     for (unsigned int headers = 0; headers <= 3; ++headers)
-        for (Bytes const & frame : chainsOf(headers))
-            frames.push_back(frame);
+        for (Bytes const & packet : chainsOf(headers))
+            frames.push_back(ethernet(macB, macA, 0x86DD) + packet);
     ASSERT_GT(frames.size(), 400U);
 
     for (Optimiser const optimiser : {Optimiser::off, Optimiser::on})
@@ -402,7 +282,9 @@ TEST(FilterExpression, SelectsWhatStandsBehindExtensionHeadersOfCutFrames)
         std::vector<Bytes> const chains = chainsOf(headers);
         for (std::size_t i = 0; i < chains.size(); i += headers == 2 ? 7 : 3)
             for (bool inSNAP : {false, true}) {
-                Bytes frame = inSNAP ? snap(chains[i]) : chains[i];
+                Bytes frame = ethernet(macB, macA, 0x86DD) + chains[i];
+                if (inSNAP)
+                    frame = snap(frame);
                 for (unsigned int tags = 0; tags < i % 4; ++tags)
                     frame = tagged(frame, 5);
                 frames.push_back(frame);

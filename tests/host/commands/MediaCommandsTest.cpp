@@ -72,11 +72,13 @@ TEST(MediaCommands, WhatCanNotBeKnownIsNotCounted)
 
         EXPECT_EQ(figures["source"]["link_type"], medium.linkType) << medium.file;
         EXPECT_GT(figures["totals"]["frames"], 20) << medium.file;
-        for (char const * const table : {"stations", "mac_traffic"}) {
-            EXPECT_TRUE(figures["tables"][table]["rows"].is_null()) << medium.file;
-            EXPECT_TRUE(figures["tables"][table]["row_count"].is_null()) << medium.file;
+        for (char const * const table : {"stations", "mac_traffic", "vlans", "inner_vlans"}) {
+            EXPECT_TRUE(figures["tables"][table]["rows"].is_null()) << medium.file << ' ' << table;
+            EXPECT_TRUE(figures["tables"][table]["row_count"].is_null()) << medium.file << ' ' << table;
+            EXPECT_TRUE(figures["tables"][table]["given_up"].is_null()) << medium.file << ' ' << table;
         }
         EXPECT_TRUE(read(pathOf(medium), {"--enable", "1.5"})["tables"]["stations"]["rows"].is_null());
+        EXPECT_TRUE(read(pathOf(medium), {"--enable", "2.4"})["tables"]["vlans"]["rows"].is_null());
     }
 }
 
@@ -85,26 +87,40 @@ TEST(MediaCommands, TheReportSaysWhatIsNotCountedAndWhy)
     std::string const text = ketmon({"read", "-q", pathOf(media[3])}).output;
 
     EXPECT_THAT(text, HasSubstr("raw.pcap, raw\n"));
-    EXPECT_THAT(text, HasSubstr("Not counted: stations (1.5), MAC conversations (1.7)\n"));
+    EXPECT_THAT(text,
+                HasSubstr("Not counted: stations (1.5), MAC conversations (1.7), VLANs (2.4.1), inner VLANs "
+                          "(2.4.2)\n"));
     EXPECT_THAT(text, HasSubstr("Frames of raw don't tell the addresses of both ends"));
     EXPECT_THAT(text, Not(HasSubstr("Ethernet")));
 }
 
 TEST(MediaCommands, ARowHasAFilterForItsMedium)
 {
+    unsigned int ipv6Rows = 0;
     for (Medium const & medium : media) {
         ordered_json const tables = read(pathOf(medium))["tables"];
-        for (char const * const table : {"protocols", "ip_traffic", "ip_protocols", "tcp_ports", "udp_ports"})
+        for (char const * const table :
+             {"protocols", "ip_traffic", "ip_protocols", "tcp_ports", "udp_ports", "ipv6_traffic",
+              "ipv6_protocols", "ipv6_tcp_ports", "ipv6_udp_ports"})
             for (ordered_json const & row : tables[table]["rows"]) {
                 Filtered const result = filtered(pathOf(medium), row["oid"]);
 
-                // Those of IP count unicasts alone.
-                if (std::string(table) == "protocols" || std::string(table) == "ip_traffic") {
+                // Those of IP and IPv6 count unicasts alone, which all are but some of IPv6.
+                std::string const name = table;
+                if (name == "protocols" || name == "ip_traffic") {
                     EXPECT_EQ(result.frames, row["frames"]) << medium.file << ' ' << row;
+                } else if (name == "ipv6_traffic") {
+                    EXPECT_GE(result.frames, row["frames"]) << medium.file << ' ' << row;
                 }
                 EXPECT_GT(result.frames, 0U) << medium.file << ' ' << row;
+                ipv6Rows += name.starts_with("ipv6_");
             }
+        // Nobody is told whom a binding is of but by the sender's address of LINUX_SLL.
+        for (char const * const table : {"arp", "neighbours"})
+            for (ordered_json const & row : tables[table]["rows"])
+                filtered(pathOf(medium), row["oid"]);
     }
+    EXPECT_GT(ipv6Rows, 20U);
 }
 
 // As people write them, whichever form the frames of a medium have.
