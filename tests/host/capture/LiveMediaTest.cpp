@@ -1,13 +1,19 @@
+#include "host/capture/LinkType.h"
+#include "host/capture/MediumExpression.h"
 #include "tests/host/OwnNetwork.h"
 #include "tests/host/Process.h"
+#include "tests/support/Filters.h"
+#include "tests/support/IPv6Frames.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <csignal>
 #include <thread>
+#include <utility>
 
 using nlohmann::ordered_json;
+using test::operator+;
 using test::Agent;
 using test::inOwnNetwork;
 using test::PassingInterface;
@@ -42,6 +48,7 @@ void expectNoStations(ordered_json const & state)
 {
     EXPECT_TRUE(state["tables"]["stations"]["rows"].is_null());
     EXPECT_TRUE(state["tables"]["mac_traffic"]["rows"].is_null());
+    EXPECT_TRUE(state["tables"]["vlans"]["rows"].is_null());
 }
 
 #define SKIP_UNLESS(PERMITTED)                                                                               \
@@ -119,6 +126,44 @@ TEST(LiveMedia, ALoopbackStaysOneOfEthernet)
         EXPECT_EQ(state["source"]["link_type"], "ethernet");
         EXPECT_EQ(state["tables"]["stations"]["rows"][0]["address"], "00:00:00:00:00:00");
     }));
+}
+
+// Behind an extension header, where the kernel looks for it itself.
+TEST(LiveMedia, TheFilterOfARowOfIPv6SelectsItsFrames)
+{
+    std::pair<char const *, std::uint32_t> const interfaces[] = {{"tunnel0", ketmon::linktype::raw},
+                                                                 {"any", ketmon::linktype::linuxSll}};
+    test::Filter const row =
+        test::all(test::protocol(0x86DD), test::protocol6(6), test::port6(80, CIPPortFilter::ptTCP));
+    auto const toPort = [](unsigned int number) {
+        test::Bytes const bytes = test::ipv6Packet(test::v6A, test::v6B, 60,
+                                                   test::extension(6, 16) + test::tcpHeader(4000, number));
+        return std::string(bytes.begin(), bytes.end());
+    };
+    for (auto const & [name, linkType] : interfaces) {
+        bool made = true;
+        SKIP_UNLESS(inOwnNetwork([&] {
+                        PassingInterface const tunnel("tunnel0", PassingInterface::packets);
+                        made = tunnel.there();
+                        if (!made)
+                            return;
+                        tunnel.setUp(true);
+                        Agent agent({"-i", name, "-f", ketmon::mediumExpression(*row, linkType), "--interval",
+                                     "0.02", "--consoles", "1"});
+                        Process console({"console", agent.address(), "--json"});
+                        ASSERT_NE(console.line(), "") << agent.process().errors();
+                        EXPECT_TRUE(tunnel.send(packet()));
+                        EXPECT_TRUE(tunnel.send(toPort(81)));
+                        EXPECT_TRUE(tunnel.send(toPort(80)));
+                        ordered_json const state = stateOf(console, 1);
+
+                        ASSERT_FALSE(state.is_null()) << agent.process().errors();
+                        ordered_json const ports = state["tables"]["ipv6_tcp_ports"]["rows"];
+                        ASSERT_EQ(ports.size(), 1U) << name;
+                        EXPECT_EQ(ports[0]["port"], 80) << name;
+                    }) &&
+                    made);
+    }
 }
 
 TEST(LiveMedia, AFilterIsOneForTheMediumOfTheInterface)

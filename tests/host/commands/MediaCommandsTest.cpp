@@ -192,6 +192,7 @@ TEST(MediaCommands, AnAgentTellsItsConsoles)
 
         EXPECT_EQ(told["source"]["link_type"], medium.linkType);
         EXPECT_TRUE(told["tables"]["stations"]["rows"].is_null()) << medium.file;
+        EXPECT_TRUE(told["tables"]["vlans"]["rows"].is_null()) << medium.file;
         EXPECT_EQ(told["totals"]["frames"], read(pathOf(medium))["totals"]["frames"]) << medium.file;
     }
 }
@@ -221,6 +222,7 @@ TEST(MediaCommands, AnAgentLearnsTheMediumOfAPipeWithItsFirstFrame)
     ordered_json const told = ordered_json::parse(late.line());
     EXPECT_EQ(told["source"]["link_type"], "raw");
     EXPECT_TRUE(told["tables"]["stations"]["rows"].is_null());
+    EXPECT_TRUE(told["tables"]["inner_vlans"]["rows"].is_null());
 }
 
 TEST(MediaCommands, TheBenchCountsThemToo)
