@@ -39,7 +39,8 @@ class CAgentLink : public CMessageStream
 public:
     // `selection` is what is asked for, of both trees or of the first one alone, which is all that agents of before
     // understand.
-    CAgentLink(CSocket socket, std::vector<std::string> const & selection, bool bothTrees, CAgentEvents events);
+    CAgentLink(CSocket socket, std::vector<std::string> const & selection, bool bothTrees,
+               CAgentEvents events);
     ~CAgentLink() override;
 
     void start();

@@ -224,7 +224,7 @@ private:
     CStreamSocket m_socket{m_io};
     asio::steady_timer m_timer{m_io}; // of a connection that is being made, or waited for
     std::shared_ptr<CAgentLink> m_link;
-    bool m_bothTrees = true; // asked for
+    bool m_bothTrees = true;               // asked for
     std::optional<CReceivedTree> m_tree;   // once welcomed
     std::optional<long long> m_lastMoment; // of the last sample, in ticks
     unsigned long long m_samples = 0;
