@@ -263,6 +263,7 @@ int main()
     exceptionThroughTheLibraries();
     classesAtRunTime();
     templates();
+    secondTree();
     std::puts(failures == 0 ? "all checks hold" : "some checks failed");
     return failures == 0 ? 0 : 1;
 }
