@@ -101,7 +101,8 @@ void addRowsOption(CLI::App & command, CRowOptions & options)
         .add_option(
             "--rows", options.given,
             fmt::format("Rows that a table keeps, 1 to {}: TABLE=N such as ip_traffic=20000, or all=N "
-                        "for every table; 'standard' for the library's own limits. May be given again. "
+                        "for every table but those of VLANs; 'standard' for the library's own limits. May be "
+                        "given again. "
                         "{} rows a table unless given, about {}",
                         mostRows, options.usual, options.cost))
         ->allow_extra_args(false)

@@ -325,7 +325,7 @@ std::string longestPair(CPicture const & picture)
     auto const average = [](CRowFigures const & row) {
         return row.totalFrames() == 0 ? 0 : row.totalBytes() / row.totalFrames();
     };
-    for (char const * const key : {"ip_traffic", "mac_traffic"})
+    for (char const * const key : {"ip_traffic", "ipv6_traffic", "mac_traffic"})
         if (CTableFigures const * const pairs = picture.filled(key))
             for (CRowFigures const & row : pairs->rows)
                 if (!row.others && average(row) > longestUsual &&
@@ -370,16 +370,22 @@ void whatHasNoTable(CPicture const & picture, CSentences & sentences)
 {
     CRowFigures const * const ipv6 = rowOf(picture.filled("protocols"), ipv6Type);
     std::uint64_t const frames = picture.figures.frames.value_or(0);
-    // Where the second tree is counted they have tables like those of IPv4.
-    CTableFigures const * const pairs = picture.figures.table("ipv6_traffic");
-    if (pairs && pairs->counted)
+    if (!ipv6 || static_cast<double>(ipv6->totalFrames()) < notableIPv6 * static_cast<double>(frames))
         return;
-    if (ipv6 && static_cast<double>(ipv6->totalFrames()) >= notableIPv6 * static_cast<double>(frames))
-        sentences.push_back(fmt::format(
-            "{} of the frames are IPv6: {}IP conversations and ports are of IPv4 alone.",
-            percentText(shareOf(ipv6->totalFrames(), frames)),
-            picture.figures.source.linkType == "ethernet" ? "stations and MAC conversations have them, "
-                                                          : ""));
+    // Where the second tree is counted they have tables like those of IPv4.
+    auto const isCounted = [&](char const * key) {
+        CTableFigures const * const table = picture.figures.table(key);
+        return table && table->counted;
+    };
+    bool const pairs = isCounted("ipv6_traffic");
+    bool const ports = isCounted("ipv6_tcp_ports");
+    if (pairs && ports)
+        return;
+    sentences.push_back(fmt::format("{} of the frames are IPv6: {} of IPv4 alone.",
+                                    percentText(shareOf(ipv6->totalFrames(), frames)),
+                                    pairs   ? "ports are"
+                                    : ports ? "IP conversations are"
+                                            : "IP conversations and ports are"));
 }
 
 } // namespace

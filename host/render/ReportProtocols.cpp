@@ -58,7 +58,9 @@ public:
                 break;
             ++shown;
             std::uint32_t const code = row->code.value_or(0);
-            add({0, m_picture.names.protocol(code),
+            // Frames of other media may have none.
+            bool const isNone = code == 0 && m_picture.figures.source.linkType != "ethernet";
+            add({0, isNone ? "(none)" : m_picture.names.protocol(code),
                  fmt::format("0x{:0{}x}", code, code <= greatestAccessPoint ? 2 : 4)},
                 *row);
             for (CFamily const & family : families)

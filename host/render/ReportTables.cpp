@@ -98,10 +98,10 @@ std::string conversationsText(CPicture const & picture, std::vector<std::string>
 
     CFittedTable table(picture.style.ascii);
     std::size_t const least = ip ? leastForAddresses(picture, rows, shown) : 17; // numbers are never cut
-    table.addColumn({"A", CFittedTable::left, 0, least, 48});
+    table.addColumn({"A", CFittedTable::left, 0, least, 48, ip});
     table.addColumn({"Number of A", CFittedTable::left, 8});
     table.addColumn({"Vendor of A", CFittedTable::left, 5, 12, 24});
-    table.addColumn({"B", CFittedTable::left, 0, least, 48});
+    table.addColumn({"B", CFittedTable::left, 0, least, 48, ip});
     table.addColumn({"Number of B", CFittedTable::left, 8});
     table.addColumn({"Vendor of B", CFittedTable::left, 5, 12, 24});
     table.addColumn({"A to B", CFittedTable::right, 1});

@@ -254,15 +254,25 @@ requires(sizeof(K) == 16 || sizeof(K) == 32) struct CKeyBits<K>
         return true;
     }
 
+    // A product by a factor would leave what differs in the upper bytes of a word, where the numbers of hosts lie, in
+    // its upper bits, where it meets that of the other words. Products of two words, both halves of them, don't.
     std::uint64_t mix(CIndexFactors const & factors) const
     {
         std::uint64_t sum = 0;
-        for (unsigned int i = 0; i < words; ++i)
-            sum += m_words[i] * factors[i];
+        for (unsigned int i = 0; i < words; i += 2)
+            sum ^= folded(m_words[i] ^ factors[i], m_words[i + 1] ^ factors[i + 1]);
         return sum;
     }
 
 private:
+    __extension__ using Product = unsigned __int128;
+
+    static std::uint64_t folded(std::uint64_t left, std::uint64_t right)
+    {
+        Product const product = static_cast<Product>(left) * right;
+        return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
+    }
+
     std::array<std::uint64_t, words> m_words;
 };
 

@@ -71,18 +71,12 @@ K crowdedKey(unsigned int number)
     constexpr std::size_t words = sizeof(K) / 8;
     static_assert(words == 2 || words == 4);
     KetStats::CIndexFactors const & factors = KetStats::indexFactors();
+    // A factor of nothing makes nothing of the other one.
     std::uint64_t key[words] = {};
-    std::uint64_t rest = 0x0123456789ABCDEF;
-    for (std::size_t i = 0; i + 1 < words; ++i) {
-        key[i] = i + 2 == words ? (number + 1) * 0x9E3779B97F4A7C15 : 0x20010DB800000000 + i;
-        rest -= key[i] * factors[i];
+    for (std::size_t i = 0; i < words; i += 2) {
+        key[i] = factors[i];
+        key[i + 1] = (number + 1) * 0x9E3779B97F4A7C15 + i;
     }
-    // Each round of the inverse of an odd number has twice as many bits right.
-    std::uint64_t const last = factors[words - 1];
-    std::uint64_t inverse = last;
-    for (int round = 0; round < 6; ++round)
-        inverse *= 2 - last * inverse;
-    key[words - 1] = rest * inverse;
     auto const * const content = reinterpret_cast<unsigned char const *>(key);
     return keyFrom<K>(Bytes(content, content + sizeof key));
 }

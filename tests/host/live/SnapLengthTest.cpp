@@ -91,7 +91,8 @@ public:
         std::string ip(60, '\1');
         ip[0] = '\x4f';
         ip[9] = 6;
-        return bytes + ip + std::string("\0\x50\0\x51", 4) + "the rest of it";
+        // The last byte of its window is all that tells it from one of zero.
+        return bytes + ip + std::string("\0\x50\0\x51\1\1\1\1\1\1\1\1\x50\x10\0\1", 16) + "the rest of it";
     }
 
 private:

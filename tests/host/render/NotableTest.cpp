@@ -153,8 +153,22 @@ TEST(Notable, TheBusiestPairIsToldIfItMatters)
 TEST(Notable, TrafficThatHasNoTableIsTold)
 {
     EXPECT_THAT(notable(figures(100, 10000, {table("protocols", {protocol(0x86DD, 40, 4000)})})),
-                HasSubstr("40.0 % of the frames are IPv6"));
+                HasSubstr("40.0 % of the frames are IPv6: IP conversations and ports are of IPv4 alone."));
+    auto const with = [](ketmon::CTableFigures const & counted) {
+        return figures(100, 10000, {table("protocols", {protocol(0x86DD, 40, 4000)}), counted});
+    };
+    EXPECT_THAT(notable(with(table("ipv6_traffic", {}))), HasSubstr("are IPv6: ports are of IPv4 alone."));
+    EXPECT_THAT(notable(with(table("ipv6_tcp_ports", {}))),
+                HasSubstr("are IPv6: IP conversations are of IPv4 alone."));
     EXPECT_EQ(notable(figures(100, 10000, {table("protocols", {protocol(0x86DD, 4, 400)})})), "");
+}
+
+TEST(Notable, ThePairWithTheLongestFramesMayBeOfIPv6)
+{
+    EXPECT_THAT(notable(figures(100, 400000,
+                                {table("ip_traffic", {pair("10.0.0.1", "10.0.0.2", 10, 20000)}),
+                                 table("ipv6_traffic", {pair("fe80::1", "fe80::2", 10, 30000)})})),
+                HasSubstr("those from fe80::1 to fe80::2 have 3,000 on average"));
 }
 
 TEST(Notable, APortCountsOverBothFamilies)
