@@ -255,13 +255,14 @@ requires(sizeof(K) == 16 || sizeof(K) == 32) struct CKeyBits<K>
     }
 
     // A product by a factor would leave what differs in the upper bytes of a word, where the numbers of hosts lie, in
-    // its upper bits, where it meets that of the other words. Products of two words, both halves of them, don't.
+    // its upper bits, where it meets that of the other words. Products of two words, both halves of them, don't; of
+    // numbers one behind the other they come in steps, which the second product breaks.
     std::uint64_t mix(CIndexFactors const & factors) const
     {
         std::uint64_t sum = 0;
         for (unsigned int i = 0; i < words; i += 2)
             sum ^= folded(m_words[i] ^ factors[i], m_words[i + 1] ^ factors[i + 1]);
-        return sum;
+        return (sum ^ sum >> 32) * factors[0];
     }
 
 private:
