@@ -90,9 +90,10 @@ public:
         bytes += std::string("\x00\x20\xaa\xaa\x03\0\0\0\x08\x00", 10);
         std::string ip(60, '\1');
         ip[0] = '\x4f';
+        ip[6] = ip[7] = 0; // no fragment
         ip[9] = 6;
-        // The last byte of its window is all that tells it from one of zero.
-        return bytes + ip + std::string("\0\x50\0\x51\1\1\1\1\1\1\1\1\x50\x10\0\1", 16) + "the rest of it";
+        // Without the last byte of its window that isn't known to be zero.
+        return bytes + ip + std::string("\0\x50\0\x51\1\1\1\1\1\1\1\1\x50\x10\0\0", 16) + "the rest of it";
     }
 
 private:
