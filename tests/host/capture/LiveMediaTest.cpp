@@ -140,7 +140,9 @@ TEST(LiveMedia, TheFilterOfARowOfIPv6SelectsItsFrames)
                                                    test::extension(6, 16) + test::tcpHeader(4000, number));
         return std::string(bytes.begin(), bytes.end());
     };
-    for (auto const & [name, linkType] : interfaces) {
+    for (auto const & each : interfaces) {
+        auto const & name = each.first;
+        auto const linkType = each.second;
         bool made = true;
         SKIP_UNLESS(inOwnNetwork([&] {
                         PassingInterface const tunnel("tunnel0", PassingInterface::packets);
