@@ -20,6 +20,8 @@ TRACES = {
     "few": ["--exclude", "many-stations-arp.pcap", "--exclude", "many-connections.pcap", "--flows", "800"],
 }
 
+FIRST_TREE = [word for group in range(1, 10) for word in ("--enable", f"1.{group}")]
+
 
 def told(text):
     print(text, file=sys.stderr, flush=True)
@@ -56,9 +58,11 @@ def processor_seconds(command):
 
 
 def passes_of(programs, trace, count):
+    bench = [programs["ketmon"], "bench", "--rows", "standard", "--passes", str(count)]
     return {
         "floor": lambda: nanoseconds([programs["floor"], trace, str(count)]),
-        "ketmon": lambda: nanoseconds([programs["ketmon"], "bench", "--rows", "standard", "--passes", str(count), trace]),
+        "ketmon": lambda: nanoseconds([*bench, trace]),
+        "ketmon, first tree": lambda: nanoseconds([*bench, *FIRST_TREE, trace]),
     }
 
 

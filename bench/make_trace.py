@@ -15,6 +15,10 @@ at its end. The same captures and options always give the same bytes.
                two by two: A to B, then B to A. IP, TCP and UDP checksums are
                adjusted, so a right one stays right and a wrong one wrong.
                Group-addressed, IPv6, ARP and LLC frames stay as captured.
+  --ip V       4 or 6, with --flows: nothing but the frames that get a pair,
+               without fragments; with 6 an IPv6 header stands in the place of
+               the other one, and what follows stays, checksums too. So both
+               traces have the same pairs, protocols and ports in one order.
   --out FILE   file to write
 """
 import argparse
@@ -145,6 +149,26 @@ class Template:
         return out
 
 
+    def is_whole(self):
+        """A packet that is no fragment, of a pair."""
+        return self.ip >= 0 and struct.unpack_from(">H", self.frame, self.ip + 6)[0] & 0x3FFF == 0
+
+
+# 2001:db8:: and the address.
+PREFIX = bytes((0x20, 0x01, 0x0D, 0xB8)) + bytes(8)
+ICMP, ICMPV6 = 1, 58
+
+
+def as_ipv6(frame, ip):
+    """The frame with an IPv6 header in the place of its IPv4 one."""
+    header = (frame[ip] & 15) * 4
+    length = max(0, struct.unpack_from(">H", frame, ip + 2)[0] - header)
+    protocol = ICMPV6 if frame[ip + 9] == ICMP else frame[ip + 9]
+    return (bytes(frame[:ip - 2]) + struct.pack(">HIHBB", 0x86DD, 6 << 28, length, protocol, frame[ip + 8])
+            + PREFIX + bytes(frame[ip + 12:ip + 16]) + PREFIX + bytes(frame[ip + 16:ip + 20])
+            + bytes(frame[ip + header:]))
+
+
 def make_flows(count, stations):
     """count directed pairs: (destination and source MAC, addresses, word sum)."""
     talks = (count + 1) // 2
@@ -181,10 +205,14 @@ def main():
     parser.add_argument("--exclude", action="append", default=[], metavar="NAME",
                         help="leave a source capture out (may be repeated)")
     parser.add_argument("--captures", default=CAPTURES, help="folder of the source captures")
+    parser.add_argument("--ip", type=int, choices=(4, 6), help="nothing but IP of this version (all)")
     parser.add_argument("--out", required=True)
     args = parser.parse_args()
     if args.frames < 0 or args.flows < 0 or args.snaplen < 1 or args.mbps < 1:
         parser.error("--frames and --flows must not be negative, --snaplen and --mbps be at least 1")
+
+    if args.ip and not args.flows:
+        parser.error("--ip needs --flows")
 
     unknown = set(args.exclude) - {name for name, _ in WEIGHTS}
     if unknown:
@@ -195,7 +223,10 @@ def main():
     sources = []
     for name, _ in weights:
         frames = read_frames(os.path.join(args.captures, name))
-        sources.append([Template(wire, frame) for wire, frame in frames])
+        templates = [Template(wire, frame) for wire, frame in frames]
+        sources.append([each for each in templates if not args.ip or each.is_whole()])
+    if not all(sources):
+        parser.error("--ip: a source has no such frames, leave it out with --exclude")
     cursors = [0] * len(sources)
     shares = list(itertools.accumulate(share for _, share in weights))
 
@@ -225,15 +256,19 @@ def main():
                     frame = template.with_flow(*flows[pick])
                 else:
                     frame = template.frame
+                wire = template.wire
+                if args.ip == 6:
+                    wire += 40 - (frame[template.ip] & 15) * 4
+                    frame = as_ipv6(frame, template.ip)
                 if len(frame) > args.snaplen:
                     frame = frame[:args.snaplen]
                 parts.append(struct.pack("<IIII", now // 1000000, now % 1000000,
-                                         len(frame), template.wire))
+                                         len(frame), wire))
                 parts.append(frame)
-                total_wire += template.wire
+                total_wire += wire
                 total_captured += len(frame)
                 # frame, FCS, preamble and gap on the line
-                now += max(1, (max(template.wire, 60) + 24) * 8 // args.mbps)
+                now += max(1, (max(wire, 60) + 24) * 8 // args.mbps)
             cursors[which] = cursor
             left -= run
             block = b"".join(parts)

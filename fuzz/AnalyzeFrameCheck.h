@@ -132,22 +132,39 @@ struct Sums
     long long data = 0;
 };
 
+// The frames of the rows of a table, none of which has been given up.
+template <class Table>
+unsigned int framesOf(Table const & table)
+{
+    unsigned int frames = 0;
+    for (auto const & row : table)
+        frames += row.framesTransmitted;
+    return frames;
+}
+
 // The same for what a manager counts, with frames and bytes counted beside it.
 class CCounting
 {
 public:
     CCounting()
     {
-        for (char const * group : {"1.1", "1.2", "1.3", "1.4", "1.5", "1.6", "1.7", "1.8", "1.9"})
-            m_manager.enableStatistic(group);
-        m_manager.beginAnalyzing(nullptr);
+        for (KetStats::CKetrinStatManager * const manager : {&m_manager, &m_padded}) {
+            for (char const * group : {"1.1", "1.2", "1.3", "1.4", "1.5", "1.6", "1.7", "1.8", "1.9", "2.1",
+                                       "2.2", "2.3", "2.4", "2.5", "2.6", "2.7"})
+                manager->enableStatistic(group);
+            manager->beginAnalyzing(nullptr);
+        }
     }
 
-    void count(CNetworkFrame & frame)
+    // `padded` is the same bytes with zeros behind them.
+    void count(CNetworkFrame & frame, Bytes padded)
     {
         m_manager.analyzeFrame(&frame);
         ++m_expected.frames;
         m_expected.data += (frame.GetLength() & 0xFFFF) + CEthernetInfo::frameCheckSequence;
+        CNetworkFrame whole(padded.data(), static_cast<unsigned int>(padded.size()),
+                            static_cast<unsigned int>(frame.GetLength()));
+        m_padded.analyzeFrame(&whole);
     }
 
     std::string brokenRule()
@@ -160,11 +177,38 @@ public:
             return "every frame has a type";
         if (Sums(statistics.frameTables.frameSizes) != m_expected)
             return "every frame has a size class";
-        return {};
+        KetStats::CExtendedStatistic const & extended = m_manager.getExtendedStatistic();
+        if (framesOf(extended.ipv6Connections) != framesOf(extended.ipv6Protocols))
+            return "what has the addresses of IPv6 has a protocol too";
+        if (framesOf(extended.vlans.inner) > framesOf(extended.vlans.outer))
+            return "an inner tag has an outer one";
+        return differenceOfPadded();
     }
 
 private:
+    // Where no header has to be there whole, what wasn't captured counts as zeros do.
+    std::string differenceOfPadded()
+    {
+        KetStats::CExtendedStatistic & mine = m_manager.getExtendedStatistic();
+        KetStats::CExtendedStatistic & theirs = m_padded.getExtendedStatistic();
+        if (mine.ipv6Connections.collate(theirs.ipv6Connections) != 0)
+            return "addresses of IPv6 beyond the captured bytes are zeros";
+        if (mine.vlans.collate(theirs.vlans) != 0)
+            return "tags beyond the captured bytes are zeros";
+        for (auto const counter :
+             {&KetStats::CSignalsStat::arpRequests, &KetStats::CSignalsStat::arpReplies,
+              &KetStats::CSignalsStat::gratuitousArps, &KetStats::CSignalsStat::overlongPackets})
+            if ((mine.signals.*counter).get() != (theirs.signals.*counter).get())
+                return "signals of what wasn't captured are those of zeros";
+        // Headers that end early hide what stands behind them, and never show what isn't there.
+        if (framesOf(mine.ipv6Ports.tcpPorts) > framesOf(theirs.ipv6Ports.tcpPorts) ||
+            framesOf(mine.ipv6Ports.udpPorts) > framesOf(theirs.ipv6Ports.udpPorts))
+            return "ports that weren't captured aren't counted";
+        return {};
+    }
+
     KetStats::CKetrinStatManager m_manager;
+    KetStats::CKetrinStatManager m_padded; // counts the same frames with zeros behind them
     Sums m_expected{0, 0};
 };
 
@@ -193,10 +237,10 @@ inline std::string checkFrame(Bytes input)
         std::string broken = brokenRule(frame, {exact.get(), size}, padded);
         if (!broken.empty())
             return broken + ", cut at " + std::to_string(size);
-        counting.count(frame);
+        counting.count(frame, padded);
 
         frame.Assign(exact.get(), captured, toldLength);
-        counting.count(frame);
+        counting.count(frame, padded);
     }
     return counting.brokenRule();
 }

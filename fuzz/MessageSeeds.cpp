@@ -77,6 +77,8 @@ KetStats::CLedgers someLedgers(unsigned int rows)
     ledgers.stations = {rows, 2 * rows, 300 * rows, rows, 64 * rows};
     ledgers.ipConnections = {rows, rows, 1500 * rows, 0, 0};
     ledgers.stationUdpPorts = {1, 1, 64, 1, 64};
+    ledgers.ipv6Connections = {rows, rows, 1200 * rows, 0, 0};
+    ledgers.neighbours = {rows, 0, 0, 0, 0};
     return ledgers;
 }
 
@@ -87,6 +89,10 @@ void addGreetings(CSeeds & seeds)
     seeds.addMessage(MessageType::hello, hello.body());
     hello.selection = {"1.1", "1.5", "1.11.2"};
     seeds.addMessage(MessageType::hello, hello.body());
+    hello.selection = {"1.1", "2.4"};
+    hello.extendedFingerprint = 0x1122334455667788;
+    seeds.addMessage(MessageType::hello, hello.body());
+    hello.extendedFingerprint.reset();
     hello.version = 1;
     seeds.addMessage(MessageType::hello, hello.body());
 
@@ -104,6 +110,9 @@ void addGreetings(CSeeds & seeds)
     welcome.source = "eth0";
     welcome.agent = "web7";
     seeds.addMessage(MessageType::welcome, welcome.body());
+    welcome.extended = true;
+    welcome.groups |= 0xFE0000;
+    seeds.addMessage(MessageType::welcome, welcome.body());
 }
 
 void addSamples(CSeeds & seeds, std::vector<std::string> const & packs)
@@ -120,6 +129,7 @@ void addSamples(CSeeds & seeds, std::vector<std::string> const & packs)
             head.sequence % 2 == 0 ? std::optional<std::uint64_t>(head.sequence) : std::nullopt;
         KetStats::CLedgers const known = head.ledgers;
         head.ledgers = someLedgers(static_cast<unsigned int>(head.sequence));
+        head.bothTrees = head.sequence % 2 == 0;
         seeds.addMessage(first ? MessageType::full : MessageType::delta,
                          head.body(first ? KetStats::CLedgers() : known, pack));
     }

@@ -59,7 +59,7 @@ private:
 inline bool isSame(ketmon::CCapturedFrame const & one, ketmon::CCapturedFrame const & other)
 {
     return one.capturedLength == other.capturedLength && one.length == other.length &&
-           one.ticks == other.ticks &&
+           one.ticks == other.ticks && one.linkType == other.linkType &&
            (one.capturedLength == 0 || std::memcmp(one.data, other.data, one.capturedLength) == 0);
 }
 

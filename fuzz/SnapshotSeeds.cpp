@@ -11,7 +11,7 @@
 // Packs snapshots of real frames: fuzz-snapshot-seeds FRAMES SEEDS
 //
 // FRAMES is a directory of frames, one a file, as seeds.py writes it. Of every group there is a full pack and
-// the changes of a few frames, and the same of the whole tree: small inputs that have every structure.
+// the changes of a few frames, and the same of each whole tree: small inputs that have every structure.
 
 namespace {
 
@@ -56,15 +56,23 @@ int main(int argc, char ** argv)
 
     constexpr std::size_t first = 6;   // frames of a full pack
     constexpr std::size_t further = 3; // frames of the changes behind it
-    for (int group = 0; group <= 11; ++group) {
-        std::string const oid = group == 0 ? "1" : "1." + std::to_string(group);
+    std::vector<std::string> selections = {"1", "2"};
+    for (int group = 1; group <= 11; ++group)
+        selections.push_back("1." + std::to_string(group));
+    for (int group = 1; group <= 7; ++group)
+        selections.push_back("2." + std::to_string(group));
+    for (std::string const & oid : selections) {
         for (std::size_t at = 0; at + first + further <= frames.size(); at += frames.size() / 4 + 1) {
             CKetrinStatManager manager;
             for (int enabled = 1; enabled <= 9; ++enabled)
                 manager.enableStatistic("1." + std::to_string(enabled));
+            for (int enabled = 1; enabled <= 7; ++enabled)
+                manager.enableStatistic("2." + std::to_string(enabled));
             manager.beginAnalyzing(nullptr);
             CStatSnapshot snapshot;
             snapshot.addOid(oid);
+            if (oid == "2")
+                snapshot.addOid("1.1"); // a pack of both trees
             snapshot.initSnapshot(manager);
             std::string const name = oid + "-" + std::to_string(at);
             for (std::size_t i = 0; i < first; ++i)

@@ -65,6 +65,18 @@ void forEachTable(KetStats::CAgentStatistic & tree, KetStats::CAgentStatistic & 
     visit("UDP ports", tree.ipPorts.udpPorts, other.ipPorts.udpPorts);
 }
 
+template <class Visit>
+void forEachTable(KetStats::CExtendedStatistic & tree, KetStats::CExtendedStatistic & other, Visit && visit)
+{
+    visit("IPv6 traffic", tree.ipv6Connections, other.ipv6Connections);
+    visit("IPv6 protocols", tree.ipv6Protocols, other.ipv6Protocols);
+    visit("IPv6 TCP ports", tree.ipv6Ports.tcpPorts, other.ipv6Ports.tcpPorts);
+    visit("IPv6 UDP ports", tree.ipv6Ports.udpPorts, other.ipv6Ports.udpPorts);
+    visit("Outer VLANs", tree.vlans.outer, other.vlans.outer);
+    visit("Inner VLANs", tree.vlans.inner, other.vlans.inner);
+    visit("IPv6 neighbours", tree.neighbours, other.neighbours);
+}
+
 template <class Table, class Row>
 bool isOfOthers(Table & table, Row const & row)
 {
@@ -111,7 +123,8 @@ std::string brokenTable(Table & table)
     return {};
 }
 
-inline std::string brokenTree(KetStats::CAgentStatistic & tree)
+template <class Tree>
+std::string brokenTree(Tree & tree)
 {
     std::string result;
     forEachTable(tree, tree, [&](char const * name, auto & table, auto &) {
@@ -166,8 +179,8 @@ inline std::string differenceOfPorts(KetStats::CAgentStatistic & tree, KetStats:
 }
 
 // The same for all tables, with the number of other rows in those that aren't a station's.
-inline std::string differenceOfTables(KetStats::CAgentStatistic & tree, KetStats::CAgentStatistic & sender,
-                                      unsigned int & others, bool portsInOrder)
+template <class Tree>
+std::string differenceOfTables(Tree & tree, Tree & sender, unsigned int & others, bool portsInOrder)
 {
     std::string result;
     forEachTable(tree, sender, [&](char const * name, auto & mine, auto & theirs) {
@@ -175,13 +188,19 @@ inline std::string differenceOfTables(KetStats::CAgentStatistic & tree, KetStats
         if (!differs.empty() && result.empty())
             result = std::string(name) + ": " + differs;
     });
-    return result.empty() ? differenceOfPorts(tree, sender, portsInOrder) : result;
+    if constexpr (requires { tree.stations; })
+        return result.empty() ? differenceOfPorts(tree, sender, portsInOrder) : result;
+    return result;
 }
 
 // Tells in which of the groups of fixed shape two trees differ; empty for none.
-inline std::string differenceOfGroups(KetStats::CAgentStatistic & tree, KetStats::CAgentStatistic & sender)
+template <class Tree>
+std::string differenceOfGroups(Tree & tree, Tree & sender)
 {
-    for (unsigned int index = 0; index < 4; ++index) {
+    constexpr bool isFirst = std::is_same_v<Tree, KetStats::CAgentStatistic>;
+    constexpr unsigned int begin = isFirst ? 0 : 5;
+    constexpr unsigned int end = isFirst ? 4 : 7;
+    for (unsigned int index = begin; index < end; ++index) {
         ktools::CMemoryBuffer mine;
         ktools::CMemoryBuffer theirs;
         tree.getChild(index)->packValue(mine, false);
@@ -195,6 +214,11 @@ inline std::string differenceOfGroups(KetStats::CAgentStatistic & tree, KetStats
 inline KetStats::CAgentStatistic & treeOf(KetStats::CStatSnapshot & snapshot)
 {
     return static_cast<KetStats::CAgentStatistic &>(*snapshot.getStat(KetStats::COid("1")));
+}
+
+inline KetStats::CExtendedStatistic & secondTreeOf(KetStats::CStatSnapshot & snapshot)
+{
+    return static_cast<KetStats::CExtendedStatistic &>(*snapshot.getStat(KetStats::COid("2")));
 }
 
 // Reads a stream. True at a clean end, false if it was refused; any other exception is a failure of its own.
@@ -223,12 +247,16 @@ class CUnpacking
 public:
     CUnpacking()
     {
-        fill(*m_sender, 0x10);
-        m_valid = packed(*m_sender);
+        fill(*m_sender, *m_second, 0x10);
+        m_valid = packed(*m_sender, *m_second);
+        ktools::CMemoryBuffer first;
+        m_sender->packValue(first, false);
+        m_firstSize = static_cast<std::size_t>(first.size) + 2;
         // Other keys under the same ids, and some of the same keys under other ids.
         auto const other = std::make_unique<KetStats::CAgentStatistic>();
-        fill(*other, 0x12);
-        m_before = packed(*other);
+        auto const otherSecond = std::make_unique<KetStats::CExtendedStatistic>();
+        fill(*other, *otherSecond, 0x12);
+        m_before = packed(*other, *otherSecond);
     }
 
     // Empty if all is well, otherwise what should have held.
@@ -246,34 +274,40 @@ public:
         return {};
     }
 
-    // A packed tree with rows in every table.
+    // Both trees packed, with rows in every table.
     Stream const & valid() const { return m_valid; }
+    // How much of that is the first tree.
+    std::size_t firstSize() const { return m_firstSize; }
 
 private:
     std::string checkReceiver()
     {
         KetStats::CAgentStatistic & tree = treeOf(m_receiver);
-        if (std::string broken = brokenTree(tree); !broken.empty())
+        KetStats::CExtendedStatistic & second = secondTreeOf(m_receiver);
+        if (std::string broken = brokenTree(tree) + brokenTree(second); !broken.empty())
             return broken;
         m_receiver.calculatePercentStats();
         if (!reads(m_receiver, m_valid))
             return "a valid snapshot can be read behind a damaged one";
-        if (std::string broken = brokenTree(tree); !broken.empty())
+        if (std::string broken = brokenTree(tree) + brokenTree(second); !broken.empty())
             return broken + ", after a valid snapshot";
         unsigned int others = 0;
         for (std::string differs :
-             {differenceOfGroups(tree, *m_sender), differenceOfTables(tree, *m_sender, others, true)})
+             {differenceOfGroups(tree, *m_sender), differenceOfTables(tree, *m_sender, others, true),
+              differenceOfGroups(second, *m_second), differenceOfTables(second, *m_second, others, true)})
             if (!differs.empty())
                 return "a valid snapshot is what the receiver holds then: " + differs;
         return {};
     }
 
-    // A whole tree behind the path of the selection "1".
-    static Stream packed(KetStats::CAgentStatistic & tree)
+    // Whole trees behind the paths of the selections "1" and "2".
+    static Stream packed(KetStats::CAgentStatistic & tree, KetStats::CExtendedStatistic & second)
     {
         ktools::CMemoryBuffer buffer;
         buffer.Write("\1\0", 2);
         tree.packValue(buffer, false);
+        buffer.Write("\2\0", 2);
+        second.packValue(buffer, false);
         buffer.Write("\0\0", 2);
         return {buffer.data, buffer.data + buffer.size};
     }
@@ -283,7 +317,7 @@ private:
     {
         using Key = std::remove_cvref_t<decltype(table.getOldest()->rowKey())>;
         for (unsigned int number = first; number < first + 3; ++number) {
-            unsigned char bytes[16];
+            unsigned char bytes[32];
             for (unsigned char & byte : bytes)
                 byte = static_cast<unsigned char>(number);
             ktools::CMemoryBuffer buffer(bytes, sizeof bytes);
@@ -302,15 +336,22 @@ private:
         }
     }
 
-    static void fill(KetStats::CAgentStatistic & tree, unsigned int first)
+    static void fill(KetStats::CAgentStatistic & tree, KetStats::CExtendedStatistic & second,
+                     unsigned int first)
     {
+        auto const addTo = [first](char const *, auto & table, auto &) { addRows(table, first); };
         tree.globalStatistics.transmittedFrames = first;
-        forEachTable(tree, tree, [first](char const *, auto & table, auto &) { addRows(table, first); });
+        forEachTable(tree, tree, addTo);
+        second.signals.fragments = first;
+        second.tunnels.gre.frames = first;
+        forEachTable(second, second, addTo);
     }
 
     KetStats::CStatSnapshot m_receiver;
     std::unique_ptr<KetStats::CAgentStatistic> m_sender = std::make_unique<KetStats::CAgentStatistic>();
+    std::unique_ptr<KetStats::CExtendedStatistic> m_second = std::make_unique<KetStats::CExtendedStatistic>();
     Stream m_valid;
+    std::size_t m_firstSize = 0;
     Stream m_before;
 };
 

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "ketstats/capture/FieldFilters.h"
+#include "ketstats/capture/IPv6Filters.h"
 #include "ketstats/capture/NetworkFrame.h"
+#include "ketstats/capture/VlanFilter.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -72,6 +74,12 @@ inline std::vector<Filter> receivers()
     filters.push_back(
         std::make_unique<CIPPortFilter>(std::uint16_t{80}, CIPPortFilter::ptTCP, eoEqual, "before", true));
     filters.push_back(std::make_unique<CIPAddrFilter>(1U, 12U, eoEqual, "before", true));
+    filters.push_back(
+        std::make_unique<CIPv6AddrFilter>(CIPv6AddrFilter::CAddress{1}, 8U, eoEqual, "before", true));
+    filters.push_back(std::make_unique<CIPv6ProtocolFilter>(static_cast<unsigned char>(1), "before", true));
+    filters.push_back(
+        std::make_unique<CIPv6PortFilter>(std::uint16_t{80}, CIPPortFilter::ptTCP, eoEqual, "before", true));
+    filters.push_back(std::make_unique<CVlanFilter>(std::uint16_t{7}, CVlanFilter::vtInner, "before", true));
     return filters;
 }
 
@@ -87,10 +95,13 @@ inline std::string brokenFilter(CFilter & filter, std::vector<unsigned char> con
     if (filter.IsSatisfied(nullptr))
         return "null passes no filter";
 
-    // The input serves as frames too: as it is, and as IP.
+    // The input serves as frames too: as it is, as IP, and as IPv6.
     std::vector<unsigned char> ip{2, 0, 0, 0, 0, 10, 2, 0, 0, 0, 0, 11, 8, 0};
     ip.insert(ip.end(), input.begin(), input.end());
-    for (Bytes const bytes : {input, Bytes(ip)}) {
+    std::vector<unsigned char> ipv6 = ip;
+    ipv6[12] = 0x86;
+    ipv6[13] = 0xDD;
+    for (Bytes const bytes : {input, Bytes(ip), Bytes(ipv6)}) {
         CNetworkFrame const frame(bytes.data(), static_cast<unsigned int>(bytes.size()), 60);
         bool const satisfied = filter.IsSatisfied(&frame);
         if (clone->IsSatisfied(&frame) != satisfied)

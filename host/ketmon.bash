@@ -62,14 +62,16 @@ _ketmon_offer_values() {
         _ketmon_offer ${word//,/ }
         ;;
     --socket-mode:*) _ketmon_offer 600 660 666 ;;
-    --enable:*) _ketmon_offer none 1.{1..9} ;;
+    --enable:*) _ketmon_offer none 1.{1..9} 2.{1..7} ;;
     --rows:*)
-        _ketmon_offer standard {all,stations,protocols,{mac,ip}_traffic,arp,ip_protocols,{,station_}{tcp,udp}_ports}=
+        _ketmon_offer standard {all,stations,protocols,{mac,ip,ipv6}_traffic,arp,{ip,ipv6}_protocols}= \
+            {{,station_,ipv6_}{tcp,udp}_ports,{,inner_}vlans,neighbours}=
         compopt -o nospace 2>/dev/null
         ;;
     --select:*)
         _ketmon_offer frame_types frame_sizes stations protocols mac_traffic ip_traffic arp ip_protocols tcp_ports \
-            udp_ports totals errors filter frame_tables ports
+            udp_ports ipv6_traffic ipv6_protocols ipv6_ports ipv6_tcp_ports ipv6_udp_ports vlans inner_vlans neighbours \
+            tunnels signals totals errors filter frame_tables ports
         # Rows, which have a star, can't be selected.
         while read -r line _; do
             [[ $line != [0-9]* || $line == *'*'* ]] || _ketmon_offer "$line"
@@ -81,6 +83,7 @@ _ketmon_offer_values() {
         ;;
     *:FILE* | *:OUT*) _ketmon_offer_files ;;
     *:INTERFACE*)
+        _ketmon_offer any
         # Those whose frames can't be counted can't be captured on. The first line is the heading.
         while read -r line _; do
             _ketmon_offer "$line"

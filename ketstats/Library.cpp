@@ -64,11 +64,16 @@ static CStatFormatContainerBase customIPFormats(CStatFormatBase::vtIP);
 static CStatFormatContainerBase customStringFormats(CStatFormatBase::vtString);
 static CStatFormatContainerBase customProtocolIdFormats(CStatFormatBase::vtInteger);
 
+// 17. and 18. The lists of IPv6 addresses came later.
+static CStandardIPv6Formats const standardIPv6Formats;
+static CStatFormatContainerBase customIPv6Formats(CStatFormatBase::vtIPv6);
+
 // Where the lists are is known from the start, before any of them is built.
 constinit CStatFormatContainerBase const * const StandardIntegerFormats = &standardIntegerFormats;
 constinit CStatFormatContainerBase const * const StandardDoubleFormats = &standardDoubleFormats;
 constinit CStatFormatContainerBase const * const StandardMACFormats = &standardMACFormats;
 constinit CStatFormatContainerBase const * const StandardIPFormats = &standardIPFormats;
+constinit CStatFormatContainerBase const * const StandardIPv6Formats = &standardIPv6Formats;
 constinit CStatFormatContainerBase const * const StandardStringFormats = &standardStringFormats;
 constinit CStatFormatContainerBase const * const StandardProtocolIdFormats = &standardProtocolIdFormats;
 
@@ -76,6 +81,7 @@ constinit CStatFormatContainerBase * const CustomIntegerFormats = &customInteger
 constinit CStatFormatContainerBase * const CustomDoubleFormats = &customDoubleFormats;
 constinit CStatFormatContainerBase * const CustomMACFormats = &customMACFormats;
 constinit CStatFormatContainerBase * const CustomIPFormats = &customIPFormats;
+constinit CStatFormatContainerBase * const CustomIPv6Formats = &customIPv6Formats;
 constinit CStatFormatContainerBase * const CustomStringFormats = &customStringFormats;
 constinit CStatFormatContainerBase * const CustomProtocolIdFormats = &customProtocolIdFormats;
 

@@ -4,6 +4,7 @@
 
 #include "ketstats/ketstats.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <memory>
@@ -92,6 +93,10 @@ public:
         for (KetStats::CIPConnectionStat const & row : tree.ipConnections)
             std::printf("%s to %s: %u frames\n", text(row.source).c_str(), text(row.destination).c_str(),
                         row.framesTransmitted.get());
+        auto const & extended = static_cast<KetStats::CExtendedStatistic const &>(*m_snapshot.getStat("2"));
+        for (KetStats::COuterVlanStat const & row : extended.vlans.outer)
+            std::printf("VLAN %lld: %u frames\n", static_cast<long long>(row.vlanId.get()),
+                        row.framesTransmitted.get());
         KetStats::CLedger const & givenUp = m_snapshot.getGivenUp().ipConnections;
         std::printf("given up unseen: %llu frames\n", givenUp.framesTransmitted);
     }
@@ -109,6 +114,17 @@ Captured ipFrame(unsigned char from, unsigned char to)
     bytes[26] = bytes[30] = 10;
     bytes[29] = from;
     bytes[33] = to;
+    return bytes;
+}
+
+// The same behind a VLAN tag.
+Captured tagged(Captured const & frame, unsigned char vlan)
+{
+    Captured bytes{};
+    std::copy_n(frame.begin(), 12, bytes.begin());
+    bytes[12] = 0x81;
+    bytes[15] = vlan;
+    std::copy(frame.begin() + 12, frame.end() - 4, bytes.begin() + 16);
     return bytes;
 }
 
@@ -144,7 +160,10 @@ int main()
     wasRead = console.read(agent.sample()) && wasRead; // what changed
     console.show();
 
+    manager.enableStatistic("2.4"); // from here on
+    count(manager, {tagged(ipFrame(8, 9), 5)});
     agent.select("1.10");
+    agent.select("2.4");
     wasRead = console.read(agent.sample()) && wasRead; // full again
     console.show();
     return wasRead ? 0 : 1;

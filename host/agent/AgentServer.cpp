@@ -49,7 +49,6 @@ public:
           m_adapter(manager.limits()),
           m_welcome(manager, options.interval, served),
           m_context{manager,
-                    m_shape,
                     [this] { return m_welcome.now(); },
                     options.backlog,
                     served.counters,
@@ -325,7 +324,6 @@ private:
     CServiceManager & m_service;
     std::function<void()> m_startCapture;
     std::function<void()> m_stopCapture;
-    KetStats::CAgentStatistic m_shape;
     KetStats::CStatSnapshot m_adapter; // asks the adapter for its counters whenever it is initialised
     CAgentWelcome m_welcome;
     CLinkContext m_context;

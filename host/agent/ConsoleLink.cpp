@@ -78,7 +78,8 @@ void CConsoleLink::greet(CMessage const & message)
 {
     CHello const hello = CHello::parsed(message.body, schemaFingerprint());
     try {
-        CSelection const selection(hello.selection, m_context.shape);
+        m_bothTrees = hello.extendedFingerprint == extendedFingerprint();
+        CSelection const selection(hello.selection, m_bothTrees);
         std::string objection = m_context.objection(*this);
         if (objection.empty())
             objection = prepare(selection);
@@ -120,7 +121,10 @@ void CConsoleLink::begin()
     m_greeted = true;
     log(LogLevel::info, "joined");
 
-    CWelcome const welcome = m_context.welcome();
+    CWelcome welcome = m_context.welcome();
+    welcome.extended = m_bothTrees;
+    if (!m_bothTrees)
+        welcome.groups &= groupsOfFirstTree;
     deliver(encoded(MessageType::welcome, welcome.body()));
     sendSample(MessageType::full, std::move(m_first));
     m_first = {};
@@ -170,6 +174,7 @@ void CConsoleLink::sendSample(MessageType type, std::string const & snapshot)
     m_times.goOn(head, ticksOf(m_snapshot->getSampleStart()), dayAhead());
     head.counters = since(m_context.counters(), m_counterBase);
     head.ledgers = m_snapshot->getLedgers();
+    head.bothTrees = m_bothTrees;
     std::string const body = head.body(m_last.ledgers, snapshot);
     if (body.size() >= m_context.largest) {
         refuse(tooLarge(body.size(), m_context.largest), true);

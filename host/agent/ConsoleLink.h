@@ -25,7 +25,6 @@ class CConsoleLink;
 struct CLinkContext
 {
     KetStats::CKetrinStatManager & manager;
-    KetStats::CAgentStatistic & shape; // any tree
     std::function<CWelcome()> welcome; // as it is told at that moment
     std::size_t backlog;               // with more to be taken a console gets no further sample
     std::function<CCaptureCounters()> counters;
@@ -96,9 +95,10 @@ private:
     CPeer m_peer;
     asio::steady_timer m_deadline;
     bool m_greeted = false;
-    bool m_answered = false; // with a welcome or a refusal
-    bool m_behind = false;   // the last sample was left out
-    CRateLimit m_rate;       // of what it says
+    bool m_bothTrees = false; // it knows the second one
+    bool m_answered = false;  // with a welcome or a refusal
+    bool m_behind = false;    // the last sample was left out
+    CRateLimit m_rate;        // of what it says
 
     // Once greeted.
     std::unique_ptr<KetStats::CStatSnapshot> m_snapshot; // until it leaves

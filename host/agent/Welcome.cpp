@@ -19,13 +19,14 @@ constexpr std::chrono::milliseconds mostSilence(5000);
 
 CAgentWelcome::CAgentWelcome(KetStats::CKetrinStatManager const & manager, std::chrono::milliseconds interval,
                              CServed const & served)
-    : m_epoch(statisticsTime())
+    : m_manager(manager),
+      m_linkType(served.linkType),
+      m_epoch(statisticsTime())
 {
     m_welcome.fingerprint = schemaFingerprint();
     m_welcome.interval = static_cast<std::uint32_t>(interval.count());
     m_welcome.heartbeat = static_cast<std::uint32_t>(std::clamp(interval, leastSilence, mostSilence).count());
     m_welcome.identity = served.identity;
-    m_welcome.groups = countedGroups(manager).to_ulong();
     m_welcome.errors = served.errors;
     m_welcome.kind = served.kind;
     m_welcome.linkSpeed = served.linkSpeed;
@@ -38,6 +39,9 @@ CWelcome CAgentWelcome::now()
 {
     m_ahead.follow(dayAhead());
     m_welcome.epoch = m_epoch + m_ahead.ticks();
+    // Of a pipe these are known once it was read.
+    m_welcome.linkType = static_cast<std::uint16_t>(m_linkType());
+    m_welcome.groups = countedGroups(m_manager).to_ulong();
     return m_welcome;
 }
 

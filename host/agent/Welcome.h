@@ -2,12 +2,14 @@
 
 #include "host/agent/SampleTimes.h"
 #include "host/capture/CaptureCounters.h"
+#include "host/capture/LinkType.h"
 #include "host/wire/Greeting.h"
 
 #include "ketstats/ketstats.h"
 
 #include <bitset>
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <string>
 
@@ -19,7 +21,10 @@ struct CServed
     std::string agent;
     CIdentity identity{};
     SourceKind kind = SourceKind::file;
-    std::string source;          // path or interface
+    std::string source; // path or interface
+    std::function<std::uint32_t()> linkType = [] {
+        return linktype::ethernet;
+    };                           // as far as it is known; any thread
     std::uint64_t linkSpeed = 0; // bits per second
     std::bitset<32> errors;      // counters of "1.2" that the adapter has figures for
     std::function<CCaptureCounters()> counters = [] { return CCaptureCounters{}; }; // any thread
@@ -36,6 +41,8 @@ public:
     CWelcome now();
 
 private:
+    KetStats::CKetrinStatManager const & m_manager;
+    std::function<std::uint32_t()> m_linkType;
     CWelcome m_welcome;
     long long m_epoch; // by the clock of the statistics
     CAhead m_ahead;

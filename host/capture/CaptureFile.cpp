@@ -11,6 +11,7 @@
 
 #include <fmt/core.h>
 
+#include <atomic>
 #include <exception>
 #include <filesystem>
 #include <optional>
@@ -51,6 +52,11 @@ public:
     {
         if (!m_reader && !m_ended)
             start();
+        if (m_waiting) {
+            frame = *std::exchange(m_waiting, std::nullopt);
+            ++m_frames;
+            return true;
+        }
         if (m_ended)
             return false;
         try {
@@ -81,11 +87,16 @@ public:
             return;
         CCapturedFrame frame{};
         try {
-            while (!block.full() && m_reader->isAtHand())
-                if (read(frame) == Step::frame && m_countable) {
-                    ++m_frames;
-                    block.add(frame);
+            while (!block.full() && m_reader->isAtHand()) {
+                if (read(frame) != Step::frame || !m_countable)
+                    continue;
+                if (frame.linkType != block.linkType()) {
+                    m_waiting = frame;
+                    return;
                 }
+                ++m_frames;
+                block.add(frame);
+            }
         } catch (CDamagedCapture const &) {
             m_damage = std::current_exception(); // for whoever asks for what follows
         }
@@ -96,9 +107,17 @@ public:
         return m_compressed ? m_input->source().position() : m_input->position();
     }
     std::uint64_t size() const override { return m_input->size(); }
+    std::optional<std::uint32_t> linkType() const override
+    {
+        std::uint32_t const known = m_linkType.load(std::memory_order_relaxed);
+        return known == unknown ? std::nullopt : std::optional(known);
+    }
     CSourceFaults faults() const override { return m_faults; }
 
 private:
+    // No file has such a link type.
+    static constexpr std::uint32_t unknown = 0xFFFFFFFF;
+
     void start()
     {
         m_ended = true; // unless all goes well
@@ -107,8 +126,7 @@ private:
             m_input = std::make_unique<CByteInput>(gzipSource(m_path, std::move(m_input)));
         try {
             m_reader = readerOf(*m_input);
-            findEthernet();
-            m_ended = false;
+            m_ended = !chooseMedia();
         } catch (CDamagedCapture const & damage) {
             if (!isInterrupted())
                 throw CFailure(exitBadInput, fmt::format("{}: {}", m_path, damage.what()));
@@ -121,28 +139,64 @@ private:
     Step read(CCapturedFrame & frame)
     {
         Step const step = m_reader->next(frame);
-        m_countable = step == Step::frame && m_reader->linkType() == format::linkTypeEthernet;
+        // Nearly always it is that of the frame before.
+        if (std::uint32_t const number = m_reader->linkType(); number != m_number) {
+            m_number = number;
+            m_usual = usualLinkType(number);
+            m_isCountable = isCountable(m_usual);
+        }
+        frame.linkType = m_usual;
+        m_countable = step == Step::frame && m_isCountable && mediaFamily(m_usual) == m_family;
         if (step == Step::frame && !m_countable) {
-            ++m_faults.leftOut[m_reader->linkType()];
+            ++m_faults.leftOut[frame.linkType];
             ++m_frames;
         }
         return step;
     }
 
-    // No frame of Ethernet stands in front of the description of its interface.
-    void findEthernet()
+    // Ethernet, if one of the interfaces is that stand in front of the first frame of other media, and else
+    // these. No frame of an interface stands in front of its description. Tells whether there is more to be
+    // read.
+    bool chooseMedia()
     {
+        bool more = true;
         std::optional<std::uint32_t> first;
+        std::optional<std::uint32_t> other;
         CCapturedFrame frame{};
-        for (Step step = read(frame); step != Step::end; step = read(frame)) {
-            if (step != Step::description)
-                continue;
-            if (m_reader->linkType() == format::linkTypeEthernet)
-                return;
-            first = first.value_or(m_reader->linkType());
+        try {
+            for (Step step = read(frame); step != Step::end; step = read(frame)) {
+                if (m_countable) {
+                    m_waiting = frame;
+                    choose(frame.linkType);
+                    return true;
+                }
+                if (step != Step::description)
+                    continue;
+                if (frame.linkType == linktype::ethernet) {
+                    choose(frame.linkType);
+                    return true;
+                }
+                first = first.value_or(frame.linkType);
+                if (!other && isCountable(frame.linkType))
+                    other = frame.linkType;
+            }
+            more = false;
+        } catch (CDamagedCapture const &) {
+            if (!other)
+                throw;
+            m_damage = std::current_exception(); // for whoever asks for the first frame
         }
-        throw CDamagedCapture(fmt::format("the link type is {}, and only Ethernet can be counted",
-                                          linkTypeText(first.value_or(0))));
+        if (!other)
+            throw CDamagedCapture(
+                fmt::format("the link type is {}, which can't be counted", linkTypeText(first.value_or(0))));
+        choose(*other);
+        return more;
+    }
+
+    void choose(std::uint32_t linkType)
+    {
+        m_family = mediaFamily(linkType);
+        m_linkType.store(linkType, std::memory_order_relaxed);
     }
 
     bool hasGrown() const
@@ -157,8 +211,14 @@ private:
     std::unique_ptr<CByteInput> m_input;
     std::unique_ptr<CFrameReader> m_reader;
     CSourceFaults m_faults;
-    std::uint64_t m_frames = 0; // of all link types
-    bool m_countable = false;   // whether the frame that was read last is
+    std::uint64_t m_frames = 0;       // of all link types
+    bool m_countable = false;         // whether the frame that was read last is
+    std::uint32_t m_number = unknown; // by which the file names the link type that was read last
+    std::uint32_t m_usual = unknown;  // what it is called here, and whether frames of it are counted
+    bool m_isCountable = false;
+    MediaFamily m_family = MediaFamily::others; // of frames that are given
+    std::atomic<std::uint32_t> m_linkType{unknown};
+    std::optional<CCapturedFrame> m_waiting; // was read, and is the next to be given
     bool m_ended = false;
     std::exception_ptr m_damage; // found behind the frames that were given last
     bool m_compressed = false;

@@ -61,6 +61,7 @@ CCaptureFiles::CCaptureFiles(std::vector<std::string> const & paths, FirstRead o
             continue;
         }
         m_size += file.source->size();
+        choose(file);
         advance(file);
         // What was seen behind its first frame is seen again when its time has come.
         if (paths.size() > 1 && file.source && canBeOpenedAgain(path))
@@ -78,17 +79,23 @@ bool CCaptureFiles::next(CCapturedFrame & frame)
         advance(*std::exchange(m_given, nullptr));
     for (CFile * const file : std::exchange(m_unread, {}))
         advance(*file);
+    if (!m_waiting.empty() && m_linkType == unknown)
+        choose(*m_waiting.front());
     while (!m_waiting.empty() && !m_interrupt.raised()) {
         std::pop_heap(m_waiting.begin(), m_waiting.end(), CFile::isLater);
         CFile & file = *m_waiting.back();
         m_waiting.pop_back();
-        if (file.source) {
+        if (!file.source) {
+            if (open(file, FirstRead::toOpen))
+                advance(file);
+        } else if (isLeftOut(file.frame.linkType)) {
+            ++m_faults.leftOut[file.frame.linkType];
+            advance(file);
+        } else {
             m_given = &file;
             frame = file.frame;
             return true;
         }
-        if (open(file, FirstRead::toOpen))
-            advance(file);
     }
     return false;
 }
@@ -124,6 +131,25 @@ CSourceFaults CCaptureFiles::faults() const
         if (file->source)
             add(all, file->source->faults());
     return all;
+}
+
+std::optional<std::uint32_t> CCaptureFiles::linkType() const
+{
+    std::uint32_t const known = m_linkType.load(std::memory_order_relaxed);
+    return known == unknown ? std::nullopt : std::optional(known);
+}
+
+// Ethernet goes in front of what was chosen before.
+void CCaptureFiles::choose(CFile const & file)
+{
+    std::optional<std::uint32_t> const linkType = file.source->linkType();
+    if (linkType && (m_linkType == unknown || linkType == linktype::ethernet))
+        m_linkType.store(*linkType, std::memory_order_relaxed);
+}
+
+bool CCaptureFiles::isLeftOut(std::uint32_t linkType) const
+{
+    return mediaFamily(linkType) != mediaFamily(m_linkType.load(std::memory_order_relaxed));
 }
 
 bool CCaptureFiles::open(CFile & file, FirstRead firstRead)

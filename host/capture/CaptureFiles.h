@@ -4,7 +4,10 @@
 #include "host/capture/CaptureSource.h"
 #include "host/support/Interrupt.h"
 
+#include <atomic>
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,7 +21,9 @@ namespace ketmon {
 //    read on. `next` throws for none.
 // 3. Of several files only those are held open whose time has come, so there may be any number of them. A pipe
 //    is open from the start.
-// 4. `stop` ends it wherever it is, also while it waits for a pipe.
+// 4. Its frames are of Ethernet, if one of the files is, and else of other media; those of files that have
+//    others are left out, and told by `faults`. Of pipes that are read later only the first says.
+// 5. `stop` ends it wherever it is, also while it waits for a pipe.
 class CCaptureFiles : public CCaptureSource
 {
 public:
@@ -35,11 +40,14 @@ public:
     void stop() override { m_interrupt.raise(); }
     std::uint64_t position() const override;
     std::uint64_t size() const override { return m_size; }
+    std::optional<std::uint32_t> linkType() const override;
     CSourceFaults faults() const override;
 
 private:
     struct CFile;
 
+    void choose(CFile const & file);
+    bool isLeftOut(std::uint32_t linkType) const;
     bool open(CFile & file, FirstRead firstRead);
     void advance(CFile & file);
     void close(CFile & file);
@@ -49,7 +57,9 @@ private:
     std::vector<CFile *> m_unread;  // pipes that are read when the first frame is asked for
     std::vector<CFile *> m_waiting; // a heap, at its front the one whose frame comes next
     CFile * m_given = nullptr;      // the one whose frame was given last
-    CSourceFaults m_faults;         // of what is closed
+    CSourceFaults m_faults;         // of what is closed, and of frames that aren't given
+    static constexpr std::uint32_t unknown = 0xFFFFFFFF;
+    std::atomic<std::uint32_t> m_linkType{unknown}; // of the first file whose frames are given
     std::uint64_t m_size = 0;
     std::uint64_t m_finished = 0; // bytes of files that are at their end
 };

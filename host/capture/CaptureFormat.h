@@ -42,7 +42,6 @@ private:
 constexpr CByteOrder littleEndian{std::endian::little};
 
 constexpr std::size_t magicLength = 4;
-constexpr std::uint32_t linkTypeEthernet = 1;
 // The most bytes of a frame that a file may announce or hold; more is taken for damage.
 constexpr std::uint32_t longestFrame = 262144;
 

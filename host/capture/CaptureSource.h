@@ -1,7 +1,10 @@
 #pragma once
 
+#include "host/capture/LinkType.h"
+
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,6 +19,7 @@ struct CCapturedFrame
     unsigned int capturedLength;
     unsigned int length; // on the wire
     long long ticks;     // when it was captured, in units of 100 ns since 1601-01-01 UTC
+    std::uint32_t linkType = linktype::ethernet;
 };
 
 // What of an input wasn't given as frames, and why.
@@ -25,7 +29,7 @@ struct CSourceFaults
     std::vector<std::string> damage;
     // Files that grew while they were read and end within a record: somebody still writes there.
     std::vector<std::string> unfinished;
-    // Frames that can't be counted, by the number of their link type.
+    // Frames that can't be counted, or not together with those that were, by the number of their link type.
     std::map<std::uint32_t, std::uint64_t> leftOut;
 };
 
@@ -41,8 +45,9 @@ public:
     // Fetches the next frame; false at the end. Throws CFailure if the input can't be read on.
     virtual bool next(CCapturedFrame & frame) = 0;
 
-    // Fetches the next frames: one, as `next` does, and as many more as are at hand without waiting. The block is
-    // emptied before, and stays so at the end; its frames stay until the source is asked for more.
+    // Fetches the next frames: one, as `next` does, and as many more of the same link type as are at hand
+    // without waiting. The block is emptied before, and stays so at the end; its frames stay until the source
+    // is asked for more.
     virtual void nextBlock(CFrameBlock & block);
 
     // Has `next` yield false soon, even while it waits for a frame. Any thread may call it.
@@ -51,6 +56,10 @@ public:
     // How much of the input was read so far and how much there is, in bytes; both 0 if that can't be told.
     virtual std::uint64_t position() const { return 0; }
     virtual std::uint64_t size() const { return 0; }
+
+    // The link type of its frames; of the first where they have several, which are of one family then.
+    // Nothing as long as it isn't known. Any thread may ask.
+    virtual std::optional<std::uint32_t> linkType() const { return linktype::ethernet; }
 
     // By now.
     virtual CSourceFaults faults() const { return {}; }

@@ -25,14 +25,15 @@ void put(unsigned char * to, std::uint32_t value)
 
 } // namespace
 
-CCaptureWriter::CCaptureWriter(std::string const & path) : m_file(path)
+void CCaptureWriter::begin(std::uint32_t linkType)
 {
     unsigned char header[classic::headerLength] = {};
     put(header, classic::nanoseconds);
     put(header + 4, majorVersion | minorVersion << 16);
     put(header + 16, format::longestFrame);
-    put(header + 20, format::linkTypeEthernet);
+    put(header + 20, linkType);
     m_file.append(header, sizeof header);
+    m_linkType = linkType;
 }
 
 void CCaptureWriter::write(CCapturedFrame const & frame)
@@ -43,6 +44,12 @@ void CCaptureWriter::write(CCapturedFrame const & frame)
     if (frame.ticks < ticksTo1970 || frame.ticks >= endOfTime)
         fail(fmt::format("frame {} was captured at a time that a capture file can't tell", m_frames + 1));
 
+    if (!m_linkType)
+        begin(frame.linkType);
+    else if (*m_linkType != frame.linkType)
+        fail(fmt::format("frame {} has the link type {}, those in front of it {}, and the file can tell one",
+                         m_frames + 1, linkTypeText(frame.linkType), linkTypeText(*m_linkType)));
+
     long long const since1970 = frame.ticks - ticksTo1970;
     unsigned char record[classic::recordLength];
     put(record, static_cast<std::uint32_t>(since1970 / ticksPerSecond));
@@ -52,6 +59,13 @@ void CCaptureWriter::write(CCapturedFrame const & frame)
     m_file.append(record, sizeof record);
     m_file.append(frame.data, frame.capturedLength);
     ++m_frames;
+}
+
+void CCaptureWriter::finish()
+{
+    if (!m_linkType)
+        begin(linktype::ethernet);
+    m_file.finish();
 }
 
 void CCaptureWriter::fail(std::string const & reason) const

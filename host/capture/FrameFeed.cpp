@@ -1,6 +1,7 @@
 #include "host/capture/FrameFeed.h"
 
 #include "host/capture/FrameBlock.h"
+#include "host/capture/FrameCounter.h"
 
 #include <algorithm>
 #include <chrono>
@@ -69,6 +70,7 @@ void feedFrames(KetStats::CKetrinStatManager & manager, CCaptureSource & source,
                 std::stop_token const & stop, CCaptureSummary & summary)
 {
     CPacer pacer(options, stop);
+    CFrameCounter counter(manager);
     CFrameBlock block;
     while (!isEnough(options, summary) && !stop.stop_requested()) {
         if (options.most != 0)
@@ -83,7 +85,7 @@ void feedFrames(KetStats::CKetrinStatManager & manager, CCaptureSource & source,
             pacer.waitFor(block.ticks()[first]);
             if (stop.stop_requested())
                 return;
-            manager.analyzeFrames(block.views().subspan(first, atOnce));
+            counter.count(block, first, atOnce);
             for (std::size_t i = first; i < first + atOnce; ++i)
                 summary.add(block.frame(i));
         }

@@ -12,10 +12,11 @@ struct CInterface
 {
     std::string name;
     unsigned int index = 0;
-    bool up = false;       // by whoever administers it
-    bool running = false;  // there is a carrier, too
-    bool loopback = false; // of which no wire is behind
-    bool ethernet = false; // frames are of Ethernet, so that they can be counted
+    bool up = false;        // by whoever administers it
+    bool running = false;   // there is a carrier, too
+    bool loopback = false;  // of which no wire is behind
+    bool ethernet = false;  // frames are of Ethernet
+    bool countable = false; // frames can be counted
     std::optional<std::uint64_t> bitsPerSecond;
     std::string driver;                 // this and the next are empty where there is none
     std::string mac;                    // "00:11:22:aa:bb:cc"

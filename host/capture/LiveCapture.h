@@ -41,13 +41,13 @@ struct CLiveOptions
     std::function<void()> waiting = [] {};
 };
 
-// Opens the capture of the frames that pass a network interface. `log`, which must live longer, is told of waiting,
-// of offloading that makes frames look larger than they are on the wire, and later, on the thread that reads frames,
-// of what becomes of the interface. Nothing if SIGINT or SIGTERM came while it
-// waited, which are its own then: so it must be called before there are other threads.
+// Opens the capture of the frames that pass a network interface, or "any" of them. `log`, which must live
+// longer, is told of waiting, of offloading that makes frames look larger than they are on the wire, and
+// later, on the thread that reads frames, of what becomes of the interface. Nothing if SIGINT or SIGTERM came
+// while it waited, which are its own then: so it must be called before there are other threads.
 //
-// Throws CFailure: exit code 1 for an interface that isn't there, can't be captured on or isn't Ethernet, 2 for
-// a filter that is none, and 2 on a system on which ketmon can't capture.
+// Throws CFailure: exit code 1 for an interface that isn't there, can't be captured on or whose frames can't
+// be counted, 2 for a filter that is none, and 2 on a system on which ketmon can't capture.
 //
 // The source follows the interface when it goes down and comes up again, or gets another name. Its `next`
 // throws CInterfaceGone when it is removed.

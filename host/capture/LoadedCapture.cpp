@@ -12,8 +12,11 @@ CSourceFaults CLoadedCapture::load(std::vector<std::string> const & paths)
     // As much as the files have, unless they are compressed.
     m_bytes.reserve(m_bytes.size() + static_cast<std::size_t>(source.size()));
     CCapturedFrame frame{};
-    while (source.next(frame))
+    while (source.next(frame)) {
         add(frame.data, frame.capturedLength, frame.length);
+        if (frame.linkType != linktype::ethernet)
+            m_linkTypes.push_back(frame.linkType);
+    }
     return source.faults();
 }
 
@@ -33,6 +36,8 @@ void CLoadedCapture::repeat(std::size_t count)
         std::copy_n(m_bytes.begin() + static_cast<std::ptrdiff_t>(frame.offset), frame.capturedLength,
                     m_bytes.begin() + static_cast<std::ptrdiff_t>(offset));
         m_frames.push_back({offset, frame.capturedLength, frame.length});
+        if (!isEthernet())
+            m_linkTypes.push_back(m_linkTypes[i % own]);
     }
 }
 

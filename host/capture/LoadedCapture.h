@@ -1,7 +1,7 @@
 #pragma once
 
 #include "host/capture/CaptureSource.h"
-
+#include "host/capture/MediumFrame.h"
 #include "host/support/LargeMemory.h"
 
 #include "ketstats/capture/FrameView.h"
@@ -34,11 +34,14 @@ public:
 
     std::vector<CFrameAt> const & frames() const { return m_frames; }
 
+    // Whether they are of Ethernet, all or none.
+    bool isEthernet() const { return m_linkTypes.empty(); }
+
     // All of them as plain views, for as long as nothing is appended.
     std::vector<CFrameView> views() const;
 
-    // Calls `operation` with each frame in turn, through one frame object as a capture loop does it. The
-    // headers of the frames that come next are fetched ahead: memory is slower than the counting.
+    // Calls `operation` with each frame of Ethernet in turn, through one frame object as a capture loop does
+    // it. The headers of the frames that come next are fetched ahead: memory is slower than the counting.
     template <class Operation>
     void overFrames(Operation const & operation) const
     {
@@ -58,8 +61,21 @@ public:
         }
     }
 
+    // The same for frames of other media.
+    template <class Operation>
+    void overOthers(Operation const & operation) const
+    {
+        CMediumFrame frame;
+        for (std::size_t i = 0; i < m_frames.size(); ++i) {
+            CFrameAt const & at = m_frames[i];
+            frame.assign({m_bytes.data() + at.offset, at.capturedLength, at.length, 0, m_linkTypes[i]});
+            operation(frame);
+        }
+    }
+
 private:
     std::vector<CFrameAt> m_frames;
+    std::vector<std::uint32_t> m_linkTypes; // of them, unless they are of Ethernet
     std::vector<unsigned char, CLargeAllocator<unsigned char>> m_bytes;
 };
 

@@ -4,6 +4,7 @@
 #include "host/agent/Identity.h"
 #include "host/agent/StatisticsClock.h"
 #include "host/capture/CaptureFiles.h"
+#include "host/capture/FrameCounter.h"
 #include "host/capture/LiveCapture.h"
 #include "host/commands/LiveOptions.h"
 #include "host/live/EndLine.h"
@@ -79,6 +80,7 @@ CServed servedBy(CAgentOptions const & options, CInput const & input, CLog & log
     served.kind = options.files.empty() ? SourceKind::interface : SourceKind::file;
     served.source = options.files.empty() ? options.interface : nameOf(options.files);
     served.linkSpeed = static_cast<std::uint64_t>(std::max(0L, input.hook->GetLinkSpeed()));
+    served.linkType = [&source = *input.source] { return source.linkType().value_or(linktype::ethernet); };
     served.errors = input.errors;
     served.counters = input.counters;
     return served;
@@ -176,7 +178,8 @@ void addAgentCommand(CLI::App & app)
         ->needs(file)
         ->type_name("SECONDS");
     CLI::Option * const interface =
-        command->add_option("-i,--interface", options->interface, "Count what passes a network interface");
+        command->add_option("-i,--interface", options->interface,
+                            "Count what passes a network interface, or any for all of them");
     interface->excludes(file)->type_name("INTERFACE");
     command
         ->add_option("-f,--filter", options->filter,
@@ -281,6 +284,8 @@ void runAgent(CAgentOptions const & options)
     CStatisticsClock const clock;
     CKetrinStatManager manager(tableLimits(options.analysis.rows));
     configure(manager, options.analysis);
+    if (mediaFamily(served.linkType()) != MediaFamily::ethernet)
+        leaveOutUnknown(manager);
     manager.beginAnalyzing(input.hook.get());
 
     CCaptureThread * capture = nullptr;
@@ -312,7 +317,9 @@ void runAgent(CAgentOptions const & options)
         failure = std::current_exception();
     }
     manager.endAnalyzing();
-    tellEnd(thread.summary(), manager.getAgentStatistic().ledgers(), dropsOf(input), options.quiet);
+    KetStats::CLedgers ledgers = manager.getAgentStatistic().ledgers();
+    manager.getExtendedStatistic().addLedgers(ledgers);
+    tellEnd(thread.summary(), ledgers, dropsOf(input), options.quiet);
     if (failure)
         std::rethrow_exception(failure);
 }

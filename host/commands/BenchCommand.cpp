@@ -1,5 +1,6 @@
 #include "host/commands/BenchCommand.h"
 
+#include "host/capture/FrameCounter.h"
 #include "host/capture/LoadedCapture.h"
 #include "host/live/EndLine.h"
 #include "host/live/FileCount.h"
@@ -23,10 +24,14 @@ using KetStats::CKetrinStatManager;
 
 namespace {
 
-double nanosecondsOf(CKetrinStatManager & manager, std::vector<CFrameView> const & frames)
+double nanosecondsOf(CKetrinStatManager & manager, CLoadedCapture const & capture,
+                     std::vector<CFrameView> const & frames)
 {
     auto const start = std::chrono::steady_clock::now();
-    manager.analyzeFrames(frames);
+    if (capture.isEthernet())
+        manager.analyzeFrames(frames);
+    else
+        capture.overOthers([&](CMediumFrame & frame) { manager.analyzeFrame(&frame); });
     return std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - start).count();
 }
 
@@ -60,8 +65,7 @@ void addBenchCommand(CLI::App & app)
     auto const options = std::make_shared<CBenchOptions>();
     CLI::App * const command =
         app.add_subcommand("bench", "Measure how fast this machine counts the frames of capture files");
-    command->add_option("FILE", options->files, "Capture files with frames of Ethernet, as for read")
-        ->required();
+    command->add_option("FILE", options->files, "Capture files, as for read")->required();
     command->add_option("--passes", options->passes, "How often all frames are counted")
         ->check(atLeast(1))
         ->capture_default_str()
@@ -85,12 +89,14 @@ void benchCapture(CBenchOptions const & options)
                        fmt::format("{}: there are no frames to measure with", nameOf(options.files)));
     }
 
+    if (!capture.isEthernet())
+        leaveOutUnknown(manager);
     manager.beginAnalyzing(nullptr);
     std::vector<CFrameView> const frames = capture.views();
-    static_cast<void>(nanosecondsOf(manager, frames)); // warms up
+    static_cast<void>(nanosecondsOf(manager, capture, frames)); // warms up
     std::vector<double> passes;
     for (unsigned int pass = 0; pass < options.passes; ++pass)
-        passes.push_back(nanosecondsOf(manager, frames) / static_cast<double>(frames.size()));
+        passes.push_back(nanosecondsOf(manager, capture, frames) / static_cast<double>(frames.size()));
     std::sort(passes.begin(), passes.end());
     print(options, capture, passes.front(), passes[passes.size() / 2]);
     tellEnd(summary, {}, {}, true);

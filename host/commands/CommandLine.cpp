@@ -33,7 +33,7 @@ struct CListInterfaces
 
 int runCommands(int argc, char const * const * argv)
 {
-    CLI::App app("Network statistics of captured Ethernet frames", "ketmon");
+    CLI::App app("Network statistics of captured frames", "ketmon");
     app.set_version_flag("--version", "ketmon " KETMON_VERSION KETMON_FEATURES);
     app.require_subcommand(1);
     app.allow_windows_style_options(false); // paths start with a slash there too

@@ -12,9 +12,10 @@ void addConsoleCommand(CLI::App & app)
     auto const options = std::make_shared<CConsoleOptions>();
     CLI::App * const command = app.add_subcommand("console", "Show what an agent counts, as it counts");
     command->footer(
-        "Counts start at the moment of connecting; ARP connections are those that the agent has\n"
-        "seen since it began. With --tree, IP subprotocols and IP ports, also those of stations,\n"
-        "show what it has counted altogether. A connection that is lost is made anew, which takes\n"
+        "Counts start at the moment of connecting; ARP connections and IPv6 neighbours are those that\n"
+        "the agent has seen since it began. With --tree, IP subprotocols and IP ports, also those of\n"
+        "stations and of IPv6, show what it has counted altogether. A connection that is lost is made anew, "
+        "which takes\n"
         "1 s at first and up to 30 s later; then counts start again. It exits with 1 if the agent failed.");
     command
         ->add_option("AGENT", options->agent,

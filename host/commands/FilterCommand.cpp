@@ -3,6 +3,8 @@
 #include "host/capture/CaptureExpression.h"
 #include "host/capture/CaptureFiles.h"
 #include "host/capture/CaptureWriter.h"
+#include "host/capture/MediumExpression.h"
+#include "host/capture/MediumFrame.h"
 #include "host/capture/Progress.h"
 #include "host/live/EndLine.h"
 #include "host/live/FileCount.h"
@@ -52,6 +54,11 @@ bool isReadOnce(std::string const & file)
     return file == standardInput || std::filesystem::is_other(std::filesystem::status(file, error));
 }
 
+std::string expressionOf(CFilter const & filter, std::uint32_t linkType)
+{
+    return linkType == linktype::ethernet ? filter.GetDescription() : mediumExpression(filter, linkType);
+}
+
 // Null where the system can't try expressions.
 std::unique_ptr<CCaptureExpression> triedExpression(std::string const & text)
 {
@@ -70,15 +77,16 @@ struct CVerdicts
 };
 
 // What becomes of the frames of the file. Those that pass the filter are written, if there is a writer.
-CVerdicts verdicts(CFilterOptions const & options, CFilter const & filter, CCaptureWriter * writer)
+CVerdicts verdicts(CFilterOptions const & options, CFilter const & filter, std::string const & text,
+                   CCaptureWriter * writer)
 {
     CVerdicts result;
-    auto const expression = triedExpression(filter.GetDescription());
+    auto const expression = triedExpression(text);
     CCaptureFiles source(options.files);
     CProgress progress(nameOf(options.files), source, options.quiet);
-    CNetworkFrame frame;
+    CMediumFrame frame;
     for (CCapturedFrame captured{}; source.next(captured); progress.step(1)) {
-        frame.Assign(captured.data, captured.capturedLength, captured.length);
+        frame.assign(captured);
         bool const passes = filter.IsSatisfied(&frame);
         result.disagreed += expression && expression->passes(captured) != passes;
         result.passed += passes;
@@ -88,12 +96,12 @@ CVerdicts verdicts(CFilterOptions const & options, CFilter const & filter, CCapt
     return result;
 }
 
-void passFrames(CFilterOptions const & options, CFilter const & filter)
+void passFrames(CFilterOptions const & options, CFilter const & filter, std::string const & text)
 {
     std::optional<CCaptureWriter> writer;
     if (!options.output.empty())
         writer.emplace(options.output);
-    CVerdicts const result = verdicts(options, filter, writer ? &*writer : nullptr);
+    CVerdicts const result = verdicts(options, filter, text, writer ? &*writer : nullptr);
     if (writer)
         writer->finish();
     if (options.frames)
@@ -101,7 +109,8 @@ void passFrames(CFilterOptions const & options, CFilter const & filter)
     if (result.disagreed != 0)
         tell(fmt::format(
             "{}: the expression decides otherwise than the row's own filter on {} frame{}, which are "
-            "cut, too short, or behind more than two VLAN tags",
+            "cut, too short, behind more than two VLAN tags or IPv6 extension headers, or of another link "
+            "type",
             nameOf(options.files), result.disagreed, result.disagreed == 1 ? "" : "s"));
 }
 
@@ -116,8 +125,7 @@ void addFilterCommand(CLI::App & app)
                     "expression is one that tcpdump and ketmon agent -f take.");
     command
         ->add_option("FILE", options->files,
-                     "Capture files with frames of Ethernet, as for read, and last the identifier of the "
-                     "statistic")
+                     "Capture files, as for read, and last the identifier of the statistic")
         ->required()
         ->type_name("... OID");
     command->add_flag("--frames", options->frames, "Print how many frames of FILE pass, on a second line");
@@ -148,9 +156,10 @@ void printFilter(CFilterOptions const & options)
     CFileCount count(options.analysis, {});
     count.run(options.files, options.quiet);
     std::unique_ptr<CFilter> const filter = filterOf(options, count);
-    writeOutput(filter->GetDescription() + '\n');
+    std::string const text = expressionOf(*filter, count.linkType());
+    writeOutput(text + '\n');
     if (std::none_of(options.files.begin(), options.files.end(), isReadOnce))
-        passFrames(options, *filter);
+        passFrames(options, *filter, text);
     tellEnd(count.summary(), {}, {}, true);
 }
 

@@ -52,7 +52,7 @@ void printInterfaces(bool json)
 std::string tableOf(std::vector<CInterface> interfaces)
 {
     std::stable_partition(interfaces.begin(), interfaces.end(),
-                          [](CInterface const & interface) { return interface.ethernet; });
+                          [](CInterface const & interface) { return interface.countable; });
     CTextTable table;
     for (char const * const heading : {"Name", "State", "Link", "Speed", "Driver", "Addresses"})
         table.addColumn(heading, CTextTable::left);
@@ -61,9 +61,10 @@ std::string tableOf(std::vector<CInterface> interfaces)
         if (interface.bitsPerSecond)
             speed = static_cast<double>(*interface.bitsPerSecond);
         table.addRow({escaped(interface.name), stateOf(interface),
-                      interface.loopback   ? "loopback"
-                      : interface.ethernet ? "Ethernet"
-                                           : "other, can't be counted",
+                      interface.loopback    ? "loopback"
+                      : interface.ethernet  ? "Ethernet"
+                      : interface.countable ? "IP"
+                                            : "other, can't be counted",
                       bitRateText(speed), orDash(interface.driver),
                       orDash(fmt::format("{}", fmt::join(interface.addresses, ", ")))});
     }
@@ -81,6 +82,7 @@ std::string jsonOf(std::vector<CInterface> const & interfaces)
         entry["running"] = interface.running;
         entry["loopback"] = interface.loopback;
         entry["ethernet"] = interface.ethernet;
+        entry["countable"] = interface.countable;
         entry["bits_per_second"] =
             interface.bitsPerSecond ? ordered_json(*interface.bitsPerSecond) : ordered_json();
         entry["driver"] = orNull(interface.driver);

@@ -16,8 +16,8 @@ void addReadCommand(CLI::App & app)
     CLI::App * const command = app.add_subcommand("read", "Count capture files and print the statistics");
     CLI::Option * const files =
         command->add_option("FILE", options->files,
-                            "Capture files with frames of Ethernet, also compressed with gzip; - is the "
-                            "standard input. Several are counted as one, in the order of time");
+                            "Capture files, also compressed with gzip; - is the standard input. Several are "
+                            "counted as one, in the order of time");
     command->add_option("-r,--read", options->files, "The same as FILE; may be given again")
         ->excludes(files)
         ->allow_extra_args(false)
@@ -57,8 +57,8 @@ void readCapture(CReadOptions const & options)
     check(options.report);
     CFileCount count(options.analysis, options.recording);
     count.run(options.files, options.quiet, filter.get());
-    writeOutput(
-        output(options.report, figuresOf(count.result(), count.facts()), count.result(), count.frames()));
+    writeOutput(output(options.report, figuresOf(count.result(), count.facts()), count.result(),
+                       &count.recording().extended(), count.frames()));
     tellEnd(count.summary(), count.recording().snapshot().getLedgers(), {}, options.quiet);
 }
 

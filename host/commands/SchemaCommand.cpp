@@ -45,6 +45,8 @@ char const * typeOf(CStatDescription const & description)
         return "MAC address";
     case CStatFormatBase::vtIP:
         return "IP address";
+    case CStatFormatBase::vtIPv6:
+        return "IPv6 address";
     case CStatFormatBase::vtInteger:
         return "protocol id";
     default:
@@ -136,16 +138,22 @@ void addSchemaCommand(CLI::App & app)
 
 void printSchema(CSchemaOptions const & options)
 {
-    CStatDescription const & root = CAgentStatistic::groupDescription();
-    CPlace const place{root, std::to_string(root.getOid()), 0};
+    std::vector<CPlace> roots;
+    for (CStatDescription const * const root :
+         {static_cast<CStatDescription const *>(&CAgentStatistic::groupDescription()),
+          static_cast<CStatDescription const *>(&CExtendedStatistic::groupDescription())})
+        roots.push_back({*root, std::to_string(root->getOid()), 0});
     if (options.json) {
-        writeOutput(toJson(place).dump(2) + '\n');
+        ordered_json object = toJson(roots.front());
+        object["extended"] = toJson(roots.back());
+        writeOutput(object.dump(2) + '\n');
         return;
     }
     CTextTable table;
     for (char const * heading : {"Identifier", "Name", "Kind", "Unit", "Formats"})
         table.addColumn(heading, CTextTable::left);
-    addLines(table, place);
+    for (CPlace const & root : roots)
+        addLines(table, root);
     writeOutput(table.toString(""));
 }
 

@@ -6,6 +6,7 @@
 #include "host/support/Output.h"
 #include "host/wire/SnapshotBytes.h"
 #include "host/wire/SnapshotFiles.h"
+#include "host/wire/SnapshotTrees.h"
 
 #include <fmt/core.h>
 
@@ -28,15 +29,11 @@ void unpackFrom(std::string const & file, KetStats::CStatSnapshot & snapshot, CS
     snapshot.setLedgers(saved.ledgers);
 }
 
-KetStats::CAgentStatistic const & treeOf(KetStats::CStatSnapshot const & snapshot)
-{
-    return dynamic_cast<KetStats::CAgentStatistic const &>(*snapshot.getStat("1"));
-}
-
 CSampleFacts factsOf(KetStats::CStatSnapshot const & snapshot, CSavedSnapshot const & saved)
 {
     CSampleFacts facts;
     facts.source.name = saved.name;
+    facts.source.linkType = linkTypeKey(saved.linkType);
     if (saved.linkBits > 0)
         facts.source.linkBitsPerSecond = saved.linkBits;
     facts.zero = saved.summary.first;
@@ -47,6 +44,8 @@ CSampleFacts factsOf(KetStats::CStatSnapshot const & snapshot, CSavedSnapshot co
     facts.counted = CGroupSet(saved.groups);
     facts.filterGiven = saved.filtering;
     facts.givenUp = snapshot.getGivenUp();
+    if (saved.extended)
+        facts.extended = &secondTree(snapshot);
     return facts;
 }
 
@@ -77,14 +76,15 @@ void showSnapshots(CShowOptions const & options)
     std::optional<CFigures> before;
     for (std::size_t i = 1; i < files.size(); ++i) {
         if (i + 1 == files.size())
-            before = figuresOf(treeOf(snapshot), factsOf(snapshot, last));
+            before = figuresOf(firstTree(snapshot), factsOf(snapshot, last));
         last = loadSnapshot(files[i]);
         unpackFrom(files[i], snapshot, last);
     }
     snapshot.calculatePercentStats();
     CFigures const figures =
-        figuresOf(treeOf(snapshot), factsOf(snapshot, last), before ? &*before : nullptr);
-    writeOutput(output(options.report, figures, treeOf(snapshot), framesOf(snapshot)));
+        figuresOf(firstTree(snapshot), factsOf(snapshot, last), before ? &*before : nullptr);
+    writeOutput(output(options.report, figures, firstTree(snapshot),
+                       last.extended ? &secondTree(snapshot) : nullptr, framesOf(snapshot)));
 }
 
 } // namespace ketmon

@@ -5,6 +5,8 @@
 
 #include <fmt/core.h>
 
+#include <string_view>
+
 namespace ketmon {
 
 namespace {
@@ -13,12 +15,17 @@ constexpr std::chrono::seconds timeToGreet(10);
 // A console says little; with so much unsent the agent reads nothing.
 constexpr std::size_t backlog = std::size_t{64} << 10;
 
+// What an agent from before the second tree says of a hello that goes on behind its selection.
+constexpr std::string_view unknownRest = "a message is too long";
+
 } // namespace
 
-CAgentLink::CAgentLink(CSocket socket, std::vector<std::string> const & selection, CAgentEvents events)
+CAgentLink::CAgentLink(CSocket socket, std::vector<std::string> const & selection, bool bothTrees,
+                       CAgentEvents events)
     : CMessageStream(std::move(socket), largestGreeting, backlog),
       m_events(std::move(events)),
       m_selection(selection),
+      m_bothTrees(bothTrees),
       m_deadline(executor())
 {}
 
@@ -30,6 +37,8 @@ void CAgentLink::start()
     CHello hello;
     hello.fingerprint = schemaFingerprint();
     hello.selection = m_selection;
+    if (m_bothTrees)
+        hello.extendedFingerprint = extendedFingerprint();
     send(encoded(MessageType::hello, hello.body()));
     startReading();
 }
@@ -100,7 +109,13 @@ void CAgentLink::welcome(CMessage const & message)
 
 void CAgentLink::refused(CRefusal const & refusal)
 {
-    fail("refused: " + shownText(refusal.text), !refusal.lasting);
+    std::string const why = "refused: " + shownText(refusal.text);
+    if (m_bothTrees && m_stage == greeting && refusal.text == unknownRest) {
+        close();
+        m_events.knowsOneTree(why);
+        return;
+    }
+    fail(why, !refusal.lasting);
 }
 
 void CAgentLink::misunderstood(std::string const & why)

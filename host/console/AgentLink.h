@@ -12,12 +12,14 @@
 
 namespace ketmon {
 
-// What a connection to an agent tells its owner. After `ended` or `failed` nothing more comes.
+// What a connection to an agent tells its owner. After any of the last three nothing more comes.
 struct CAgentEvents
 {
     std::function<void(CWelcome const & welcome)> welcomed;
     std::function<void(CMessage const & message)> sampled; // full or delta; may throw CProtocolError
     std::function<void(CEnd const & end)> ended;
+    // Of both trees it knows the first one alone: it is to be asked for that, on another connection.
+    std::function<void(std::string const & why)> knowsOneTree;
     // `again` says whether it may go better another time: it doesn't with an agent of another version, or one that
     // says that it won't.
     std::function<void(std::string const & why, bool again)> failed;
@@ -35,8 +37,10 @@ struct CAgentEvents
 class CAgentLink : public CMessageStream
 {
 public:
-    // `selection` is what is asked for.
-    CAgentLink(CSocket socket, std::vector<std::string> const & selection, CAgentEvents events);
+    // `selection` is what is asked for, of both trees or of the first one alone, which is all that agents of before
+    // understand.
+    CAgentLink(CSocket socket, std::vector<std::string> const & selection, bool bothTrees,
+               CAgentEvents events);
     ~CAgentLink() override;
 
     void start();
@@ -61,6 +65,7 @@ private:
 
     CAgentEvents m_events;
     std::vector<std::string> m_selection;
+    bool m_bothTrees;
     asio::steady_timer m_deadline; // of the greeting, and of the first sample
     Stage m_stage = greeting;
 };

@@ -13,6 +13,7 @@
 
 #include <boost/asio/connect.hpp>
 #include <boost/asio/io_context.hpp>
+#include <boost/asio/post.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <fmt/core.h>
 
@@ -63,6 +64,12 @@ public:
 private:
     void connect()
     {
+        m_bothTrees = true; // another one may have taken its place
+        connectAnew();
+    }
+
+    void connectAnew()
+    {
         m_link.reset();
         m_timer.expires_after(timeToConnect);
         m_timer.async_wait([this](auto error) {
@@ -105,14 +112,16 @@ private:
         tune(m_socket);
         std::vector<std::string> selection;
         for (KetStats::COid const & oid : m_selection.oids())
-            selection.push_back(oid.toString());
+            if (m_bothTrees || oid[0] != KetStats::CExtendedStatistic::rootId)
+                selection.push_back(oid.toString());
         m_link = std::make_shared<CAgentLink>(
-            std::move(m_socket), selection,
+            std::move(m_socket), selection, m_bothTrees,
             CAgentEvents{[this](CWelcome const & welcome) {
                              m_tree.emplace(welcome, m_selection, m_endpoint.toString());
                          },
                          [this](CMessage const & message) { sampled(message); },
                          [this](CEnd const & end) { ended(end); },
+                         [this](std::string const & why) { askForFirstTree(why); },
                          [this](std::string const & why, bool again) { fail(why, again); }});
         m_link->start();
     }
@@ -155,6 +164,16 @@ private:
         } catch (...) {
             stopWith(std::current_exception());
         }
+    }
+
+    void askForFirstTree(std::string const & why)
+    {
+        if (!m_selection.covers(KetStats::COid("1")) && m_selection.touches(KetStats::COid("2"))) {
+            fail(why, false);
+            return;
+        }
+        m_bothTrees = false;
+        asio::post(m_io, [this] { connectAnew(); }); // once the link is done with this
     }
 
     void fail(std::string const & why, bool again, ExitCode exitCode = exitFailure)
@@ -205,6 +224,7 @@ private:
     CStreamSocket m_socket{m_io};
     asio::steady_timer m_timer{m_io}; // of a connection that is being made, or waited for
     std::shared_ptr<CAgentLink> m_link;
+    bool m_bothTrees = true;               // asked for
     std::optional<CReceivedTree> m_tree;   // once welcomed
     std::optional<long long> m_lastMoment; // of the last sample, in ticks
     unsigned long long m_samples = 0;

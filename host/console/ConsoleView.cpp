@@ -69,7 +69,10 @@ ordered_json document(CReportOptions const & options, CReceivedTree const & rece
         result["frames"] = received.tree().globalStatistics.transmittedFrames.get();
         if (end)
             result["ended"] = end->frames;
-        result["statistics"] = CReport(options).chosenJson(received.tree(), received.tree().getOid());
+        CReport const report(options);
+        result["statistics"] = report.chosenJson(received.tree(), received.tree().getOid());
+        if (auto const * const extended = received.extended(); extended && report.chooses(extended->getOid()))
+            result["extended"] = report.chosenJson(*extended, extended->getOid());
         return result;
     }
     result = figuresJson(received.figures(), options);
@@ -126,7 +129,7 @@ std::string CConsoleView::text(CReceivedTree const & received, std::string const
     if (m_options.tree)
         whole += fmt::format("IP subprotocols, IP ports and ARP connections count since {}\n",
                              timeOf(received.welcome().epoch));
-    return whole + output(m_options, received.figures(), received.tree(),
+    return whole + output(m_options, received.figures(), received.tree(), received.extended(),
                           received.tree().globalStatistics.transmittedFrames.get());
 }
 

@@ -20,7 +20,8 @@ unsigned long long rowsGivenUp(CLedgers const & ledgers)
     for (CLedger const & ledger :
          {ledgers.stations, ledgers.protocols, ledgers.macConnections, ledgers.ipConnections,
           ledgers.arpTable, ledgers.ipSubprotocols, ledgers.tcpPorts, ledgers.udpPorts,
-          ledgers.stationTcpPorts, ledgers.stationUdpPorts})
+          ledgers.stationTcpPorts, ledgers.stationUdpPorts, ledgers.ipv6Connections, ledgers.ipv6Protocols,
+          ledgers.ipv6TcpPorts, ledgers.ipv6UdpPorts, ledgers.vlans, ledgers.innerVlans, ledgers.neighbours})
         rows += ledger.rows;
     return rows;
 }
@@ -33,6 +34,14 @@ std::string counted(unsigned long long count, char const * noun)
 std::string moment(long long ticks)
 {
     return timeText(ticks).value_or("a time that no calendar has");
+}
+
+// What frames of a link type are left out for that would be counted by themselves.
+char const * togetherWith(std::uint32_t linkType)
+{
+    return !isCountable(linkType)                           ? ""
+           : mediaFamily(linkType) == MediaFamily::ethernet ? " together with those of other media"
+                                                            : " together with those of Ethernet";
 }
 
 } // namespace
@@ -54,8 +63,8 @@ std::vector<std::string> leftOutLines(CSourceFaults const & faults)
 {
     std::vector<std::string> lines;
     for (auto const & [type, frames] : faults.leftOut)
-        lines.push_back(fmt::format("left out: {} of link type {}; only Ethernet can be counted",
-                                    counted(frames, "frame"), linkTypeText(type)));
+        lines.push_back(fmt::format("left out: {} of link type {}, which can't be counted{}",
+                                    counted(frames, "frame"), linkTypeText(type), togetherWith(type)));
     for (std::string const & file : faults.unfinished)
         lines.push_back(fmt::format("{}: is still written to, and was counted as far as it went", file));
     return lines;

@@ -20,6 +20,7 @@ constexpr long long fixedStart = 125911584000000000;
 CFileCount::CFileCount(CAnalysisOptions const & analysis, CRecordingOptions const & recording)
     : m_hook(analysis.linkSpeed),
       m_manager(tableLimits(analysis.rows)),
+      m_counter(m_manager),
       m_recordingOptions(recording)
 {
     m_recordingOptions.linkBits = static_cast<std::uint64_t>(analysis.linkSpeed);
@@ -32,6 +33,9 @@ void CFileCount::run(std::vector<std::string> const & files, bool quiet, CCaptur
     m_filtering = filter != nullptr;
     CFrameBlock block;
     source.nextBlock(block);
+    m_recordingOptions.linkType = source.linkType().value_or(linktype::ethernet);
+    if (mediaFamily(m_recordingOptions.linkType) != MediaFamily::ethernet)
+        leaveOutUnknown(m_manager);
 
     m_recordingOptions.captures = files;
     m_recordingOptions.name = nameOf(files);
@@ -63,13 +67,13 @@ std::size_t CFileCount::countStretch(CFrameBlock const & block, std::size_t firs
         ++end;
     m_recording->advance(block.ticks()[end - 1]);
 
-    m_manager.analyzeFrames(block.views().subspan(first, end - first));
+    m_counter.count(block, first, end - first);
     for (std::size_t i = first; i < end; ++i) {
-        CFrameView const & view = block.views()[i];
-        m_oddities.count(view);
-        m_summary.add(block.frame(i));
-        if (filter && filter->passes(block.frame(i)))
-            m_recording->passed(CNetworkFrame(view.data, view.capturedLength, view.length));
+        CCapturedFrame const frame = block.frame(i);
+        m_oddities.count(frame);
+        m_summary.add(frame);
+        if (filter && filter->passes(frame))
+            m_recording->passed(CMediumFrame(frame));
     }
     return end;
 }
@@ -79,12 +83,14 @@ CSampleFacts CFileCount::facts() const
     CSampleFacts facts;
     facts.source.kind = CSourceFigures::Kind::file;
     facts.source.name = m_recordingOptions.name;
+    facts.source.linkType = linkTypeKey(m_recordingOptions.linkType);
     facts.zero = m_summary.first;
     facts.time = m_summary.last;
     facts.counted = countedGroups(m_manager);
     facts.filterGiven = m_filtering;
     facts.odd = m_oddities.figures();
     facts.givenUp = m_recording->snapshot().getGivenUp();
+    facts.extended = &m_recording->extended();
     if (m_recordingOptions.linkBits > 0)
         facts.source.linkBitsPerSecond = m_recordingOptions.linkBits;
     return facts;

@@ -2,6 +2,7 @@
 
 #include "host/capture/CaptureExpression.h"
 #include "host/capture/CaptureSummary.h"
+#include "host/capture/FrameCounter.h"
 #include "host/live/AnalysisOptions.h"
 #include "host/live/FrameOddities.h"
 #include "host/live/Recording.h"
@@ -10,6 +11,7 @@
 #include "ketstats/ketstats.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -36,6 +38,8 @@ public:
     KetStats::CKetrinStatManager const & manager() const { return m_manager; }
     // All statistics, with all that is derived.
     KetStats::CAgentStatistic const & result() const { return m_recording->result(); }
+    // Of the first frame, where there are several.
+    std::uint32_t linkType() const { return m_recordingOptions.linkType; }
     // What is known of them beside it.
     CSampleFacts facts() const;
     // The statistic among them that the identifier names; null if it leads nowhere.
@@ -46,6 +50,7 @@ private:
 
     CFileHook m_hook;
     KetStats::CKetrinStatManager m_manager;
+    CFrameCounter m_counter;
     CRecordingOptions m_recordingOptions;
     CCaptureSummary m_summary;
     std::unique_ptr<CRecording> m_recording;

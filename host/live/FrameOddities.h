@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/capture/CaptureSource.h"
 #include "host/render/Figures.h"
 
 #include "ketstats/ketstats.h"
@@ -13,12 +14,14 @@ namespace ketmon {
 class CFrameOddities
 {
 public:
-    void count(CFrameView const & frame);
+    void count(CCapturedFrame const & frame);
 
     COddFigures figures() const;
 
 private:
-    void lookInto(CFrameView const & frame);
+    void countEthernet(CCapturedFrame const & frame);
+    void countOther(CCapturedFrame const & frame);
+    void lookInto(CCapturedFrame const & frame);
 
     std::uint64_t m_frames = 0;
     std::uint64_t m_cut = 0;
@@ -26,6 +29,7 @@ private:
     std::uint64_t m_overlong = 0;
     std::uint64_t m_headless = 0;
     std::uint64_t m_longest = 0;
+    bool m_ethernet = true;
 };
 
 } // namespace ketmon

@@ -13,7 +13,8 @@ void addEnableOption(CLI::App & command, std::vector<std::string> & names)
 {
     command
         .add_option("--enable", names,
-                    "Group to count, 1.1 to 1.9, or 'none'; may be given again. All groups unless given")
+                    "Group to count, 1.1 to 1.9 or 2.1 to 2.7, or 'none'; may be given again. All groups "
+                    "unless given")
         ->allow_extra_args(false)
         ->type_name("OID");
 }
@@ -23,8 +24,11 @@ namespace {
 // Why an identifier can't be enabled: it follows the flag of a group, or is nothing of the tree.
 std::string whyNot(KetStats::COid const & oid)
 {
-    if (oid.length() < 2 || oid[0] != 1 || oid[1] < 1 || oid[1] > 11)
-        return "the groups are 1.1 to 1.9";
+    bool const isExtended = oid[0] == KetStats::CExtendedStatistic::rootId;
+    if (oid.length() < 2 || (oid[0] != 1 && !isExtended) || oid[1] < 1 || oid[1] > (isExtended ? 7 : 11))
+        return "the groups are 1.1 to 1.9 and 2.1 to 2.7";
+    if (isExtended)
+        return fmt::format("it follows 2.{}", oid[1]);
     // IP sub-protocols and ports are counted together with IP traffic.
     return fmt::format("it follows 1.{}", oid[1] > 9 ? 8 : oid[1]);
 }
@@ -36,6 +40,8 @@ void enableGroups(CKetrinStatManager & manager, std::vector<std::string> const &
     if (names.empty()) {
         for (int group = 1; group <= 9; ++group)
             manager.enableStatistic(fmt::format("1.{}", group));
+        for (int group = 1; group <= 7; ++group)
+            manager.enableStatistic(fmt::format("2.{}", group));
         return;
     }
     for (std::string const & name : names) {
@@ -58,6 +64,8 @@ CGroupSet countedGroups(CKetrinStatManager const & manager)
     groups[1] = groups[3] = groups[9] = true; // whatever the flags say
     groups[7] = groups[7] || groups[5];
     groups[10] = groups[11] = groups[8];
+    for (unsigned int group = 1; group <= 7; ++group)
+        groups[firstExtendedGroup + group] = manager.statisticEnabled(fmt::format("2.{}", group));
     return groups;
 }
 

@@ -1,7 +1,9 @@
 #include "host/live/ReceivedTree.h"
 
 #include "host/capture/CaptureTime.h"
+#include "host/capture/LinkType.h"
 #include "host/wire/SnapshotBytes.h"
+#include "host/wire/SnapshotTrees.h"
 
 #include <fmt/core.h>
 
@@ -23,8 +25,8 @@ void CReceivedTree::take(CMessage const & message)
 {
     bool const full = message.type == MessageType::full;
     std::string_view packed;
-    CSampleHead const head =
-        CSampleHead::parsed(message.body, full ? KetStats::CLedgers() : m_head.ledgers, packed);
+    CSampleHead const head = CSampleHead::parsed(message.body, full ? KetStats::CLedgers() : m_head.ledgers,
+                                                 packed, m_welcome.extended);
     if (full) {
         m_snapshot = std::make_unique<CStatSnapshot>(m_welcome.limits);
         m_zeroPoint = {};
@@ -46,7 +48,12 @@ void CReceivedTree::take(CMessage const & message)
 
 CAgentStatistic const & CReceivedTree::tree() const
 {
-    return dynamic_cast<CAgentStatistic const &>(*m_snapshot->getStat("1"));
+    return firstTree(*m_snapshot);
+}
+
+KetStats::CExtendedStatistic const * CReceivedTree::extended() const
+{
+    return m_welcome.extended ? &secondTree(*m_snapshot) : nullptr;
 }
 
 CSampleFacts CReceivedTree::facts() const
@@ -55,6 +62,7 @@ CSampleFacts CReceivedTree::facts() const
     facts.source.kind = CSourceFigures::Kind::agent;
     facts.source.name = m_address;
     facts.source.agent = m_welcome.agent;
+    facts.source.linkType = linkTypeKey(m_welcome.linkType);
     if (m_welcome.linkSpeed > 0)
         facts.source.linkBitsPerSecond = m_welcome.linkSpeed;
     facts.zero = m_head.zero;
@@ -67,9 +75,13 @@ CSampleFacts CReceivedTree::facts() const
     facts.received = m_head.counters.received;
     facts.droppedByKernel = m_head.counters.droppedByKernel;
     facts.droppedByInterface = m_head.counters.droppedByInterface;
-    for (std::size_t group = 1; group < facts.counted.size(); ++group)
-        facts.counted[group] =
-            m_welcome.groups[group] && m_selection.touches(KetStats::COid(fmt::format("1.{}", group)));
+    for (std::size_t group = 1; group < facts.counted.size(); ++group) {
+        bool const isExtended = group > firstExtendedGroup;
+        std::string const oid =
+            isExtended ? fmt::format("2.{}", group - firstExtendedGroup) : fmt::format("1.{}", group);
+        facts.counted[group] = m_welcome.groups[group] && m_selection.touches(KetStats::COid(oid));
+    }
+    facts.extended = extended();
     for (std::size_t counter = 1; counter < facts.told.size(); ++counter)
         facts.told[counter] = m_welcome.errors[counter];
     facts.givenUp = m_snapshot->getGivenUp();

@@ -33,6 +33,8 @@ public:
     CWelcome const & welcome() const { return m_welcome; }
     CSampleHead const & head() const { return m_head; }
     KetStats::CAgentStatistic const & tree() const;
+    // Null where the agent knows of none.
+    KetStats::CExtendedStatistic const * extended() const;
 
     // All of it, with one zero point for what counts; only ARP bindings are those that the agent has learned
     // since it began. Rates are there from the second sample on.

@@ -5,6 +5,7 @@
 #include "host/support/Failure.h"
 #include "host/wire/SnapshotBytes.h"
 #include "host/wire/SnapshotFiles.h"
+#include "host/wire/SnapshotTrees.h"
 
 #include <fmt/core.h>
 
@@ -45,6 +46,7 @@ CRecording::CRecording(KetStats::CKetrinStatManager & manager, CRecordingOptions
       m_boundary(start)
 {
     m_sender.addOid("1");
+    m_sender.addOid("2");
     m_sender.initSnapshot(m_manager);
     m_sender.EnableGlobalFiltering(filtering);
     if (options.interval > 0.0) {
@@ -74,7 +76,12 @@ void CRecording::finish()
 
 KetStats::CAgentStatistic const & CRecording::result() const
 {
-    return dynamic_cast<KetStats::CAgentStatistic const &>(*m_receiver.getStat("1"));
+    return firstTree(m_receiver);
+}
+
+KetStats::CExtendedStatistic const & CRecording::extended() const
+{
+    return secondTree(m_receiver);
 }
 
 KetStats::CBaseStat const * CRecording::find(KetStats::COid const & oid) const
@@ -116,6 +123,7 @@ void CRecording::save(std::string bytes, long long previous)
         snapshot.summary = *m_options.summary;
     snapshot.groups = static_cast<std::uint32_t>(countedGroups(m_manager).to_ulong());
     snapshot.filtering = m_filtering;
+    snapshot.linkType = m_options.linkType;
     snapshot.linkBits = m_options.linkBits;
     snapshot.limits = m_manager.limits();
     snapshot.ledgers = m_sender.getLedgers();

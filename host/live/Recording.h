@@ -15,8 +15,9 @@ struct CRecordingOptions
 {
     std::string path;      // where packed snapshots go; nowhere if empty
     double interval = 0.0; // seconds of the capture's time between two deltas; 0 for one full snapshot
-    std::vector<std::string> captures;         // the files that are replayed, over which nothing is saved
-    std::string name;                          // of what is replayed, as saved snapshots tell it
+    std::vector<std::string> captures; // the files that are replayed, over which nothing is saved
+    std::string name;                  // of what is replayed, as saved snapshots tell it
+    std::uint32_t linkType = linktype::ethernet;
     std::uint64_t linkBits = 0;                // per second; 0 if that isn't known
     CCaptureSummary const * summary = nullptr; // of the frames that were analysed by now, at any moment
 };
@@ -48,6 +49,7 @@ public:
     // The second snapshot, with all that is derived.
     KetStats::CStatSnapshot const & snapshot() const { return m_receiver; }
     KetStats::CAgentStatistic const & result() const;
+    KetStats::CExtendedStatistic const & extended() const;
     // From when to when it goes.
     long long zero() const { return m_zero; }
     long long time() const { return m_lastSample; }

@@ -32,6 +32,13 @@ constexpr CTable tables[] = {
     {"udp_ports", &CTableLimits::udpPorts},
     {"station_tcp_ports", &CTableLimits::stationTcpPorts, false},
     {"station_udp_ports", &CTableLimits::stationUdpPorts, false},
+    {"ipv6_traffic", &CTableLimits::ipv6Connections},
+    {"ipv6_protocols", &CTableLimits::ipv6Protocols},
+    {"ipv6_tcp_ports", &CTableLimits::ipv6TcpPorts},
+    {"ipv6_udp_ports", &CTableLimits::ipv6UdpPorts},
+    {"vlans", &CTableLimits::vlans, false}, // there are 4,096
+    {"inner_vlans", &CTableLimits::innerVlans, false},
+    {"neighbours", &CTableLimits::neighbours},
 };
 
 // A limit counts the row of the others, whether the table has one or not.
@@ -94,7 +101,8 @@ void addRowsOption(CLI::App & command, CRowOptions & options)
         .add_option(
             "--rows", options.given,
             fmt::format("Rows that a table keeps, 1 to {}: TABLE=N such as ip_traffic=20000, or all=N "
-                        "for every table; 'standard' for the library's own limits. May be given again. "
+                        "for every table but those of VLANs; 'standard' for the library's own limits. May be "
+                        "given again. "
                         "{} rows a table unless given, about {}",
                         mostRows, options.usual, options.cost))
         ->allow_extra_args(false)

@@ -13,8 +13,8 @@ namespace ketmon {
 // only as they come.
 inline constexpr unsigned int rowsOfFiles = 16384;
 inline constexpr unsigned int rowsOfAgents = 4096;
-inline constexpr char costOfFiles[] = "350 MB when all tables are full";
-inline constexpr char costOfAgents[] = "32 MB when all tables are full, and 5 MB for each console";
+inline constexpr char costOfFiles[] = "670 MB when all tables are full";
+inline constexpr char costOfAgents[] = "34 MB when all tables are full, and 11 MB for each console";
 
 // The option --rows.
 struct CRowOptions

@@ -31,7 +31,8 @@ void CZeroPoint::apply(CFigures & figures)
     for (CTableFigures & table : figures.tables) {
         if (!table.counted)
             continue;
-        if (table.key == "ip_protocols" || table.key == "tcp_ports" || table.key == "udp_ports") {
+        if (table.key == "ip_protocols" || table.key == "tcp_ports" || table.key == "udp_ports" ||
+            table.key == "ipv6_protocols" || table.key == "ipv6_tcp_ports" || table.key == "ipv6_udp_ports") {
             apply(m_tables[table.key], {{"", table.rows}}, table.givenUp);
             table.zero = figures.zero;
         }
@@ -49,17 +50,13 @@ void CZeroPoint::apply(CFigures & figures)
     }
     m_set = true;
 
-    CTableFigures * const protocols = [&]() -> CTableFigures * {
-        for (CTableFigures & table : figures.tables)
-            if (table.key == "ip_protocols")
-                return &table;
-        return nullptr;
-    }();
-    if (!protocols || figures.frames.value_or(0) == 0)
+    if (figures.frames.value_or(0) == 0)
         return;
-    for (CRowFigures & row : protocols->rows)
-        row.share =
-            std::min(1.0, static_cast<double>(row.totalFrames()) / static_cast<double>(*figures.frames));
+    for (CTableFigures & table : figures.tables)
+        if (table.key == "ip_protocols" || table.key == "ipv6_protocols")
+            for (CRowFigures & row : table.rows)
+                row.share = std::min(1.0, static_cast<double>(row.totalFrames()) /
+                                              static_cast<double>(*figures.frames));
 }
 
 void CZeroPoint::apply(CTableBase & base, std::vector<CRows> const & parts,

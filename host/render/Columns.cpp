@@ -1,6 +1,9 @@
 #include "host/render/Columns.h"
 
+#include <boost/asio/ip/address_v6.hpp>
+
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstdint>
 #include <utility>
@@ -38,6 +41,7 @@ constexpr CColumn macAddress{"mac_address", [](Row const & row) { return ordered
 constexpr CColumn protocol{"protocol", [](Row const & row) { return known(row.code); }};
 constexpr CColumn port{"port", [](Row const & row) { return known(row.code); }};
 constexpr CColumn vlan{"vlan", [](Row const & row) { return known(row.vlan); }};
+constexpr CColumn vlanOfRow{"vlan", [](Row const & row) { return known(row.code); }};
 
 constexpr CColumn frames{"frames", [](Row const & row) { return known(row.frames); }};
 constexpr CColumn bytes{"bytes", [](Row const & row) { return known(row.bytes); }};
@@ -92,6 +96,14 @@ std::vector<CTableColumns> const & allColumns()
         {"ip_protocols", {protocol, frames, bytes, share, average, frameRate, bitRate}},
         {"tcp_ports", ofPorts},
         {"udp_ports", ofPorts},
+        {"ipv6_traffic", {source, destination, frames, bytes, share, average, frameRate, bitRate}},
+        {"ipv6_protocols", {protocol, frames, bytes, share, average, frameRate, bitRate}},
+        {"ipv6_tcp_ports", ofPorts},
+        {"ipv6_udp_ports", ofPorts},
+        {"vlans", {vlanOfRow, frames, bytes, share, average, frameRate, bitRate}},
+        {"inner_vlans", {vlanOfRow, frames, bytes, share, average, frameRate, bitRate}},
+        {"neighbours", {address, macAddress}},
+        {"tunnels", {type, name, frames, bytes, share, average, frameRate, bitRate}},
         {portsOfAStation, ofPorts},
     };
     return all;
@@ -109,8 +121,8 @@ bool oneWay(std::vector<CColumn> const & columns)
                        [](CColumn const & column) { return column.value == frames.value; });
 }
 
-// An address as one number, IPv4 and MAC alike; none for another text.
-std::optional<std::uint64_t> numberOfAddress(std::string const & text)
+// An IPv4 or MAC address as one number; none for another text.
+std::optional<std::uint64_t> numberOfShortAddress(std::string const & text)
 {
     bool const mac = text.find(':') != text.npos;
     std::uint64_t number = 0;
@@ -130,6 +142,24 @@ std::optional<std::uint64_t> numberOfAddress(std::string const & text)
     }
 }
 
+// An address of any kind, as what orders addresses: by kind, and then as numbers.
+std::optional<std::array<unsigned char, 17>> orderOfAddress(std::string const & text)
+{
+    std::array<unsigned char, 17> order{};
+    if (auto const number = numberOfShortAddress(text)) {
+        for (unsigned int i = 0; i < sizeof *number; ++i)
+            order[16 - i] = static_cast<unsigned char>(*number >> 8 * i);
+        return order;
+    }
+    boost::system::error_code isNone;
+    auto const octets = boost::asio::ip::make_address_v6(text, isNone).to_bytes();
+    if (isNone)
+        return {};
+    order[0] = 1;
+    std::copy(octets.begin(), octets.end(), order.begin() + 1);
+    return order;
+}
+
 bool standsBefore(ordered_json const & left, ordered_json const & right)
 {
     if (left.is_null() || right.is_null())
@@ -143,8 +173,8 @@ bool standsBefore(ordered_json const & left, ordered_json const & right)
         return false;
     auto const & leftText = left.get_ref<std::string const &>();
     auto const & rightText = right.get_ref<std::string const &>();
-    auto const leftAddress = numberOfAddress(leftText);
-    auto const rightAddress = numberOfAddress(rightText);
+    auto const leftAddress = orderOfAddress(leftText);
+    auto const rightAddress = orderOfAddress(rightText);
     return leftAddress && rightAddress ? *leftAddress < *rightAddress : leftText < rightText;
 }
 

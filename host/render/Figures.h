@@ -45,6 +45,14 @@ struct CErrorFigure
     CCount count;     // absent where no adapter tells
 };
 
+// One of the signals: what frames say of how a network fares.
+struct CSignalFigure
+{
+    std::string key;  // as in JSON: "connections_reset"
+    std::string name; // as the tree's descriptions have it
+    CCount count;     // absent while they aren't counted
+};
+
 // Frames that something may be wrong with. Lengths are those on the wire, with the frame check sequence.
 struct COddFigures
 {
@@ -62,11 +70,11 @@ struct CRowFigures
     bool others = false; // stands for pairs that have no row any more
 
     // The key: one of these.
-    std::string address;                                // station, ARP binding (IPv4)
-    std::string source, destination;                    // pairs
-    std::optional<std::uint32_t> code;                  // protocol or port number
-    std::string name;                                   // frame type or size
-    std::string type;                                   // of a row of frame types, as in JSON: "broadcast"
+    std::string address;               // station, binding (IPv4 or IPv6)
+    std::string source, destination;   // pairs
+    std::optional<std::uint32_t> code; // protocol or port number, VLAN
+    std::string name;                  // frame type or size
+    std::string type;                  // of a row of frame types or tunnels, as in JSON: "broadcast"
     std::optional<std::uint32_t> leastBytes, mostBytes; // of a row of frame sizes; no most for the last one
 
     // One way only, or both.
@@ -76,7 +84,7 @@ struct CRowFigures
     std::optional<double> averageFrameBytes;
     CRateFigures rate, rateSent, rateReceived;
 
-    std::string macAddress;                      // of an ARP binding
+    std::string macAddress;                      // of a binding
     std::optional<std::uint32_t> vlan;           // of a station: the low eight bits that are kept of it
     std::vector<CRowFigures> tcpPorts, udpPorts; // of a station
 
@@ -135,6 +143,7 @@ struct CFigures
     bool filterGiven = false;
     CCount filtered, accepted, rejected;
 
+    std::vector<CSignalFigure> signals;
     std::vector<CTableFigures> tables;
 
     // From the zero point to the moment shown, and what that comes to. Nothing unless time passed.

@@ -72,6 +72,16 @@ ordered_json errorsJson(CFigures const & figures)
     return errors;
 }
 
+// Null where they aren't counted.
+ordered_json signalsJson(CFigures const & figures)
+{
+    ordered_json signals;
+    for (CSignalFigure const & signal : figures.signals)
+        if (signal.count)
+            signals[signal.key] = *signal.count;
+    return signals;
+}
+
 ordered_json givenUpJson(std::optional<CGivenUp> const & givenUp)
 {
     if (!givenUp)
@@ -105,7 +115,7 @@ ordered_json rowsJson(std::vector<CRowFigures> rows, std::string const & key, bo
         for (CColumn const & column : tableColumns(key))
             if (column.use == CColumn::Use::shown)
                 object[column.key] = column.value(row);
-        if (key != "arp")
+        if (key != "arp" && key != "neighbours")
             object["rate"] = rateOf(row, key);
         if (row.others)
             object["others"] = true;
@@ -169,6 +179,7 @@ ordered_json figuresJson(CFigures const & all, CReportOptions const & options)
     document["filter"] = {{"filtered", known(figures.filtered)},
                           {"accepted", known(figures.accepted)},
                           {"rejected", known(figures.rejected)}};
+    document["signals"] = signalsJson(figures);
     ordered_json tables = ordered_json::object();
     for (CTableFigures const & table : figures.tables)
         tables[table.key] = tableJson(table, options);

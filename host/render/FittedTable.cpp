@@ -105,13 +105,21 @@ CFittedTable::CWidths CFittedTable::fitted(std::size_t width) const
     return widths;
 }
 
-std::string CFittedTable::cell(std::string const & text, std::size_t width, Alignment alignment) const
+std::string CFittedTable::cell(std::string const & text, std::size_t width, CColumn const & column) const
 {
     std::size_t const columns = columnsOf(text);
     if (columns > width)
-        return firstColumns(text, width - 1) + (m_ascii ? "~" : "\u2026");
+        return cut(text, width, column.inMiddle);
     std::string const blanks(width - columns, ' ');
-    return alignment == right ? blanks + text : text + blanks;
+    return column.alignment == right ? blanks + text : text + blanks;
+}
+
+std::string CFittedTable::cut(std::string const & text, std::size_t width, bool inMiddle) const
+{
+    char const * const mark = m_ascii ? "~" : "\u2026";
+    std::size_t const last = inMiddle ? (width - 1) / 2 : 0;
+    std::string const rest = text.substr(firstColumns(text, columnsOf(text) - last).size());
+    return firstColumns(text, width - 1 - last) + mark + rest;
 }
 
 // What isn't nothing is seen: the least bar is one character, or an eighth of one.
@@ -141,7 +149,7 @@ std::string CFittedTable::toString(std::size_t width) const
             if (widths.columns[column] == 0)
                 continue;
             line += separation;
-            line += cell(cellAt(column), widths.columns[column], m_columns[column].alignment);
+            line += cell(cellAt(column), widths.columns[column], m_columns[column]);
         }
         if (widths.bar > 0 && ratio)
             line += std::string(separation) + bar(*ratio, widths.bar);

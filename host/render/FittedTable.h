@@ -26,6 +26,7 @@ public:
             0;                 // 0 always stays; of the others the greatest go first, equal ones together
         std::size_t least = 0; // texts are cut down to so many characters; 0 for never
         std::size_t most = 0;  // and to so many even where there is room; 0 for any
+        bool inMiddle = false; // is where they are cut, rather than at their end
     };
 
     explicit CFittedTable(bool ascii) : m_ascii(ascii) {}
@@ -62,7 +63,8 @@ private:
     CWidths fitted(std::size_t width) const;
     bool dispense(CWidths & widths) const;
     bool cut(CWidths & widths) const;
-    std::string cell(std::string const & text, std::size_t width, Alignment alignment) const;
+    std::string cell(std::string const & text, std::size_t width, CColumn const & column) const;
+    std::string cut(std::string const & text, std::size_t width, bool inMiddle) const;
     std::string bar(double ratio, std::size_t width) const;
 
     bool m_ascii;

@@ -72,6 +72,16 @@ void lostFrames(CPicture const & picture, CSentences & sentences)
                                         picture.quantity.frames(dropped)));
 }
 
+std::uint64_t busiestBytes(CPicture const & picture, std::string const & key)
+{
+    std::uint64_t most = 0;
+    if (CTableFigures const * const pairs = picture.filled(key))
+        for (CRowFigures const & row : conversations(*pairs))
+            if (!row.others)
+                most = std::max(most, row.totalBytes());
+    return most;
+}
+
 void busiestPair(CPicture const & picture, std::string const & key, std::string const & title,
                  CSentences & sentences)
 {
@@ -101,27 +111,41 @@ void busiestPair(CPicture const & picture, std::string const & key, std::string 
         sentences.push_back(fmt::format("{} is {} and {}: {}.", title, a, b, what));
 }
 
+// Both ways, over either family of IP.
+struct CPortBytes
+{
+    std::uint64_t from = 0;
+    std::uint64_t to = 0;
+
+    std::uint64_t total() const { return from + to; }
+};
+
 void busiestPort(CPicture const & picture, CSentences & sentences)
 {
-    CRowFigures const * found = nullptr;
-    CTransport transport = CTransport::tcp;
-    for (CTransport const each : {CTransport::tcp, CTransport::udp})
-        if (CTableFigures const * const ports =
-                picture.filled(each == CTransport::tcp ? "tcp_ports" : "udp_ports"))
-            for (CRowFigures const & row : ports->rows)
-                if (!found || row.totalBytes() > found->totalBytes()) {
-                    found = &row;
-                    transport = each;
-                }
-    if (!found || shareOf(found->totalBytes(), picture.figures.bytes).value_or(0.0) < notablePort)
+    std::map<std::pair<CTransport, std::uint32_t>, CPortBytes> ports;
+    for (auto const & [transport, key] : {std::pair(CTransport::tcp, "tcp_ports"),
+                                          {CTransport::tcp, "ipv6_tcp_ports"},
+                                          {CTransport::udp, "udp_ports"},
+                                          {CTransport::udp, "ipv6_udp_ports"}})
+        if (CTableFigures const * const table = picture.filled(key))
+            for (CRowFigures const & row : table->rows) {
+                CPortBytes & port = ports[{transport, row.code.value_or(0)}];
+                port.from += row.bytesSent.value_or(0);
+                port.to += row.bytesReceived.value_or(0);
+            }
+    auto const found =
+        std::max_element(ports.begin(), ports.end(), [](auto const & left, auto const & right) {
+            return left.second.total() < right.second.total();
+        });
+    if (found == ports.end() ||
+        shareOf(found->second.total(), picture.figures.bytes).value_or(0.0) < notablePort)
         return;
-    std::uint32_t const port = found->code.value_or(0);
+    auto const & [transport, port] = found->first;
     std::string const service = escaped(picture.names.service(transport, port));
-    sentences.push_back(fmt::format("The busiest of the ports counted is {} {}{}: {} from it, {} to it.",
-                                    transport == CTransport::tcp ? "TCP" : "UDP", port,
-                                    service.empty() ? "" : " (" + service + ")",
-                                    picture.quantity.bytes(found->bytesSent.value_or(0)),
-                                    picture.quantity.bytes(found->bytesReceived.value_or(0))));
+    sentences.push_back(fmt::format(
+        "The busiest of the ports counted is {} {}{}: {} from it, {} to it.",
+        transport == CTransport::tcp ? "TCP" : "UDP", port, service.empty() ? "" : " (" + service + ")",
+        picture.quantity.bytes(found->second.from), picture.quantity.bytes(found->second.to)));
 }
 
 // Frames to all that each station sent: what it sent beside its pairs, in which only unicasts count.
@@ -173,6 +197,28 @@ void floods(CPicture const & picture, CSentences & sentences)
     sentences.push_back(text + '.');
 }
 
+CCount signalOf(CPicture const & picture, std::string const & key)
+{
+    for (CSignalFigure const & signal : picture.figures.signals)
+        if (signal.key == key)
+            return signal.count;
+    return {};
+}
+
+// What says that something is wrong, or that somebody tries to take another's place.
+void signs(CPicture const & picture, CSentences & sentences)
+{
+    std::uint64_t const asked = signalOf(picture, "connections_requested").value_or(0);
+    std::uint64_t const accepted = signalOf(picture, "connections_accepted").value_or(0);
+    if (asked >= leastFrames && accepted * 2 < asked)
+        sentences.push_back(fmt::format("TCP connections were asked for {} times and accepted {} times.",
+                                        picture.quantity(asked), picture.quantity(accepted)));
+    if (std::uint64_t const changed = signalOf(picture, "changed_bindings").value_or(0); changed > 0)
+        sentences.push_back(
+            fmt::format("IP addresses that were bound to one MAC address were announced with another: {}.",
+                        changed == 1 ? "once" : picture.quantity(changed) + " times"));
+}
+
 void manyBindings(CPicture const & picture, CSentences & sentences)
 {
     CTableFigures const * const bindings = picture.filled("arp");
@@ -217,8 +263,17 @@ void tellReach(CPicture const & picture, CReaches const & reaches, std::string c
 // might have been an answer.
 void reaches(CPicture const & picture, CSentences & sentences)
 {
-    CTableFigures const * const pairs = picture.complete("ip_traffic");
-    if (!pairs)
+    std::vector<CRowFigures> pairs;
+    for (char const * const key : {"ip_traffic", "ipv6_traffic"}) {
+        CTableFigures const * const table = picture.figures.table(key);
+        if (!table || !table->counted || table->rows.empty())
+            continue;
+        if (!picture.complete(key))
+            return;
+        std::vector<CRowFigures> const both = conversations(*table);
+        pairs.insert(pairs.end(), both.begin(), both.end());
+    }
+    if (pairs.empty())
         return;
     CReaches senders;
     CReaches targets;
@@ -226,7 +281,7 @@ void reaches(CPicture const & picture, CSentences & sentences)
     std::uint64_t singles = 0;
     std::uint64_t oneWay = 0;
     std::map<std::string, std::uint64_t> pairsOf;
-    for (CRowFigures const & row : conversations(*pairs)) {
+    for (CRowFigures const & row : pairs) {
         ++all;
         singles += row.totalFrames() == 1 ? 1 : 0;
         ++pairsOf[row.source];
@@ -270,7 +325,7 @@ std::string longestPair(CPicture const & picture)
     auto const average = [](CRowFigures const & row) {
         return row.totalFrames() == 0 ? 0 : row.totalBytes() / row.totalFrames();
     };
-    for (char const * const key : {"ip_traffic", "mac_traffic"})
+    for (char const * const key : {"ip_traffic", "ipv6_traffic", "mac_traffic"})
         if (CTableFigures const * const pairs = picture.filled(key))
             for (CRowFigures const & row : pairs->rows)
                 if (!row.others && average(row) > longestUsual &&
@@ -285,12 +340,13 @@ void unusualFrames(CPicture const & picture, CSentences & sentences)
 {
     COddFigures const & odd = picture.figures.odd;
     auto const told = [](CCount const & count) { return count.value_or(0) > 0; };
+    bool const isEthernet = picture.figures.source.linkType == "ethernet";
     std::string const pair = longestPair(picture);
     if (told(odd.overlong))
         sentences.push_back(fmt::format("{} longer than Ethernet's usual 1,518 bytes, the longest with {}{}.",
                                         areFrames(picture, *odd.overlong), allDigits(odd.longest.value_or(0)),
                                         pair.empty() ? "" : "; " + pair));
-    else if (!odd.overlong && !pair.empty())
+    else if (!odd.overlong && !pair.empty() && isEthernet)
         sentences.push_back("Frames are longer than Ethernet's usual 1,518 bytes: " + pair + '.');
     if (odd.longest.value_or(0) > greatestCounted)
         sentences.push_back(
@@ -306,18 +362,30 @@ void unusualFrames(CPicture const & picture, CSentences & sentences)
             "a packet is data, counted as ports nevertheless.");
     if (told(odd.headless))
         sentences.push_back(areFrames(picture, *odd.headless) +
-                            " shorter than an Ethernet header: cut or damaged before they were captured.");
+                            fmt::format(" shorter than {}: cut or damaged before they were captured.",
+                                        isEthernet ? "an Ethernet header" : "the header of their medium"));
 }
 
 void whatHasNoTable(CPicture const & picture, CSentences & sentences)
 {
     CRowFigures const * const ipv6 = rowOf(picture.filled("protocols"), ipv6Type);
     std::uint64_t const frames = picture.figures.frames.value_or(0);
-    if (ipv6 && static_cast<double>(ipv6->totalFrames()) >= notableIPv6 * static_cast<double>(frames))
-        sentences.push_back(
-            fmt::format("{} of the frames are IPv6: stations and MAC conversations have them, "
-                        "IP conversations and ports are of IPv4 alone.",
-                        percentText(shareOf(ipv6->totalFrames(), frames))));
+    if (!ipv6 || static_cast<double>(ipv6->totalFrames()) < notableIPv6 * static_cast<double>(frames))
+        return;
+    // Where the second tree is counted they have tables like those of IPv4.
+    auto const isCounted = [&](char const * key) {
+        CTableFigures const * const table = picture.figures.table(key);
+        return table && table->counted;
+    };
+    bool const pairs = isCounted("ipv6_traffic");
+    bool const ports = isCounted("ipv6_tcp_ports");
+    if (pairs && ports)
+        return;
+    sentences.push_back(fmt::format("{} of the frames are IPv6: {} of IPv4 alone.",
+                                    percentText(shareOf(ipv6->totalFrames(), frames)),
+                                    pairs   ? "ports are"
+                                    : ports ? "IP conversations are"
+                                            : "IP conversations and ports are"));
 }
 
 } // namespace
@@ -327,11 +395,15 @@ std::string notableText(CPicture const & picture)
     CSentences sentences;
     lostFrames(picture, sentences);
     std::size_t const before = sentences.size();
-    busiestPair(picture, "ip_traffic", "The busiest pair of IPv4 addresses", sentences);
+    if (busiestBytes(picture, "ipv6_traffic") > busiestBytes(picture, "ip_traffic"))
+        busiestPair(picture, "ipv6_traffic", "The busiest pair of IPv6 addresses", sentences);
+    else
+        busiestPair(picture, "ip_traffic", "The busiest pair of IPv4 addresses", sentences);
     if (sentences.size() == before)
         busiestPair(picture, "mac_traffic", "The busiest pair of stations", sentences);
     busiestPort(picture, sentences);
     floods(picture, sentences);
+    signs(picture, sentences);
     manyBindings(picture, sentences);
     reaches(picture, sentences);
     unusualFrames(picture, sentences);

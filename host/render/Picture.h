@@ -57,10 +57,14 @@ inline bool isOwnPair(CRowFigures const & row)
 std::string headingText(CPicture const & picture);
 std::string notableText(CPicture const & picture);
 std::string protocolsText(CPicture const & picture);
-std::string conversationsText(CPicture const & picture, std::string const & key, std::string const & title);
+std::string conversationsText(CPicture const & picture, std::vector<std::string> const & keys,
+                              std::string const & title);
 std::string stationsText(CPicture const & picture);
 std::string portsText(CPicture const & picture);
 std::string bindingsText(CPicture const & picture);
+std::string vlansText(CPicture const & picture, std::string const & key, std::string const & title);
+std::string tunnelsText(CPicture const & picture);
+std::string signalsText(CPicture const & picture);
 std::string frameTableText(CPicture const & picture, std::string const & key, std::string const & title);
 std::string errorsText(CPicture const & picture);
 

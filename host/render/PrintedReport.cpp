@@ -37,6 +37,7 @@ CReportStyle styleOf(CReportOptions const & options)
     style.exact = options.exact;
     style.ascii = !showsUtf8();
     style.selected = !options.select.empty();
+    style.signalsChosen = choosesSignals(options);
     return style;
 }
 

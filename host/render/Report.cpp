@@ -90,11 +90,13 @@ nlohmann::ordered_json CReport::json(KetStats::CBaseStat const & stat) const
                   CTreeRows{m_options.sort, m_options.top.value_or(0)});
 }
 
-std::string CReport::chosenText(KetStats::CBaseStat const & root) const
+std::string CReport::chosenText(KetStats::CBaseStat const & root, KetStats::CBaseStat const * extended) const
 {
     std::string result;
     for (KetStats::COid const & oid : m_choice.oids()) {
-        KetStats::CBaseStat const * stat = &root;
+        KetStats::CBaseStat const * stat = oid[0] == root.getId() ? &root : extended;
+        if (!stat)
+            continue;
         for (unsigned int level = 1; level < oid.length(); ++level)
             stat = stat->getChildById(oid[level]);
         result += text(*stat);
@@ -118,24 +120,27 @@ nlohmann::ordered_json CReport::chosenJson(KetStats::CBaseStat const & stat, Ket
 }
 
 std::string CReport::whole(std::string const & title, unsigned long long frames,
-                           KetStats::CBaseStat const & statistics) const
+                           KetStats::CBaseStat const & statistics, KetStats::CBaseStat const * extended) const
 {
     if (!m_options.json)
-        return fmt::format("{}: {} frames\n\n{}", escaped(title), frames, chosenText(statistics));
+        return fmt::format("{}: {} frames\n\n{}", escaped(title), frames, chosenText(statistics, extended));
     nlohmann::ordered_json document;
     document["frames"] = frames;
     document["statistics"] = chosenJson(statistics, statistics.getOid());
+    if (extended && chooses(extended->getOid()))
+        document["extended"] = chosenJson(*extended, extended->getOid());
     return documentText(document);
 }
 
 std::string output(CReportOptions const & options, CFigures const & figures,
-                   KetStats::CAgentStatistic const & tree, unsigned long long frames)
+                   KetStats::CAgentStatistic const & tree, KetStats::CExtendedStatistic const * extended,
+                   unsigned long long frames)
 {
     if (options.json && !options.tree)
         return documentText(figuresJson(figures, options));
     if (!options.tree)
         return printedReport(options, figures);
-    return CReport(options).whole(figures.source.name, frames, tree);
+    return CReport(options).whole(figures.source.name, frames, tree, extended);
 }
 
 } // namespace ketmon

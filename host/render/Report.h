@@ -58,14 +58,17 @@ public:
     std::string text(KetStats::CBaseStat const & stat) const;
     nlohmann::ordered_json json(KetStats::CBaseStat const & stat) const;
 
-    // What --select chooses of a whole tree.
-    std::string chosenText(KetStats::CBaseStat const & root) const;
+    // What --select chooses of whole trees.
+    bool chooses(KetStats::COid const & oid) const { return m_choice.touches(oid); }
+    std::string chosenText(KetStats::CBaseStat const & root,
+                           KetStats::CBaseStat const * extended = nullptr) const;
     nlohmann::ordered_json chosenJson(KetStats::CBaseStat const & stat, KetStats::COid const & oid) const;
 
     // The statistics of `frames` frames as tables under a line that starts with `title`, or as one JSON
     // object.
     std::string whole(std::string const & title, unsigned long long frames,
-                      KetStats::CBaseStat const & statistics) const;
+                      KetStats::CBaseStat const & statistics,
+                      KetStats::CBaseStat const * extended = nullptr) const;
 
 private:
     CReportOptions m_options;
@@ -74,8 +77,9 @@ private:
 };
 
 // One sample in the form that the options ask for: the report, JSON, or the tree, for which `frames` says how
-// many were counted.
+// many were counted. There may be no second tree.
 std::string output(CReportOptions const & options, CFigures const & figures,
-                   KetStats::CAgentStatistic const & tree, unsigned long long frames);
+                   KetStats::CAgentStatistic const & tree, KetStats::CExtendedStatistic const * extended,
+                   unsigned long long frames);
 
 } // namespace ketmon

@@ -5,12 +5,22 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <iterator>
 
 namespace ketmon {
 
 namespace {
 
-constexpr std::uint32_t ipv4 = 0x0800;
+// What of a family of IP is looked into.
+struct CFamily
+{
+    std::uint32_t type;
+    char const * protocols;
+    char const * tcpPorts;
+    char const * udpPorts;
+};
+constexpr CFamily families[] = {{0x0800, "ip_protocols", "tcp_ports", "udp_ports"},
+                                {0x86DD, "ipv6_protocols", "ipv6_tcp_ports", "ipv6_udp_ports"}};
 constexpr std::uint32_t tcp = 6;
 constexpr std::uint32_t udp = 17;
 constexpr std::size_t mostPorts = 3; // below TCP and UDP; they have a table of their own
@@ -48,34 +58,37 @@ public:
                 break;
             ++shown;
             std::uint32_t const code = row->code.value_or(0);
-            add({0, m_picture.names.protocol(code),
+            // Frames of other media may have none.
+            bool const isNone = code == 0 && m_picture.figures.source.linkType != "ethernet";
+            add({0, isNone ? "(none)" : m_picture.names.protocol(code),
                  fmt::format("0x{:0{}x}", code, code <= greatestAccessPoint ? 2 : 4)},
                 *row);
-            if (code == ipv4)
-                addIPProtocols(1, row);
+            for (CFamily const & family : families)
+                if (code == family.type)
+                    addIPProtocols(family, 1, row);
         }
         m_left = types.rows.size() - shown;
     }
 
-    // Below the row of IPv4, or for themselves.
-    void addIPProtocols(unsigned int depth, CRowFigures const * parent)
+    // Below the row of their family, or for themselves.
+    void addIPProtocols(CFamily const & family, unsigned int depth, CRowFigures const * parent)
     {
-        CTableFigures const * const protocols = m_picture.filled("ip_protocols");
+        CTableFigures const * const protocols = m_picture.filled(family.protocols);
         if (!protocols)
             return;
         CRowFigures rest = parent ? *parent : CRowFigures();
-        for (CRowFigures const * const row : busiest(protocols->rows, m_picture.order("ip_protocols"))) {
+        for (CRowFigures const * const row : busiest(protocols->rows, m_picture.order(family.protocols))) {
             std::uint32_t const code = row->code.value_or(0);
             add({depth, m_picture.names.ipProtocol(code), fmt::format("{}", code)}, *row);
             if (code == tcp)
-                addPorts("tcp_ports", CTransport::tcp, depth + 1, *row);
+                addPorts(family.tcpPorts, CTransport::tcp, depth + 1, *row);
             if (code == udp)
-                addPorts("udp_ports", CTransport::udp, depth + 1, *row);
+                addPorts(family.udpPorts, CTransport::udp, depth + 1, *row);
             subtract(rest, row->totalFrames(), row->totalBytes());
         }
         // Only unicasts are looked into. What remains is theirs alone if no row was lost.
         if (parent && rest.totalFrames() > 0 && m_picture.complete("protocols") &&
-            m_picture.complete("ip_protocols"))
+            m_picture.complete(family.protocols))
             add({depth, "(broadcast, multicast)", ""}, rest);
     }
 
@@ -145,18 +158,24 @@ private:
 std::string protocolsText(CPicture const & picture)
 {
     CTableFigures const * const types = picture.filled("protocols");
-    CTableFigures const * const ipProtocols = picture.filled("ip_protocols");
-    if (!types && !ipProtocols)
+    bool const anyFamily = std::any_of(std::begin(families), std::end(families), [&](CFamily const & family) {
+        return picture.filled(family.protocols) != nullptr;
+    });
+    if (!types && !anyFamily)
         return {};
     CHierarchy hierarchy(picture);
     if (types)
         hierarchy.addTypes();
     else
-        hierarchy.addIPProtocols(0, nullptr);
+        for (CFamily const & family : families)
+            hierarchy.addIPProtocols(family, 0, nullptr);
     std::string text = hierarchy.text();
     if (types)
         text += givenUpText(picture, *types);
-    return ipProtocols ? text + givenUpText(picture, *ipProtocols) : text;
+    for (CFamily const & family : families)
+        if (CTableFigures const * const protocols = picture.filled(family.protocols))
+            text += givenUpText(picture, *protocols);
+    return text;
 }
 
 } // namespace ketmon

@@ -57,6 +57,20 @@ std::pair<std::string, std::string> endsOf(CPicture const & picture, CRowFigures
     return {picture.end(row.source), picture.end(row.destination)};
 }
 
+// Room for the addresses as they are, but for those of IPv6 where two of them leave too little for figures.
+std::size_t leastForAddresses(CPicture const & picture, std::vector<CRowFigures const *> const & rows,
+                              std::size_t shown)
+{
+    constexpr std::size_t ofIPv4 = 15;
+    constexpr std::size_t figures = 34;
+    std::size_t longest = ofIPv4;
+    for (std::size_t i = 0; i < shown; ++i)
+        for (std::string const & address : {rows[i]->source, rows[i]->destination})
+            if (picture.names.host(address).empty())
+                longest = std::max(longest, address.size());
+    return std::clamp(longest, ofIPv4, std::max(ofIPv4, (picture.style.width - figures) / 2));
+}
+
 // The address beside a name that took its place.
 std::string numberOf(CPicture const & picture, std::string const & address, bool ip)
 {
@@ -65,22 +79,29 @@ std::string numberOf(CPicture const & picture, std::string const & address, bool
 
 } // namespace
 
-std::string conversationsText(CPicture const & picture, std::string const & key, std::string const & title)
+std::string conversationsText(CPicture const & picture, std::vector<std::string> const & keys,
+                              std::string const & title)
 {
-    CTableFigures const * const pairs = picture.filled(key);
-    if (!pairs)
+    std::vector<CTableFigures const *> tables;
+    std::vector<CRowFigures> both;
+    for (std::string const & key : keys)
+        if (CTableFigures const * const pairs = picture.filled(key)) {
+            tables.push_back(pairs);
+            std::vector<CRowFigures> const found = conversations(*pairs);
+            both.insert(both.end(), found.begin(), found.end());
+        }
+    if (tables.empty())
         return {};
-    bool const ip = key == "ip_traffic";
-    std::vector<CRowFigures> const both = conversations(*pairs);
-    auto const rows = busiest(both, picture.order(key));
+    bool const ip = keys.front() == "ip_traffic";
+    auto const rows = busiest(both, picture.order(keys.front()));
     std::size_t const shown = shownOf(picture, rows.size());
 
     CFittedTable table(picture.style.ascii);
-    std::size_t const least = ip ? 15 : 17; // numbers are never cut
-    table.addColumn({"A", CFittedTable::left, 0, least, 48});
+    std::size_t const least = ip ? leastForAddresses(picture, rows, shown) : 17; // numbers are never cut
+    table.addColumn({"A", CFittedTable::left, 0, least, 48, ip});
     table.addColumn({"Number of A", CFittedTable::left, 8});
     table.addColumn({"Vendor of A", CFittedTable::left, 5, 12, 24});
-    table.addColumn({"B", CFittedTable::left, 0, least, 48});
+    table.addColumn({"B", CFittedTable::left, 0, least, 48, ip});
     table.addColumn({"Number of B", CFittedTable::left, 8});
     table.addColumn({"Vendor of B", CFittedTable::left, 5, 12, 24});
     table.addColumn({"A to B", CFittedTable::right, 1});
@@ -105,27 +126,32 @@ std::string conversationsText(CPicture const & picture, std::string const & key,
              averageRate(picture, row), percentText(picture.share(row))},
             picture.share(row));
     }
-    return titleText(picture, title, *pairs, shown, rows.size()) + table.toString(picture.style.width) +
-           restText(picture, rows, shown, "pair") + givenUpText(picture, *pairs);
+    std::string text = titleText(picture, title, *tables.front(), shown, rows.size()) +
+                       table.toString(picture.style.width) + restText(picture, rows, shown, "pair");
+    for (CTableFigures const * const pairs : tables)
+        text += givenUpText(picture, *pairs);
+    return text;
 }
 
 namespace {
 
-// The addresses that ARP bound to a station: the first one, and how many more.
+// The addresses that ARP, or a neighbour's word, bound to a station: the first one, and how many more.
 std::string addressesOf(CPicture const & picture, std::string const & mac)
 {
-    CTableFigures const * const bindings = picture.filled("arp");
-    if (!bindings)
-        return {};
     std::string text;
     std::size_t more = 0;
-    for (CRowFigures const & row : bindings->rows) {
-        if (row.macAddress != mac)
+    for (char const * const key : {"arp", "neighbours"}) {
+        CTableFigures const * const bindings = picture.filled(key);
+        if (!bindings)
             continue;
-        if (text.empty())
-            text = picture.end(row.address);
-        else
-            ++more;
+        for (CRowFigures const & row : bindings->rows) {
+            if (row.macAddress != mac)
+                continue;
+            if (text.empty())
+                text = picture.end(row.address);
+            else
+                ++more;
+        }
     }
     return more == 0 ? text : fmt::format("{} +{}", text, more);
 }
@@ -169,7 +195,7 @@ std::string stationsText(CPicture const & picture)
     CFittedTable table(picture.style.ascii);
     table.addColumn({"Address", CFittedTable::left, 0, 17, 17});
     table.addColumn({"Vendor", CFittedTable::left, 4, 6, 24});
-    table.addColumn({"IPv4", CFittedTable::left, 2, 19, 40});
+    table.addColumn({picture.filled("neighbours") ? "IP" : "IPv4", CFittedTable::left, 2, 19, 40});
     table.addColumn({"VLAN", CFittedTable::right, 3});
     table.addColumn({"Ports", CFittedTable::left, 9, 16, 32});
     table.addColumn({"Sent"});
@@ -197,22 +223,37 @@ std::string stationsText(CPicture const & picture)
     bool const tagged = std::any_of(rows.begin(), rows.begin() + static_cast<std::ptrdiff_t>(shown),
                                     [](CRowFigures const * row) { return row->vlan.has_value(); });
     if (tagged)
-        text += "  VLAN has the low 8 bits of the identifier.\n";
+        text += fmt::format("  VLAN has the low 8 bits of the identifier{}.\n",
+                            picture.filled("vlans") ? "; all 12 stand under VLANs" : "");
     return text + givenUpText(picture, *stations);
 }
 
 std::string portsText(CPicture const & picture)
 {
-    CTableFigures const * const tables[] = {picture.filled("tcp_ports"), picture.filled("udp_ports")};
+    struct CKind
+    {
+        char const * table;
+        CTransport transport;
+        char const * name;
+        char const * nameOfTwo; // where both families have rows
+    };
+    static constexpr CKind kinds[] = {{"tcp_ports", CTransport::tcp, "TCP", "TCP, IPv4"},
+                                      {"udp_ports", CTransport::udp, "UDP", "UDP, IPv4"},
+                                      {"ipv6_tcp_ports", CTransport::tcp, "TCP, IPv6", "TCP, IPv6"},
+                                      {"ipv6_udp_ports", CTransport::udp, "UDP, IPv6", "UDP, IPv6"}};
+    bool const two = picture.filled("ipv6_tcp_ports") || picture.filled("ipv6_udp_ports");
+    std::vector<CTableFigures const *> tables;
     std::vector<CRowFigures> all;
-    for (CTransport const transport : {CTransport::tcp, CTransport::udp})
-        if (CTableFigures const * const table = tables[static_cast<std::size_t>(transport)])
+    for (CKind const & kind : kinds)
+        if (CTableFigures const * const table = picture.filled(kind.table)) {
+            tables.push_back(table);
             for (CRowFigures row : table->rows) {
-                row.name = transport == CTransport::tcp ? "TCP" : "UDP";
-                row.address = picture.names.service(transport, row.code.value_or(0));
+                row.name = two ? kind.nameOfTwo : kind.name;
+                row.address = picture.names.service(kind.transport, row.code.value_or(0));
                 all.push_back(std::move(row));
             }
-    if (!tables[0] && !tables[1])
+        }
+    if (tables.empty())
         return {};
     auto const rows = busiest(all, picture.order("tcp_ports"));
     std::size_t const shown = shownOf(picture, rows.size());
@@ -236,40 +277,106 @@ std::string portsText(CPicture const & picture)
                       picture.quantity(row.framesSent), picture.quantity(row.framesReceived)},
                      shareOf(picture.byFrames() ? row.totalFrames() : row.totalBytes(), most));
     }
-    std::string text = titleText(picture, "Ports", tables[0] ? *tables[0] : *tables[1], shown, rows.size()) +
+    std::string text = titleText(picture, "Ports", *tables.front(), shown, rows.size()) +
                        table.toString(picture.style.width);
     if (shown < rows.size())
         text += fmt::format("  and {} more (--top 0 shows all)\n",
                             picture.quantity.counted(rows.size() - shown, "port"));
     for (CTableFigures const * const each : tables)
-        if (each)
-            text += givenUpText(picture, *each);
+        text += givenUpText(picture, *each);
     return text + wrapped("  ", "Only ports 1 to 1024 have rows, or those of --tcp-ports and --udp-ports.",
                           picture.style.width);
 }
 
-std::string bindingsText(CPicture const & picture)
+namespace {
+
+std::string bindingsOf(CPicture const & picture, CTableFigures const & bindings, std::string const & title,
+                       std::string const & family)
 {
-    CTableFigures const * const bindings = picture.filled("arp");
-    if (!bindings || picture.filled("stations"))
-        return {};
-    std::size_t const all = bindings->rows.size();
+    std::size_t const all = bindings.rows.size();
     std::size_t const shown = shownOf(picture, all);
     CFittedTable table(picture.style.ascii);
-    table.addColumn({"IPv4", CFittedTable::left, 0, 15, 48});
+    table.addColumn({family, CFittedTable::left, 0, 15, 48});
     table.addColumn({"Address", CFittedTable::left});
     table.addColumn({"Vendor", CFittedTable::left, 1, 8, 40});
     for (std::size_t i = 0; i < shown; ++i) {
-        CRowFigures const & row = bindings->rows[i];
+        CRowFigures const & row = bindings.rows[i];
         table.addRow({picture.end(row.address), escaped(row.macAddress),
                       escaped(picture.names.vendor(row.macAddress))});
     }
-    std::string text = fmt::format("ARP bindings ({}), in the order of their discovery\n", allDigits(all)) +
+    std::string text = fmt::format("{} ({}), in the order of their discovery\n", title, allDigits(all)) +
                        table.toString(picture.style.width);
     if (shown < all)
         text += fmt::format("  and {} more (--top 0 shows all)\n",
                             picture.quantity.counted(all - shown, "binding"));
-    return text + givenUpText(picture, *bindings);
+    return text + givenUpText(picture, bindings);
+}
+
+} // namespace
+
+// Stations have their addresses beside them.
+std::string bindingsText(CPicture const & picture)
+{
+    if (picture.filled("stations"))
+        return {};
+    std::string text;
+    if (CTableFigures const * const bindings = picture.filled("arp"))
+        text += bindingsOf(picture, *bindings, "ARP bindings", "IPv4");
+    if (CTableFigures const * const neighbours = picture.filled("neighbours"))
+        text += (text.empty() ? "" : "\n") + bindingsOf(picture, *neighbours, "IPv6 neighbours", "IPv6");
+    return text;
+}
+
+std::string vlansText(CPicture const & picture, std::string const & key, std::string const & title)
+{
+    CTableFigures const * const vlans = picture.filled(key);
+    if (!vlans)
+        return {};
+    auto const rows = busiest(vlans->rows, picture.order(key));
+    std::size_t const shown = shownOf(picture, rows.size());
+    CFittedTable table(picture.style.ascii);
+    table.addColumn({"VLAN"});
+    table.addColumn({"Bytes"});
+    table.addColumn({"Frames"});
+    table.addColumn({"Size", CFittedTable::right, 6});
+    table.addColumn({"Share"});
+    table.setBar(1, 4, 30);
+    for (std::size_t i = 0; i < shown; ++i) {
+        CRowFigures const & row = *rows[i];
+        table.addRow({fmt::format("{}", row.code.value_or(0)), picture.quantity(row.bytes),
+                      picture.quantity(row.frames), averageText(row), percentText(picture.share(row))},
+                     picture.share(row));
+    }
+    std::string text =
+        titleText(picture, title, *vlans, shown, rows.size()) + table.toString(picture.style.width);
+    if (shown < rows.size())
+        text += fmt::format("  and {} more (--top 0 shows all)\n",
+                            picture.quantity.counted(rows.size() - shown, "VLAN"));
+    return text + givenUpText(picture, *vlans);
+}
+
+// Kinds that carried anything.
+std::string tunnelsText(CPicture const & picture)
+{
+    CTableFigures const * const tunnels = picture.filled("tunnels");
+    if (!tunnels)
+        return {};
+    CFittedTable table(picture.style.ascii);
+    table.addColumn({"", CFittedTable::left, 0, 8, 14});
+    table.addColumn({"Bytes"});
+    table.addColumn({"Frames"});
+    table.addColumn({"Share"});
+    table.setBar(1, 4, 30);
+    bool any = false;
+    for (CRowFigures const * const row : busiest(tunnels->rows, picture.order("tunnels"))) {
+        if (row->totalFrames() == 0)
+            continue;
+        any = true;
+        table.addRow({escaped(row->name), picture.quantity(row->bytes), picture.quantity(row->frames),
+                      percentText(picture.share(*row))},
+                     picture.share(*row));
+    }
+    return any ? "Tunnels, by " + picture.measure() + '\n' + table.toString(picture.style.width) : "";
 }
 
 namespace {

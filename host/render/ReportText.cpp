@@ -5,7 +5,9 @@
 
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <map>
+#include <utility>
 
 namespace ketmon {
 
@@ -71,9 +73,17 @@ std::string listed(std::vector<std::string> const & names)
     return text;
 }
 
-// As the report calls it.
-std::string titleOf(CTableFigures const & table)
+// As the report calls it. Beside those of IPv6 tables of IPv4 are called so.
+std::string titleOf(CPicture const & picture, CTableFigures const & table)
 {
+    static std::map<std::string, std::pair<std::string, std::string>> const ofIPv4 = {
+        {"ip_traffic", {"ipv6_traffic", "IPv4 conversations"}},
+        {"ip_protocols", {"ipv6_protocols", "protocols of IPv4"}},
+        {"tcp_ports", {"ipv6_tcp_ports", "TCP ports of IPv4"}},
+        {"udp_ports", {"ipv6_udp_ports", "UDP ports of IPv4"}}};
+    if (auto const found = ofIPv4.find(table.key);
+        found != ofIPv4.end() && picture.filled(found->second.first))
+        return found->second.second;
     static std::map<std::string, std::string> const titles = {{"frame_types", "frame types"},
                                                               {"frame_sizes", "frame sizes"},
                                                               {"stations", "stations"},
@@ -83,7 +93,13 @@ std::string titleOf(CTableFigures const & table)
                                                               {"arp", "ARP bindings"},
                                                               {"ip_protocols", "IP protocols"},
                                                               {"tcp_ports", "TCP ports"},
-                                                              {"udp_ports", "UDP ports"}};
+                                                              {"udp_ports", "UDP ports"},
+                                                              {"ipv6_traffic", "IPv6 conversations"},
+                                                              {"ipv6_tcp_ports", "TCP ports of IPv6"},
+                                                              {"ipv6_udp_ports", "UDP ports of IPv6"},
+                                                              {"vlans", "VLANs"},
+                                                              {"inner_vlans", "inner VLANs"},
+                                                              {"tunnels", "tunnels"}};
     auto const found = titles.find(table.key);
     return found == titles.end() ? escaped(table.name) : found->second;
 }
@@ -96,20 +112,49 @@ std::string rangeOf(CTableFigures const & table)
                                       : "";
 }
 
+// Of fixed rows none may have counted anything.
+bool sawNothing(CPicture const & picture, CTableFigures const & table)
+{
+    CTableFigures const * const filled = picture.filled(table.key);
+    return !filled ||
+           (table.limit == 0 && std::all_of(table.rows.begin(), table.rows.end(),
+                                            [](CRowFigures const & row) { return row.totalFrames() == 0; }));
+}
+
 std::string absenceText(CPicture const & picture)
 {
     std::vector<std::string> off;
     std::vector<std::string> empty;
     for (CTableFigures const & table : picture.figures.tables)
         if (!table.counted)
-            off.push_back(fmt::format("{} ({})", titleOf(table), escaped(table.oid)));
-        else if (!picture.filled(table.key) && picture.figures.frames.value_or(0) > 0)
-            empty.push_back(titleOf(table) + rangeOf(table));
+            off.push_back(fmt::format("{} ({})", titleOf(picture, table), escaped(table.oid)));
+        else if (sawNothing(picture, table) && picture.figures.frames.value_or(0) > 0 &&
+                 (picture.style.selected || !table.oid.starts_with("2.")))
+            empty.push_back(titleOf(picture, table) + rangeOf(table));
+    auto const & signals = picture.figures.signals;
+    if (picture.style.signalsChosen && !signals.empty()) {
+        auto const each = [&](auto const & test) {
+            return std::all_of(signals.begin(), signals.end(), test);
+        };
+        if (each([](CSignalFigure const & signal) { return !signal.count; }))
+            off.emplace_back("signals (2.6)");
+        else if (picture.style.selected &&
+                 each([](CSignalFigure const & signal) { return signal.count.value_or(0) == 0; }))
+            empty.emplace_back("signals");
+    }
     std::string text;
     if (!empty.empty())
         text += wrapped("Nothing was seen of: ", listed(empty), picture.style.width);
     if (!off.empty())
         text += wrapped("Not counted: ", listed(off), picture.style.width);
+    if (!off.empty() && picture.figures.source.linkType != "ethernet")
+        text += wrapped(
+            "",
+            fmt::format(
+                "Frames of {} don't tell the addresses of both ends, by which stations and "
+                "MAC conversations are counted, and VLAN tags in front of their packets aren't counted.",
+                escaped(picture.figures.source.linkType)),
+            picture.style.width);
     return text;
 }
 
@@ -145,6 +190,16 @@ std::string errorsText(CPicture const & picture)
     return text.empty() ? "" : "Errors\n" + text;
 }
 
+// Those that there were any of.
+std::string signalsText(CPicture const & picture)
+{
+    std::string text;
+    for (CSignalFigure const & signal : picture.figures.signals)
+        if (signal.count.value_or(0) > 0)
+            text += fmt::format("  {:<23} {:>8}\n", escaped(signal.name), picture.quantity(signal.count));
+    return text.empty() || (picture.style.selected && !picture.style.signalsChosen) ? "" : "Signals\n" + text;
+}
+
 std::string reportText(CFigures const & figures, CReportStyle const & style, CNames const & names)
 {
     CPicture const picture(figures, style, names);
@@ -159,11 +214,15 @@ std::string reportText(CFigures const & figures, CReportStyle const & style, CNa
         if (!style.selected)
             add(notableText(picture));
         add(protocolsText(picture));
-        add(conversationsText(picture, "ip_traffic", "IP conversations"));
+        add(conversationsText(picture, {"ip_traffic", "ipv6_traffic"}, "IP conversations"));
         add(stationsText(picture));
-        add(conversationsText(picture, "mac_traffic", "MAC conversations"));
+        add(conversationsText(picture, {"mac_traffic"}, "MAC conversations"));
         add(portsText(picture));
         add(bindingsText(picture));
+        add(vlansText(picture, "vlans", "VLANs"));
+        add(vlansText(picture, "inner_vlans", "Inner VLANs"));
+        add(tunnelsText(picture));
+        add(signalsText(picture));
         add(frameTableText(picture, "frame_sizes", "Frame sizes"));
         add(frameTableText(picture, "frame_types", "Frame types"));
     }

@@ -18,6 +18,7 @@ struct CReportStyle
     bool exact = false;              // all digits
     bool ascii = false;              // for terminals that can't show more
     bool selected = false;           // the figures hold what was asked for, and nothing but that is told
+    bool signalsChosen = true;       // the signals are asked for, too
 };
 
 // What was going on, for a person who asks: from when to when and how much, what is notable, and then the

@@ -27,6 +27,11 @@ std::string textOf(CIPAddress const & address)
     return fmt::format("{}.{}.{}.{}", octet[0], octet[1], octet[2], octet[3]);
 }
 
+std::string textOf(CIPv6Address const & address)
+{
+    return ipv6Text(address.bytes.data());
+}
+
 template <class T>
 std::uint64_t counted(CValueStat<T> const & counter)
 {
@@ -111,20 +116,41 @@ void take(CRowFigures & figures, CMACConnectionStat const & row)
 }
 
 // The row of the others stands in place of pairs that have none; a pair of the same addresses is another row.
-void take(CRowFigures & figures, CIPConnectionStat const & row)
+template <class Traffic>
+requires(Traffic::hasOthers) void take(CRowFigures & figures, CGenConnectionStat<Traffic> const & row)
 {
     takeConnection(figures, row);
-    auto const * const table = dynamic_cast<CIPConnectionStat::Container const *>(row.getParent());
+    using Table = typename CGenConnectionStat<Traffic>::Container;
+    auto const * const table = dynamic_cast<Table const *>(row.getParent());
     figures.others = table && table->getSummaryStat() == &row;
 }
 
-void take(CRowFigures & figures, CARPStat const & row)
+template <class Binding>
+void takeBinding(CRowFigures & figures, Binding const & row)
 {
     figures.address = textOf(row.ipAddress.get());
     figures.macAddress = textOf(row.macAddress.get());
 }
 
-void take(CRowFigures & figures, CGenProtoStat<0> const & row)
+void take(CRowFigures & figures, CARPStat const & row)
+{
+    takeBinding(figures, row);
+}
+
+void take(CRowFigures & figures, CNeighbourStat const & row)
+{
+    takeBinding(figures, row);
+}
+
+template <int N>
+void take(CRowFigures & figures, CGenVlanStat<N> const & row)
+{
+    figures.code = numberOf(row.vlanId);
+    takeSent(figures, row);
+}
+
+template <int N>
+void take(CRowFigures & figures, CGenProtoStat<N> const & row)
 {
     figures.code = numberOf(row.protocolId);
     takeSent(figures, row);
@@ -159,7 +185,8 @@ CRowFigures rowFigures(CBaseStat const & row)
     CRowFigures figures;
     figures.oid = row.getOid().toString();
     takeOneOf<CTcpPortStat, CUdpPortStat, CIPConnectionStat, CMACConnectionStat, CStationStat, CARPStat,
-              CProtocolStat, CGenProtoStat<0>, CFrameTypeOrSizeStat>(figures, row);
+              CProtocolStat, CGenProtoStat<0>, CFrameTypeOrSizeStat, CIPv6ConnectionStat, CIPv6TcpPortStat,
+              CIPv6UdpPortStat, CIPv6ProtoStat, COuterVlanStat, CInnerVlanStat, CNeighbourStat>(figures, row);
     if (std::uint64_t const frames = figures.totalFrames())
         figures.averageFrameBytes = static_cast<double>(figures.totalBytes()) / static_cast<double>(frames);
     return figures;

@@ -2,7 +2,7 @@
 
 #include "host/render/Figures.h"
 
-#include "ketstats/schema/AgentStatistic.h"
+#include "ketstats/extended/ExtendedStatistic.h"
 #include "ketstats/schema/Ledgers.h"
 
 #include <bitset>
@@ -10,8 +10,9 @@
 
 namespace ketmon {
 
-// Children of the root by their id: [5] is "1.5".
-using CGroupSet = std::bitset<12>;
+// Children of the roots: [5] is "1.5", and of the second tree [18] is "2.2".
+using CGroupSet = std::bitset<24>;
+inline constexpr std::size_t firstExtendedGroup = 16;
 // Counters of "Global errors" by their id: [4] is "1.2.4".
 using CErrorSet = std::bitset<14>;
 
@@ -32,6 +33,7 @@ struct CSampleFacts
     CErrorSet told;                            // error counters that the adapter has figures for
     bool filterGiven = false;                  // whether frames were tested against a filter
     std::optional<KetStats::CLedgers> givenUp; // what no row shows
+    KetStats::CExtendedStatistic const * extended = nullptr; // the second tree, where there is one
 };
 
 // What a tree tells that a snapshot was unpacked into, or a live one that is held still. `before` are the
@@ -41,7 +43,8 @@ CFigures figuresOf(KetStats::CAgentStatistic const & tree, CSampleFacts const & 
 
 // The groups that a tree shows anything of, for want of a better source: one that counted nothing can't be
 // told from one that is off.
-CGroupSet groupsThatCounted(KetStats::CAgentStatistic const & tree);
+CGroupSet groupsThatCounted(KetStats::CAgentStatistic const & tree,
+                            KetStats::CExtendedStatistic const * extended = nullptr);
 
 // A row of any table, alone.
 CRowFigures rowFigures(KetStats::CBaseStat const & row);

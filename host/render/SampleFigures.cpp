@@ -26,6 +26,14 @@ enum Group : std::size_t
     arpTable,
     ipSubprotocols,
     ipPorts,
+
+    ipv6Connections = firstExtendedGroup + 1,
+    ipv6Protocols,
+    ipv6Ports,
+    vlans,
+    neighbours,
+    signals,
+    tunnels,
 };
 
 enum class Ways
@@ -33,6 +41,28 @@ enum class Ways
     none,
     one,
     both,
+};
+
+// Of the tunnels and the signals, in the order of their ids.
+constexpr char const * tunnelKeys[] = {"ip_in_ip", "6in4", "gre", "vxlan", "geneve", "pppoe", "mpls"};
+constexpr char const * signalKeys[] = {
+    "connections_requested",
+    "connections_accepted",
+    "connections_ended",
+    "connections_reset",
+    "zero_windows",
+    "fragments",
+    "unreachable",
+    "packet_too_big",
+    "time_exceeded",
+    "parameter_problem",
+    "redirects",
+    "source_quench",
+    "arp_requests",
+    "arp_replies",
+    "gratuitous_arps",
+    "changed_bindings",
+    "overlong_packets",
 };
 
 // A number that is one: not of a division by nothing.
@@ -55,7 +85,11 @@ CCount countOf(CBaseStat const & leaf)
 class CFiguresMaker
 {
 public:
-    CFiguresMaker(CAgentStatistic const & tree, CSampleFacts const & facts) : m_tree(tree), m_facts(facts) {}
+    CFiguresMaker(CAgentStatistic const & tree, CSampleFacts const & facts)
+        : m_tree(tree),
+          m_extended(facts.extended ? *facts.extended : noExtended()),
+          m_facts(facts)
+    {}
 
     CFigures made();
 
@@ -66,6 +100,15 @@ private:
     void addFrameTypes();
     void addFrameSizes();
     void addStations();
+    void addExtended();
+    void addTunnels();
+    void addSignals();
+    // In whose shape the tables stand that nobody counts.
+    static CExtendedStatistic const & noExtended()
+    {
+        static CExtendedStatistic const none;
+        return none;
+    }
 
     CTableFigures & add(char const * key, CBaseStat const & node, bool counted);
     template <class Table>
@@ -75,9 +118,13 @@ private:
     void share(CTableFigures & table) const;
     void shareStations();
     CMoment zeroOfKept() const { return m_facts.epoch ? m_facts.epoch : m_facts.zero; }
-    bool counts(Group group) const { return m_facts.counted[group]; }
+    bool counts(Group group) const
+    {
+        return m_facts.counted[group] && (group < firstExtendedGroup || m_facts.extended);
+    }
 
     CAgentStatistic const & m_tree;
+    CExtendedStatistic const & m_extended;
     CSampleFacts const & m_facts;
     CFigures m_figures;
 };
@@ -97,7 +144,7 @@ CFigures CFiguresMaker::made()
     addErrors();
     addFilter();
 
-    m_figures.tables.reserve(10); // so that references to one stay good while others are added
+    m_figures.tables.reserve(18); // so that references to one stay good while others are added
     addFrameTypes();
     addFrameSizes();
     addStations();
@@ -120,7 +167,56 @@ CFigures CFiguresMaker::made()
     addTable("udp_ports", m_tree.ipPorts.udpPorts, ipPorts, limits.udpPorts, &CLedgers::udpPorts, Ways::both)
         .zero = zeroOfKept();
     shareStations();
+    addExtended();
     return std::move(m_figures);
+}
+
+void CFiguresMaker::addExtended()
+{
+    CExtendedStatistic const & tree = m_extended;
+    CTableLimits const & limits = tree.limits();
+    share(addTable("ipv6_traffic", tree.ipv6Connections, ipv6Connections, limits.ipv6Connections,
+                   &CLedgers::ipv6Connections, Ways::one));
+    // These have no zero point of their own, as their likes of IPv4.
+    CTableFigures & protocolTable = addTable("ipv6_protocols", tree.ipv6Protocols, ipv6Protocols,
+                                             limits.ipv6Protocols, &CLedgers::ipv6Protocols, Ways::one);
+    protocolTable.zero = zeroOfKept();
+    if (protocolTable.zero == m_figures.zero)
+        share(protocolTable);
+    addTable("ipv6_tcp_ports", tree.ipv6Ports.tcpPorts, ipv6Ports, limits.ipv6TcpPorts,
+             &CLedgers::ipv6TcpPorts, Ways::both)
+        .zero = zeroOfKept();
+    addTable("ipv6_udp_ports", tree.ipv6Ports.udpPorts, ipv6Ports, limits.ipv6UdpPorts,
+             &CLedgers::ipv6UdpPorts, Ways::both)
+        .zero = zeroOfKept();
+    share(addTable("vlans", tree.vlans.outer, vlans, limits.vlans, &CLedgers::vlans, Ways::one));
+    share(addTable("inner_vlans", tree.vlans.inner, vlans, limits.innerVlans, &CLedgers::innerVlans,
+                   Ways::one));
+    addTable("neighbours", tree.neighbours, neighbours, limits.neighbours, &CLedgers::neighbours, Ways::none)
+        .zero = zeroOfKept();
+    addTunnels();
+    addSignals();
+}
+
+void CFiguresMaker::addTunnels()
+{
+    CTableFigures & table = add("tunnels", m_extended.tunnels, counts(tunnels));
+    if (!table.counted)
+        return;
+    CTunnelsStat::forEachColumn([&](auto id, auto row) {
+        table.rows.push_back(rowFigures(m_extended.tunnels.*row));
+        table.rows.back().type = tunnelKeys[id - 1];
+    });
+    share(table);
+}
+
+void CFiguresMaker::addSignals()
+{
+    CSignalsStat::forEachColumn([&](auto id, auto counter) {
+        CBaseStat const & leaf = m_extended.signals.*counter;
+        m_figures.signals.push_back({signalKeys[id - 1], leaf.getDescription()->getStringDescription(),
+                                     counts(signals) ? countOf(leaf) : CCount()});
+    });
 }
 
 void CFiguresMaker::addGlobal()
@@ -341,7 +437,7 @@ CFigures figuresOf(CAgentStatistic const & tree, CSampleFacts const & facts, CFi
     return figures;
 }
 
-CGroupSet groupsThatCounted(CAgentStatistic const & tree)
+CGroupSet groupsThatCounted(CAgentStatistic const & tree, CExtendedStatistic const * extended)
 {
     CFrameTypesStat const & types = tree.frameTables.frameTypes;
     CGroupSet groups;
@@ -356,6 +452,9 @@ CGroupSet groupsThatCounted(CAgentStatistic const & tree)
     groups[arpTable] = true;
     groups[ipSubprotocols] = groups[ipConnections] || showsAnything(tree.ipSubprotocols);
     groups[ipPorts] = groups[ipSubprotocols];
+    if (extended && !extended->isBlank())
+        for (std::size_t group = ipv6Connections; group <= tunnels; ++group)
+            groups[group] = true;
     return groups;
 }
 

@@ -30,6 +30,8 @@ std::map<std::string, std::string> const & knownNames()
             {"filter", tree.globalFilter.getOid().toString()},
             {"frame_tables", tree.frameTables.getOid().toString()},
             {"ports", tree.ipPorts.getOid().toString()},
+            {"ipv6_ports", KetStats::CExtendedStatistic().ipv6Ports.getOid().toString()},
+            {"signals", KetStats::CExtendedStatistic().signals.getOid().toString()},
         };
         for (CTableFigures const & table : figuresOf(tree, {}).tables)
             all.emplace(table.key, table.oid);
@@ -63,11 +65,15 @@ CSelection parsedChoice(std::vector<std::string> const & names)
         oids.push_back(known == knownNames().end() ? name : known->second);
     }
     try {
-        CAgentStatistic shape;
-        return {oids, shape};
+        return CSelection(oids);
     } catch (CBadSelection const & error) {
         throw CFailure(exitBadInput, fmt::format("--select: {}", error.what()));
     }
+}
+
+bool choosesSignals(CReportOptions const & options)
+{
+    return options.select.empty() || parsedChoice(options.select).touches(knownNames().at("signals"));
 }
 
 void checkSorting(CReportOptions const & options)

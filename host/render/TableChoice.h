@@ -16,6 +16,9 @@ CSelection parsedChoice(std::vector<std::string> const & names);
 // The table that an identifier names, by its name in JSON; empty if it names none.
 std::string tableKey(KetStats::COid const & oid);
 
+// Whether the signals are among what --select names, as they are without it.
+bool choosesSignals(CReportOptions const & options);
+
 // Throws CFailure, exit code 2, unless --sort names a column of one of the tables chosen.
 void checkSorting(CReportOptions const & options);
 

@@ -71,6 +71,8 @@ public:
 
     std::string_view rest() { return bytes(m_rest.size()); }
 
+    bool atEnd() const { return m_rest.empty(); }
+
     void expectEnd() const
     {
         if (!m_rest.empty())

@@ -62,6 +62,8 @@ char kindOf(CStatDescription const & description)
         return 'm';
     if (is<CIPAddressStatDescription>(description))
         return 'i';
+    if (is<CIPv6AddressStatDescription>(description))
+        return 'x';
     if (is<CProtocolIdStatDescription>(description))
         return 'd';
     return description.isString() ? 's' : 'v';
@@ -93,6 +95,12 @@ std::uint64_t fingerprint(CStatDescription const & description)
 std::uint64_t schemaFingerprint()
 {
     static std::uint64_t const value = fingerprint(CAgentStatistic::groupDescription());
+    return value;
+}
+
+std::uint64_t extendedFingerprint()
+{
+    static std::uint64_t const value = fingerprint(CExtendedStatistic::groupDescription());
     return value;
 }
 

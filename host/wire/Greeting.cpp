@@ -5,6 +5,7 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <iterator>
 
 namespace ketmon {
 
@@ -19,7 +20,13 @@ constexpr unsigned int CTableLimits::*limitFields[] = {
     &CTableLimits::tcpPorts,        &CTableLimits::udpPorts,  &CTableLimits::stationTcpPorts,
     &CTableLimits::stationUdpPorts,
 };
-static_assert(sizeof limitFields / sizeof limitFields[0] == sizeof(CTableLimits) / sizeof(unsigned int),
+constexpr unsigned int CTableLimits::*extendedLimitFields[] = {
+    &CTableLimits::ipv6Connections, &CTableLimits::ipv6Protocols, &CTableLimits::ipv6TcpPorts,
+    &CTableLimits::ipv6UdpPorts,    &CTableLimits::vlans,         &CTableLimits::innerVlans,
+    &CTableLimits::neighbours,
+};
+static_assert((std::size(limitFields) + std::size(extendedLimitFields)) * sizeof(unsigned int) ==
+                  sizeof(CTableLimits),
               "every limit is told");
 
 void putStart(std::string & body, std::uint16_t version, std::uint64_t fingerprint)
@@ -66,6 +73,8 @@ std::string CHello::body() const
         put(body, static_cast<unsigned char>(identifier.size()));
         body += identifier;
     }
+    if (extendedFingerprint)
+        put(body, *extendedFingerprint);
     return body;
 }
 
@@ -77,6 +86,8 @@ CHello CHello::parsed(std::string_view body, std::uint64_t own)
     hello.fingerprint = own;
     for (unsigned int count = reader.get<std::uint16_t>(); count > 0; --count)
         hello.selection.emplace_back(reader.bytes(reader.get<unsigned char>()));
+    if (!reader.atEnd())
+        hello.extendedFingerprint = reader.get<std::uint64_t>();
     reader.expectEnd();
     return hello;
 }
@@ -98,6 +109,9 @@ std::string CWelcome::body() const
         put(body, std::uint32_t{limits.*field});
     putText(body, source);
     putText(body, agent);
+    if (extended)
+        for (auto const field : extendedLimitFields)
+            put(body, std::uint32_t{limits.*field});
     return body;
 }
 
@@ -125,6 +139,10 @@ CWelcome CWelcome::parsed(std::string_view body, std::uint64_t own)
         welcome.limits.*field = parsedLimit(reader);
     welcome.source = reader.text();
     welcome.agent = reader.text();
+    welcome.extended = !reader.atEnd();
+    if (welcome.extended)
+        for (auto const field : extendedLimitFields)
+            welcome.limits.*field = parsedLimit(reader);
     reader.expectEnd();
     return welcome;
 }

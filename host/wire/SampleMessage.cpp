@@ -21,11 +21,14 @@ constexpr std::optional<std::uint64_t> CCaptureCounters::*counterFields[] = {
 };
 
 constexpr CLedger CLedgers::*ledgerFields[] = {
-    &CLedgers::stations,        &CLedgers::protocols, &CLedgers::macConnections,
-    &CLedgers::ipConnections,   &CLedgers::arpTable,  &CLedgers::ipSubprotocols,
-    &CLedgers::tcpPorts,        &CLedgers::udpPorts,  &CLedgers::stationTcpPorts,
-    &CLedgers::stationUdpPorts,
+    &CLedgers::stations,        &CLedgers::protocols,       &CLedgers::macConnections,
+    &CLedgers::ipConnections,   &CLedgers::arpTable,        &CLedgers::ipSubprotocols,
+    &CLedgers::tcpPorts,        &CLedgers::udpPorts,        &CLedgers::stationTcpPorts,
+    &CLedgers::stationUdpPorts, &CLedgers::ipv6Connections, &CLedgers::ipv6Protocols,
+    &CLedgers::ipv6TcpPorts,    &CLedgers::ipv6UdpPorts,    &CLedgers::vlans,
+    &CLedgers::innerVlans,      &CLedgers::neighbours,
 };
+constexpr std::size_t ledgersOfFirstTree = 10;
 static_assert(std::size(ledgerFields) * sizeof(CLedger) == sizeof(CLedgers), "every ledger is told");
 
 constexpr unsigned long long CLedger::*countFields[] = {
@@ -58,11 +61,12 @@ CCaptureCounters parsedCounters(CBodyReader & body)
     return counters;
 }
 
-void putLedgers(std::string & body, CLedgers const & ledgers, CLedgers const & known)
+void putLedgers(std::string & body, CLedgers const & ledgers, CLedgers const & known, bool bothTrees)
 {
+    std::size_t const count = bothTrees ? std::size(ledgerFields) : ledgersOfFirstTree;
     unsigned int changed = 0;
     std::string values;
-    for (std::size_t i = 0; i < std::size(ledgerFields); ++i) {
+    for (std::size_t i = 0; i < count; ++i) {
         CLedger const & ledger = ledgers.*ledgerFields[i];
         if (ledger == known.*ledgerFields[i])
             continue;
@@ -70,16 +74,20 @@ void putLedgers(std::string & body, CLedgers const & ledgers, CLedgers const & k
         for (auto const field : countFields)
             put(values, std::uint64_t{ledger.*field});
     }
-    put(body, static_cast<std::uint16_t>(changed));
+    if (bothTrees)
+        put(body, std::uint32_t{changed});
+    else
+        put(body, static_cast<std::uint16_t>(changed));
     body += values;
 }
 
-CLedgers parsedLedgers(CBodyReader & body, CLedgers ledgers)
+CLedgers parsedLedgers(CBodyReader & body, CLedgers ledgers, bool bothTrees)
 {
-    unsigned int const changed = body.get<std::uint16_t>();
-    if (changed >> std::size(ledgerFields) != 0)
+    std::size_t const count = bothTrees ? std::size(ledgerFields) : ledgersOfFirstTree;
+    unsigned int const changed = bothTrees ? body.get<std::uint32_t>() : body.get<std::uint16_t>();
+    if (changed >> count != 0)
         throw CProtocolError("a sample has ledgers that nobody knows");
-    for (std::size_t i = 0; i < std::size(ledgerFields); ++i)
+    for (std::size_t i = 0; i < count; ++i)
         if (changed >> i & 1U)
             for (auto const field : countFields)
                 ledgers.*ledgerFields[i].*field = body.get<std::uint64_t>();
@@ -96,11 +104,12 @@ std::string CSampleHead::body(CLedgers const & known, std::string_view packed) c
     putTicks(body, moment);
     putTicks(body, interval);
     putCounters(body, counters);
-    putLedgers(body, ledgers, known);
+    putLedgers(body, ledgers, known, bothTrees);
     return body.append(packed);
 }
 
-CSampleHead CSampleHead::parsed(std::string_view body, CLedgers const & known, std::string_view & packed)
+CSampleHead CSampleHead::parsed(std::string_view body, CLedgers const & known, std::string_view & packed,
+                                bool bothTrees)
 {
     CBodyReader reader(body);
     CSampleHead head;
@@ -109,7 +118,8 @@ CSampleHead CSampleHead::parsed(std::string_view body, CLedgers const & known, s
     head.moment = reader.ticks();
     head.interval = reader.ticks();
     head.counters = parsedCounters(reader);
-    head.ledgers = parsedLedgers(reader, known);
+    head.bothTrees = bothTrees;
+    head.ledgers = parsedLedgers(reader, known, bothTrees);
     packed = reader.rest();
     return head;
 }

@@ -13,7 +13,7 @@
 //
 //     full, delta    sequence (8), zero point (8), moment (8), interval (8),
 //                    counters that are known (1), { counter (8) },
-//                    ledgers that changed (2), { rows, frames and bytes sent, frames and bytes received (8 each) },
+//                    ledgers that changed (2; 4 of both trees), { rows, frames and bytes sent, frames and bytes received (8 each) },
 //                    a packed snapshot
 //     end            reason (1), frames that the agent counted (8), more about it
 //
@@ -30,12 +30,14 @@ struct CSampleHead
     CCaptureCounters counters;
     KetStats::CLedgers ledgers;
 
+    bool bothTrees = false; // as the welcome said
+
     // What is sent, where the other side has `known` for ledgers; those of a full sample start from nothing.
     std::string body(KetStats::CLedgers const & known, std::string_view packed) const;
     // Takes a body apart. `known` are the ledgers of this side. `packed` gets what is behind the head. Throws
     // CProtocolError.
     static CSampleHead parsed(std::string_view body, KetStats::CLedgers const & known,
-                              std::string_view & packed);
+                              std::string_view & packed, bool bothTrees = false);
 };
 
 enum class EndReason : unsigned char

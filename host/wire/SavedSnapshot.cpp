@@ -13,8 +13,10 @@ using KetStats::CTableLimits;
 namespace {
 
 constexpr std::string_view magic("ketmon\x1A", savedSnapshotStart);
-constexpr char version = 1;
-constexpr std::size_t fixedLength = 560;
+constexpr char version = 2;
+constexpr char versionOfFirstTree = 1;
+constexpr std::size_t fixedLengthOfFirstTree = 560;
+constexpr std::size_t fixedLength = 876;
 constexpr std::uint32_t longestName = 4096;
 
 enum Flags : std::uint32_t
@@ -34,9 +36,25 @@ constexpr CLedger CLedgers::*const ledgerFields[] = {&CLedgers::stations,       
                                                      &CLedgers::arpTable,        &CLedgers::ipSubprotocols,
                                                      &CLedgers::tcpPorts,        &CLedgers::udpPorts,
                                                      &CLedgers::stationTcpPorts, &CLedgers::stationUdpPorts};
+constexpr unsigned int CTableLimits::*const extendedLimitFields[] = {
+    &CTableLimits::ipv6Connections, &CTableLimits::ipv6Protocols, &CTableLimits::ipv6TcpPorts,
+    &CTableLimits::ipv6UdpPorts,    &CTableLimits::vlans,         &CTableLimits::innerVlans,
+    &CTableLimits::neighbours};
+constexpr CLedger CLedgers::*const extendedLedgerFields[] = {
+    &CLedgers::ipv6Connections, &CLedgers::ipv6Protocols, &CLedgers::ipv6TcpPorts, &CLedgers::ipv6UdpPorts,
+    &CLedgers::vlans,           &CLedgers::innerVlans,    &CLedgers::neighbours};
 constexpr unsigned long long CLedger::*const countFields[] = {
     &CLedger::rows, &CLedger::framesTransmitted, &CLedger::bytesTransmitted, &CLedger::framesReceived,
     &CLedger::bytesReceived};
+
+// In the upper half of the flags.
+constexpr unsigned int linkTypeShift = 16;
+
+// The number where that of Ethernet is 0, as it is where nothing was told, and back again.
+std::uint32_t swappedLinkType(std::uint32_t number)
+{
+    return number <= 1 ? 1 - number : number;
+}
 
 class CWriter
 {
@@ -101,11 +119,29 @@ void figures(Stream & stream, Snapshot & snapshot, long long & first, long long 
             stream.number(snapshot.ledgers.*ledger.*count);
 }
 
+// What stands of the second tree behind its fingerprint.
+template <class Stream, class Snapshot>
+void extendedFigures(Stream & stream, Snapshot & snapshot)
+{
+    for (auto const field : extendedLimitFields)
+        stream.number(snapshot.limits.*field);
+    for (auto const ledger : extendedLedgerFields)
+        for (auto const count : countFields)
+            stream.number(snapshot.ledgers.*ledger.*count);
+}
+
+void checkLimit(unsigned int limit)
+{
+    if (limit < KetStats::smallestTableLimit || limit > KetStats::largestTableLimit)
+        throw CBadSavedSnapshot(fmt::format("no table has a limit of {} rows", limit));
+}
+
 void checkLimits(CTableLimits const & limits)
 {
     for (auto const field : limitFields)
-        if (limits.*field < KetStats::smallestTableLimit || limits.*field > KetStats::largestTableLimit)
-            throw CBadSavedSnapshot(fmt::format("no table has a limit of {} rows", limits.*field));
+        checkLimit(limits.*field);
+    for (auto const field : extendedLimitFields)
+        checkLimit(limits.*field);
 }
 
 } // namespace
@@ -114,18 +150,24 @@ std::string encoded(CSavedSnapshot const & snapshot)
 {
     CWriter writer;
     writer.text(magic);
-    writer.number(version);
-    writer.number(static_cast<std::uint32_t>(fixedLength + snapshot.name.size()));
+    writer.number(snapshot.extended ? version : versionOfFirstTree);
+    writer.number(static_cast<std::uint32_t>((snapshot.extended ? fixedLength : fixedLengthOfFirstTree) +
+                                             snapshot.name.size()));
     writer.number(static_cast<std::uint32_t>(snapshot.bytes.size()));
     writer.number(schemaFingerprint());
     writer.number(snapshot.recording);
     writer.number(snapshot.sequence);
-    writer.number((snapshot.filtering ? filteringFlag : 0U) | (snapshot.summary.first ? momentsFlag : 0U));
+    writer.number((snapshot.filtering ? filteringFlag : 0U) | (snapshot.summary.first ? momentsFlag : 0U) |
+                  swappedLinkType(snapshot.linkType) << linkTypeShift);
     writer.number(snapshot.groups);
     writer.number(static_cast<std::uint32_t>(snapshot.name.size()));
     long long first = snapshot.summary.first.value_or(0);
     long long last = snapshot.summary.last.value_or(0);
     figures(writer, snapshot, first, last);
+    if (snapshot.extended) {
+        writer.number(extendedFingerprint());
+        extendedFigures(writer, snapshot);
+    }
     writer.text(snapshot.name);
     writer.text(snapshot.bytes);
     return writer.bytes();
@@ -151,16 +193,20 @@ CSavedSnapshot parsedSavedSnapshot(std::string_view bytes)
 {
     if (!startsSavedSnapshot(bytes))
         throw CBadSavedSnapshot("no saved snapshot, or one of an older ketmon: it has no header");
-    if (bytes.size() > magic.size() && bytes[magic.size()] != version)
+    char const form = bytes.size() > magic.size() ? bytes[magic.size()] : version;
+    if (form != version && form != versionOfFirstTree)
         throw CBadSavedSnapshot("saved in a form that this ketmon doesn't know");
-    if (bytes.size() < fixedLength)
+    bool const extended = form == version;
+    std::size_t const headLength = extended ? fixedLength : fixedLengthOfFirstTree;
+    if (bytes.size() < headLength)
         throw CBadSavedSnapshot("the file ends within its header");
 
     CReader reader(bytes.substr(magic.size() + sizeof version));
     CSavedSnapshot snapshot;
     std::uint32_t headerLength = 0, packedLength = 0, flags = 0, nameLength = 0;
-    std::uint64_t fingerprint = 0;
+    std::uint64_t fingerprint = 0, ofExtended = extendedFingerprint();
     long long first = 0, last = 0;
+    snapshot.extended = extended;
     reader.number(headerLength);
     reader.number(packedLength);
     reader.number(fingerprint);
@@ -170,10 +216,14 @@ CSavedSnapshot parsedSavedSnapshot(std::string_view bytes)
     reader.number(snapshot.groups);
     reader.number(nameLength);
     figures(reader, snapshot, first, last);
+    if (extended) {
+        reader.number(ofExtended);
+        extendedFigures(reader, snapshot);
+    }
 
-    if (fingerprint != schemaFingerprint())
+    if (fingerprint != schemaFingerprint() || ofExtended != extendedFingerprint())
         throw CBadSavedSnapshot("saved by a ketmon with other statistics");
-    if (nameLength > longestName || headerLength != fixedLength + nameLength)
+    if (nameLength > longestName || headerLength != headLength + nameLength)
         throw CBadSavedSnapshot("its header is damaged");
     if (bytes.size() != std::size_t{headerLength} + packedLength)
         throw CBadSavedSnapshot(bytes.size() < std::size_t{headerLength} + packedLength
@@ -181,6 +231,7 @@ CSavedSnapshot parsedSavedSnapshot(std::string_view bytes)
                                     : "there are bytes behind its end");
     checkLimits(snapshot.limits);
     snapshot.filtering = (flags & filteringFlag) != 0;
+    snapshot.linkType = swappedLinkType(flags >> linkTypeShift);
     if ((flags & momentsFlag) != 0) {
         snapshot.summary.first = first;
         snapshot.summary.last = last;

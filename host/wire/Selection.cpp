@@ -33,25 +33,37 @@ std::string quoted(std::string const & name)
     return "'" + text + "'";
 }
 
-COid parsed(std::string const & name, KetStats::CAgentStatistic & tree)
+// Whether an identifier names a place of its tree, of which only the shape is asked.
+bool isPlace(COid const & oid, bool bothTrees)
+{
+    static KetStats::CAgentStatistic first;
+    static KetStats::CExtendedStatistic second;
+    bool const isFirst = oid[0] != KetStats::CExtendedStatistic::rootId;
+    return (isFirst || bothTrees) &&
+           (isFirst ? first.getStatMemberPointer(oid) : second.getStatMemberPointer(oid)).offset >= 0;
+}
+
+COid parsed(std::string const & name, bool bothTrees)
 {
     std::optional<COid> const oid = parsedOid(name);
     if (!oid)
         throw CBadSelection(quoted(name) + " is no identifier such as 1.5");
-    if (tree.getStatMemberPointer(*oid).offset < 0)
+    if (!isPlace(*oid, bothTrees))
         throw CBadSelection(quoted(name) + " leads to no statistic that can be selected");
     return *oid;
 }
 
 } // namespace
 
-CSelection::CSelection(std::vector<std::string> const & names, KetStats::CAgentStatistic & tree)
+CSelection::CSelection(std::vector<std::string> const & names, bool bothTrees)
 {
     std::vector<COid> all;
     all.reserve(names.size() + 1);
     for (std::string const & name : names)
-        all.push_back(parsed(name, tree));
+        all.push_back(parsed(name, bothTrees));
     all.emplace_back(names.empty() ? "1" : "1.1");
+    if (names.empty() && bothTrees)
+        all.emplace_back("2");
     // What is above another one stands right before it and the likes of it.
     std::sort(all.begin(), all.end(), KetStats::COidLess());
     for (COid const & oid : all)

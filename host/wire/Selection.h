@@ -24,8 +24,8 @@ class CSelection
 {
 public:
     // `names` none selects all. Throws CBadSelection for what doesn't parse, leads nowhere, or names a row:
-    // rows come and go, and their table is selected instead. `tree` is any tree, and only its shape is asked.
-    CSelection(std::vector<std::string> const & names, KetStats::CAgentStatistic & tree);
+    // rows come and go, and their table is selected instead. With the first tree alone the second one leads nowhere.
+    explicit CSelection(std::vector<std::string> const & names, bool bothTrees = true);
 
     void select(KetStats::CStatSnapshot & snapshot) const;
 

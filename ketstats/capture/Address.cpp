@@ -52,3 +52,48 @@ std::string hexString(unsigned char const * bytes, int length)
     }
     return text;
 }
+
+std::string ipv6Text(unsigned char const * bytes)
+{
+    static constexpr unsigned char mapped[12] = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0xFF};
+    if (std::equal(mapped, mapped + sizeof mapped, bytes)) {
+        std::string text = "::ffff:";
+        for (int i = 12; i < 16; ++i)
+            text += (i == 12 ? "" : ".") + std::to_string(bytes[i]);
+        return text;
+    }
+
+    unsigned int groups[8];
+    for (int i = 0; i < 8; ++i)
+        groups[i] = static_cast<unsigned int>(bytes[2 * i]) << 8 | bytes[2 * i + 1];
+    // A single group of zero stays as it is.
+    int longest = 1;
+    int start = 8;
+    for (int i = 0, zeros = 0; i < 8; ++i) {
+        zeros = groups[i] == 0 ? zeros + 1 : 0;
+        if (zeros > longest) {
+            longest = zeros;
+            start = i + 1 - zeros;
+        }
+    }
+
+    static constexpr char digits[] = "0123456789abcdef";
+    std::string text;
+    for (int i = 0; i < 8; ++i) {
+        if (i == start) {
+            text += "::";
+            i += longest - 1;
+            continue;
+        }
+        if (i != 0 && text.back() != ':')
+            text += ':';
+        bool begun = false;
+        for (int shift = 12; shift >= 0; shift -= 4) {
+            unsigned int const digit = groups[i] >> shift & 0xF;
+            begun = begun || digit != 0 || shift == 0;
+            if (begun)
+                text += digits[digit];
+        }
+    }
+    return text;
+}

@@ -12,6 +12,10 @@ KNDISLIB_API void LoadHexString(char const * text, unsigned char * bytes, int le
 // `length` bytes as upper-case hexadecimal pairs joined by '-': the text that LoadHexString reads back.
 KNDISLIB_API std::string hexString(unsigned char const * bytes, int length);
 
+// The canonical text of the sixteen bytes of an IPv6 address: lower case, no leading zeros, and the longest run of
+// zero groups, the first of the longest, as "::". An IPv4 address that is mapped into IPv6 stands in dotted form.
+KNDISLIB_API std::string ipv6Text(unsigned char const * bytes);
+
 // A fixed address of N bytes, in wire order.
 template <int N>
 class CRevAddr

@@ -32,24 +32,11 @@ CFilterExpression ofSubprotocol(unsigned char protocol)
 
 } // namespace
 
-// What differs between the kinds in nothing but the names.
-#define FIELD_FILTER(CLASS, ID)                                                                              \
-    CLASS::CLASS(CLASS const &) = default;                                                                   \
-    CLASS::~CLASS() = default;                                                                               \
-    eFilterId CLASS::GetFilterId() const                                                                     \
-    {                                                                                                        \
-        return ID;                                                                                           \
-    }                                                                                                        \
-    CFilter * CLASS::Clone() const                                                                           \
-    {                                                                                                        \
-        return new CLASS(*this);                                                                             \
-    }
-
 CSrcMACFilter::CSrcMACFilter(std::string const & theDescription, bool isNegated)
     : CFilter(theDescription, isNegated)
 {}
 
-FIELD_FILTER(CSrcMACFilter, fiSourceMAC)
+KETSTATS_FIELD_FILTER_BODIES(CSrcMACFilter, fiSourceMAC)
 
 bool CSrcMACFilter::matches(CFilteredFrame const & frame) const
 {
@@ -78,7 +65,7 @@ CDstMACFilter::CDstMACFilter(std::string const & addressText, std::string const 
     LoadHexString(addressText.c_str(), address.bytes.data(), static_cast<int>(address.bytes.size()));
 }
 
-FIELD_FILTER(CDstMACFilter, fiDestinationMAC)
+KETSTATS_FIELD_FILTER_BODIES(CDstMACFilter, fiDestinationMAC)
 
 bool CDstMACFilter::matches(CFilteredFrame const & frame) const
 {
@@ -110,7 +97,7 @@ CProtocolFilter::CProtocolFilter(CProtocolId const & theProtocolId, std::string 
       protocolId(theProtocolId)
 {}
 
-FIELD_FILTER(CProtocolFilter, fiProtocol)
+KETSTATS_FIELD_FILTER_BODIES(CProtocolFilter, fiProtocol)
 
 bool CProtocolFilter::matches(CFilteredFrame const & frame) const
 {
@@ -143,7 +130,7 @@ CIPSubprotocolFilter::CIPSubprotocolFilter(unsigned char theProtocol, std::strin
       protocol(theProtocol)
 {}
 
-FIELD_FILTER(CIPSubprotocolFilter, fiIPSubprotocol)
+KETSTATS_FIELD_FILTER_BODIES(CIPSubprotocolFilter, fiIPSubprotocol)
 
 bool CIPSubprotocolFilter::matches(CFilteredFrame const & frame) const
 {
@@ -173,7 +160,7 @@ CIPPortFilter::CIPPortFilter(unsigned short thePort, ePortType theType, eOperati
       operation(theOperation)
 {}
 
-FIELD_FILTER(CIPPortFilter, fiIPPort)
+KETSTATS_FIELD_FILTER_BODIES(CIPPortFilter, fiIPPort)
 
 bool CIPPortFilter::matches(CFilteredFrame const & frame) const
 {
@@ -244,14 +231,14 @@ CIPAddrFilter::CIPAddrFilter(unsigned int theAddress, unsigned int thePosition, 
       operation(theOperation)
 {}
 
-FIELD_FILTER(CIPAddrFilter, fiIPAddress)
+KETSTATS_FIELD_FILTER_BODIES(CIPAddrFilter, fiIPAddress)
 
 bool CIPAddrFilter::matches(CFilteredFrame const & frame) const
 {
     if (operation != eoEqual || !frame.isIP)
         return false;
     unsigned char found[sizeof address];
-    frame.addressAt(position, found);
+    frame.addressAt<sizeof found>(position, found);
     return std::memcmp(found, &address, sizeof address) == 0;
 }
 
@@ -307,5 +294,3 @@ void CIPAddrFilter::unpackFields(ktools::CMemoryBuffer & buffer, unsigned int /*
     position = thePosition;
     operation = eoEqual;
 }
-
-#undef FIELD_FILTER

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "ketstats/capture/Address.h"
-#include "ketstats/capture/Filter.h"
+#include "ketstats/capture/FieldFilter.h"
 #include "ketstats/capture/ProtocolId.h"
 
 // The filters that look at one field of a frame.
@@ -9,23 +9,6 @@
 // Those of IP look only at frames whose protocol id is that of IP, 08 00, whatever its framing, and read the
 // header as the counting does: the version and the fragment fields aren't looked at, and a header length
 // below five words is taken as it stands.
-
-// What each of them makes of the operations of a filter. It stands at the end of the class.
-#define KETSTATS_FIELD_FILTER(CLASS)                                                                         \
-public:                                                                                                      \
-    ~CLASS() override;                                                                                       \
-    eFilterId GetFilterId() const override;                                                                  \
-    [[nodiscard]] CFilter * Clone() const override;                                                          \
-                                                                                                             \
-protected:                                                                                                   \
-    bool matches(CFilteredFrame const & frame) const override;                                               \
-    CFilterExpression expression() const override;                                                           \
-    void packFields(ktools::CMemoryBuffer & buffer) const override;                                          \
-    void unpackFields(ktools::CMemoryBuffer & buffer, unsigned int levels) override;                         \
-                                                                                                             \
-private:                                                                                                     \
-    CLASS(CLASS const &);                                                                                    \
-    CLASS & operator=(CLASS const &) = delete;
 
 // Frames from one station.
 class KNDISLIB_API CSrcMACFilter : public CFilter
@@ -128,5 +111,3 @@ public:
 protected:
     void checkPackable(unsigned int levels) const override;
 };
-
-#undef KETSTATS_FIELD_FILTER

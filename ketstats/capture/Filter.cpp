@@ -4,6 +4,8 @@
 #include "ketstats/capture/FilterExpression.h"
 #include "ketstats/capture/FilterStream.h"
 #include "ketstats/capture/FilteredFrame.h"
+#include "ketstats/capture/IPv6Filters.h"
+#include "ketstats/capture/VlanFilter.h"
 
 #include <algorithm>
 #include <climits>
@@ -30,6 +32,14 @@ CFilter * makeBlank(unsigned char id)
         return new CIPPortFilter(0, CIPPortFilter::ptAny, eoEqual, {}, false);
     case fiIPAddress:
         return new CIPAddrFilter(0, 0, eoEqual, {}, false);
+    case fiIPv6Address:
+        return new CIPv6AddrFilter({}, 0, eoEqual, {}, false);
+    case fiIPv6Protocol:
+        return new CIPv6ProtocolFilter(0, {}, false);
+    case fiIPv6Port:
+        return new CIPv6PortFilter(0, CIPPortFilter::ptAny, eoEqual, {}, false);
+    case fiVlan:
+        return new CVlanFilter(0, CVlanFilter::vtOuter, {}, false);
     default:
         return nullptr;
     }
@@ -59,6 +69,11 @@ bool CFilter::passes(CFilteredFrame const & frame) const
 std::string CFilter::GetDescription() const
 {
     return description.empty() ? wholeExpression().text() : description;
+}
+
+std::string CFilter::GetPacketExpression(unsigned int protocol, std::optional<unsigned int> header) const
+{
+    return expression().textOfPackets(protocol, header);
 }
 
 CFilterExpression CFilter::wholeExpression() const

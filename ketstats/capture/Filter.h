@@ -4,6 +4,7 @@
 #include "ketstats/ktools/MemoryBuffer.h"
 #include "ketstats/platform/Exports.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,10 @@ enum eFilterId : unsigned int
     fiIPSubprotocol = 5,
     fiIPPort = 6,
     fiIPAddress = 7,
+    fiIPv6Address = 8,
+    fiIPv6Protocol = 9,
+    fiIPv6Port = 10,
+    fiVlan = 11,
 };
 
 // How a filter compares its value with that of a frame. A filter that was made with a number that isn't here
@@ -61,13 +66,21 @@ public:
     // A filter that is equal in everything and shares nothing with this one. The caller owns it.
     [[nodiscard]] virtual CFilter * Clone() const = 0;
 
-    // Whether the filter passes the frame. What lies beyond the captured bytes reads as zero. Null passes no
-    // filter, be it negated or not.
+    // Whether the filter passes the frame, which is one of Ethernet unless it is of a class of the host's:
+    // that is asked by its own AnalyzeFrame, on this thread. What lies beyond the captured bytes reads as
+    // zero. Null passes no filter, be it negated or not.
     [[nodiscard]] virtual bool IsSatisfied(CFrame const * frame) const;
 
     // The description that the filter was given. If that is empty, an expression of libpcap's language that
     // selects the same frames, with the differences that docs/filters.md lists.
     [[nodiscard]] virtual std::string GetDescription() const;
+
+    // What the filter asks of packets of one protocol, 0x0800 for IP or 0x86DD for IPv6, in libpcap's language, its
+    // description and its own `negated` aside: for a host that tells in that language which frames of its media carry
+    // them. Their header begins at that byte of the frame; without one libpcap finds it by the protocol's name. Empty
+    // unless the filter passes only such packets and asks for nothing but what stands in them.
+    [[nodiscard]] std::string GetPacketExpression(unsigned int protocol,
+                                                  std::optional<unsigned int> header) const;
 
     // Makes this filter what the next bytes of the buffer hold, which must be one of its own kind. Throws
     // CFilter::CException, code 2, if they aren't, and CMemoryBuffer's if they end too early. The filter is

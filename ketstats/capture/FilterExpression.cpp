@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <iterator>
 #include <unordered_set>
 #include <utility>
 
@@ -15,7 +16,6 @@ constexpr unsigned int snapHeader = 2 + 8;
 
 constexpr unsigned int deepest = 2; // tags that an expression looks behind
 
-constexpr char const * onlyIP = "ip";
 constexpr char const * tagged = "ether proto (0x8100 or 0x88a8 or 0x9100)";
 
 bool isVlanType(unsigned int type)
@@ -50,18 +50,37 @@ std::size_t mixed(std::size_t hash, std::size_t next)
 
 } // namespace
 
+// A protocol whose header libpcap reads, but not in a SNAP header.
+struct CFilterExpression::CFamily
+{
+    unsigned int bit;
+    unsigned int type;
+    char const * text;
+
+    static CFamily const ip;
+    static CFamily const ipv6;
+    static CFamily const * const list[2];
+};
+
+constexpr CFilterExpression::CFamily CFilterExpression::CFamily::ip{1, 0x0800, "ip"};
+constexpr CFilterExpression::CFamily CFilterExpression::CFamily::ipv6{2, 0x86DD, "ip6"};
+constexpr CFilterExpression::CFamily const * CFilterExpression::CFamily::list[] = {&ip, &ipv6};
+
 struct CFilterExpression::CNode
 {
     Kind kind;
-    std::string text{};      // of a protocol only a stand-in that tells it from others
-    std::string anywhere{};  // of IP
-    unsigned int number = 0; // of a protocol
+    std::string text{};       // of a protocol only a stand-in that tells it from others
+    std::string alone{};      // in place of the text where that is all; empty if nothing is shorter
+    std::string anywhere{};   // of a family
+    CFamily const * family{}; // null for all that is of none
+    unsigned int number = 0;  // of a protocol
+    std::vector<CFilterExpression> implied{}; // of a family: others that hold wherever this one does
     std::vector<CFilterExpression> parts{};
 
-    // Worked out from the parts.
+    // Worked out from the parts. Families are told by their bits.
     bool dependsOnTags = false;
-    bool asksForIP = false;
-    bool impliesIP = false;
+    unsigned int asksFor = 0;
+    unsigned int implies = 0;
     // Whether it can only become true, never false, when primitives that depend on tags do; and whether its
     // negation can.
     bool isMonotone = true;
@@ -93,7 +112,7 @@ CFilterExpression::CFilterExpression(CNode && made)
     auto const decisive = node.kind == Kind::all ? Truth::never : Truth::always;
     switch (node.kind) {
     case Kind::never:
-    case Kind::ip:
+    case Kind::network:
     case Kind::protocol:
         node.withoutProtocols = Truth::never;
         break;
@@ -108,9 +127,9 @@ CFilterExpression::CFilterExpression(CNode && made)
         node.withoutProtocols = node.kind == Kind::all ? Truth::always : Truth::never;
         break;
     }
-    node.dependsOnTags = node.kind == Kind::ip || node.kind == Kind::protocol;
-    node.asksForIP = node.kind == Kind::ip;
-    node.impliesIP = node.kind == Kind::ip || node.kind == Kind::any;
+    node.dependsOnTags = node.kind == Kind::network || node.kind == Kind::protocol;
+    node.asksFor = node.family ? node.family->bit : 0;
+    node.implies = node.kind == Kind::any ? ~0U : node.asksFor;
     node.isNegationMonotone = !node.dependsOnTags;
     node.hash = mixed(static_cast<std::size_t>(node.kind), std::hash<std::string>()(node.text));
 
@@ -118,11 +137,11 @@ CFilterExpression::CFilterExpression(CNode && made)
         CNode const & part = *expression.m_node;
         bool const isNegation = node.kind == Kind::negation;
         node.dependsOnTags |= part.dependsOnTags;
-        node.asksForIP |= part.asksForIP;
+        node.asksFor |= part.asksFor;
         if (node.kind == Kind::all)
-            node.impliesIP |= part.impliesIP;
+            node.implies |= part.implies;
         else if (node.kind == Kind::any)
-            node.impliesIP &= part.impliesIP;
+            node.implies &= part.implies;
         node.isMonotone &= isNegation ? part.isNegationMonotone : part.isMonotone;
         node.isNegationMonotone &= isNegation ? part.isMonotone : part.isNegationMonotone;
         Truth const truth = part.withoutProtocols;
@@ -143,19 +162,41 @@ CFilterExpression::CFilterExpression(Kind kind, std::vector<CFilterExpression> p
 
 CFilterExpression CFilterExpression::ofAnyDepth(std::string text)
 {
-    return CFilterExpression(CNode{.kind = Kind::anyDepth, .text = std::move(text)});
+    return ofAnyDepth(std::move(text), {});
+}
+
+CFilterExpression CFilterExpression::ofAnyDepth(std::string text, std::string alone)
+{
+    return CFilterExpression(
+        CNode{.kind = Kind::anyDepth, .text = std::move(text), .alone = std::move(alone)});
 }
 
 CFilterExpression CFilterExpression::ofIP(std::string text, std::string anywhere)
 {
-    return CFilterExpression(
-        CNode{.kind = Kind::ip, .text = std::move(text), .anywhere = std::move(anywhere)});
+    return ofFamily(CFamily::ip, std::move(text), std::move(anywhere), {});
+}
+
+CFilterExpression CFilterExpression::ofIPv6(std::string text, std::string anywhere,
+                                            std::vector<CFilterExpression> implied)
+{
+    return ofFamily(CFamily::ipv6, std::move(text), std::move(anywhere), std::move(implied));
+}
+
+CFilterExpression CFilterExpression::ofFamily(CFamily const & family, std::string text, std::string anywhere,
+                                              std::vector<CFilterExpression> implied)
+{
+    return CFilterExpression(CNode{.kind = Kind::network,
+                                   .text = std::move(text),
+                                   .anywhere = std::move(anywhere),
+                                   .family = &family,
+                                   .implied = std::move(implied)});
 }
 
 CFilterExpression CFilterExpression::ofProtocol(unsigned int number)
 {
-    if (number == 0x0800)
-        return ofIP(onlyIP, {});
+    for (CFamily const * family : CFamily::list)
+        if (number == family->type)
+            return ofFamily(*family, family->text, {}, {});
     return CFilterExpression(CNode{.kind = Kind::protocol, .text = hexNumber(number, 2), .number = number});
 }
 
@@ -186,9 +227,10 @@ CFilterExpression CFilterExpression::any(std::vector<CFilterExpression> const & 
     return combined(Kind::any, parts);
 }
 
-bool CFilterExpression::isOnlyIP() const
+// Whether it asks for the family, and for nothing of it.
+bool CFilterExpression::isFamilyAlone() const
 {
-    return m_node->kind == Kind::ip && m_node->text == onlyIP;
+    return m_node->family && m_node->text == m_node->family->text;
 }
 
 CFilterExpression CFilterExpression::combined(Kind kind, std::vector<CFilterExpression> const & parts)
@@ -215,12 +257,19 @@ CFilterExpression CFilterExpression::combined(Kind kind, std::vector<CFilterExpr
     if (std::any_of(kept.begin(), kept.end(), decides))
         return constant(decisive == Kind::always);
 
-    auto const isOnlyIP = [](CFilterExpression const & part) { return part.isOnlyIP(); };
-    auto const saysMore = [](CFilterExpression const & part) {
-        return !part.isOnlyIP() && part.m_node->impliesIP;
-    };
-    if (kind == Kind::all && std::any_of(kept.begin(), kept.end(), saysMore))
-        kept.erase(std::remove_if(kept.begin(), kept.end(), isOnlyIP), kept.end());
+    if (kind == Kind::all) {
+        unsigned int families = 0;
+        std::unordered_set<CFilterExpression, CSameHash, CSame> implied;
+        for (CFilterExpression const & part : kept) {
+            if (!part.isFamilyAlone())
+                families |= part.m_node->implies;
+            implied.insert(part.m_node->implied.begin(), part.m_node->implied.end());
+        }
+        std::erase_if(kept, [&](CFilterExpression const & part) {
+            return implied.contains(part) ||
+                   (part.isFamilyAlone() && (families & part.m_node->family->bit) != 0);
+        });
+    }
 
     if (kept.empty())
         return constant(neutral == Kind::always);
@@ -264,8 +313,42 @@ CFilterExpression CFilterExpression::opposite() const
 
 std::string CFilterExpression::text() const
 {
+    bool const isNegation = m_node->kind == Kind::negation;
+    std::string const & alone = (isNegation ? m_node->parts.front() : *this).m_node->alone;
+    if (!alone.empty())
+        return isNegation ? "not (" + alone + ")" : alone;
     std::string text;
     forAllDepths().write(text);
+    return text;
+}
+
+// Whether it has no primitives but those of the family.
+bool CFilterExpression::asksForNothingBut(CFamily const & family) const
+{
+    switch (m_node->kind) {
+    case Kind::never:
+    case Kind::always:
+        return true;
+    case Kind::anyDepth:
+    case Kind::protocol:
+        return false;
+    case Kind::network:
+        return m_node->family == &family;
+    case Kind::all:
+    case Kind::any:
+    case Kind::negation:
+        break;
+    }
+    return std::all_of(m_node->parts.begin(), m_node->parts.end(),
+                       [&family](CFilterExpression const & part) { return part.asksForNothingBut(family); });
+}
+
+std::string CFilterExpression::textOfPackets(unsigned int protocol, std::optional<unsigned int> header) const
+{
+    std::string text;
+    for (CFamily const * family : CFamily::list)
+        if (family->type == protocol && (m_node->implies & family->bit) != 0 && asksForNothingBut(*family))
+            (header ? inPacket(*family, *header) : *this).writeWithin(Kind::negation, text);
     return text;
 }
 
@@ -307,16 +390,25 @@ CFilterExpression CFilterExpression::unfolded() const
     return result;
 }
 
-// On an IP packet in a SNAP header all that is written for packets behind a type is false, like on a frame with
-// more tags; so it takes the same guard.
+// On a packet in a SNAP header all that is written for packets behind a type is false, like on a frame with more
+// tags; so it takes the same guard.
 CFilterExpression CFilterExpression::atDepth(unsigned int depth) const
 {
     CFilterExpression const plain = behindType(depth);
-    if (!m_node->asksForIP)
+    if (m_node->asksFor == 0)
         return plain;
-    CFilterExpression const isIPInSNAP = protocolAtDepth(0x0800, depth);
-    CFilterExpression const snapped = all({isIPInSNAP, inSNAP(depth)});
-    return needsGuard() ? any({all({!isIPInSNAP, plain}), snapped}) : any({plain, snapped});
+    std::vector<CFilterExpression> guarded;
+    std::vector<CFilterExpression> snapped;
+    for (CFamily const * family : CFamily::list) {
+        if ((m_node->asksFor & family->bit) == 0)
+            continue;
+        CFilterExpression const isInSNAP = protocolAtDepth(family->type, depth);
+        guarded.push_back(!isInSNAP);
+        snapped.push_back(all({isInSNAP, inPacket(*family, typeOffset + depth * tagSize + snapHeader)}));
+    }
+    guarded.push_back(plain);
+    snapped.insert(snapped.begin(), needsGuard() ? all(guarded) : plain);
+    return any(snapped);
 }
 
 // The same expression with other primitives.
@@ -345,18 +437,18 @@ CFilterExpression CFilterExpression::behindType(unsigned int depth) const
     });
 }
 
-// For packets of which it is known that they are IP in a SNAP header.
-CFilterExpression CFilterExpression::inSNAP(unsigned int depth) const
+// For packets of which it is known that they are of that family, and where their header begins.
+CFilterExpression CFilterExpression::inPacket(CFamily const & family, unsigned int header) const
 {
-    unsigned int const header = typeOffset + depth * tagSize + snapHeader;
-    return rebuilt([header](CFilterExpression const & primitive) {
-        if (primitive.m_node->kind == Kind::protocol || primitive.isOnlyIP())
-            return constant(primitive.isOnlyIP());
+    return rebuilt([header, &family](CFilterExpression const & primitive) {
+        bool const isOfFamily = primitive.m_node->family == &family;
+        if (!isOfFamily || primitive.isFamilyAlone())
+            return constant(isOfFamily);
         return ofAnyDepth(placed(primitive.m_node->anywhere, header));
     });
 }
 
-// All framings that give this id: Ethernet II, and behind a length raw IPX, LLC and SNAP; of IP only the last.
+// All framings that give this id: Ethernet II, and behind a length raw IPX, LLC and SNAP; of a family only the last.
 CFilterExpression CFilterExpression::protocolAtDepth(unsigned int number, unsigned int depth)
 {
     unsigned int const type = typeOffset + depth * tagSize;
@@ -378,12 +470,12 @@ CFilterExpression CFilterExpression::protocolAtDepth(unsigned int number, unsign
     behindLength.push_back(all({isSNAP, is(payload + 6, 2, number)}));
     CFilterExpression framed = all({ofAnyDepth(frameBytes(type, 2) + " < 0x600"), any(behindLength)});
 
-    // IP behind a type is left to libpcap, which knows its fields.
-    if (number < 0x600 || isVlanType(number) || number == 0x0800)
+    // A family behind a type is left to libpcap, which knows its fields.
+    auto const isOfNumber = [number](CFamily const * family) { return family->type == number; };
+    if (number < 0x600 || isVlanType(number) ||
+        std::any_of(std::begin(CFamily::list), std::end(CFamily::list), isOfNumber))
         return framed;
-    CFilterExpression const plain = number == 0x0806   ? ofAnyDepth("arp")
-                                    : number == 0x86DD ? ofAnyDepth("ip6")
-                                                       : is(type, 2, number);
+    CFilterExpression const plain = number == 0x0806 ? ofAnyDepth("arp") : is(type, 2, number);
     return any({plain, framed});
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,7 +12,8 @@
 //     E0 or (vlan and (E1 or (vlan and E2)))       otherwise; Ek is E written for k tags
 //
 // because `vlan` shifts where libpcap looks for everything behind it in the text, except for `ether[...]`.
-// libpcap knows IP behind an Ethernet II type only, so where E asks for something of IP, Ek has one more term:
+// libpcap knows IP, and IPv6, behind an Ethernet II type only, so where E asks for something of one of them, Ek has one
+// more term for it:
 //
 //     Pk or (IP in a SNAP header and Sk)           Sk reads the header, which lies elsewhere, by `ether[...]`
 //
@@ -25,9 +27,14 @@ class CFilterExpression
 public:
     // The frames of one station, or any other primitive that is the same for any number of tags.
     static CFilterExpression ofAnyDepth(std::string text);
+    // The same, and what says it in less where nothing else stands in the expression.
+    static CFilterExpression ofAnyDepth(std::string text, std::string alone);
     // A primitive that libpcap itself shifts behind `vlan`, and that only an IP packet satisfies; and the same
     // of an IP header anywhere in the frame, {N} standing for the place of its byte N.
     static CFilterExpression ofIP(std::string text, std::string anywhere);
+    // The like of IPv6, and what is said with it, so that it needn't be said beside it.
+    static CFilterExpression ofIPv6(std::string text, std::string anywhere,
+                                    std::vector<CFilterExpression> implied = {});
     // A protocol id of two bytes.
     static CFilterExpression ofProtocol(unsigned int number);
     static CFilterExpression constant(bool value);
@@ -40,6 +47,10 @@ public:
 
     // The whole expression, for any number of tags.
     std::string text() const;
+    // What it asks of packets of one protocol, IP or IPv6 by its number, for whoever has found them: their header
+    // begins at that byte of the frame, or where libpcap finds it. Empty unless only they satisfy it and it asks for
+    // nothing else. Several parts stand in parentheses.
+    std::string textOfPackets(unsigned int protocol, std::optional<unsigned int> header) const;
 
     // A number as libpcap reads it: "0x0806".
     static std::string hexNumber(unsigned int number, unsigned int bytes);
@@ -50,7 +61,7 @@ private:
         never,
         always,
         anyDepth,
-        ip,
+        network, // of IP or IPv6
         protocol,
         all,
         any,
@@ -63,6 +74,7 @@ private:
         always,
         depends,
     };
+    struct CFamily;
     struct CNode;
     struct CSameHash;
     struct CSame;
@@ -71,7 +83,10 @@ private:
     CFilterExpression(Kind kind, std::vector<CFilterExpression> parts);
     static CFilterExpression combined(Kind kind, std::vector<CFilterExpression> const & parts);
 
-    bool isOnlyIP() const;
+    static CFilterExpression ofFamily(CFamily const & family, std::string text, std::string anywhere,
+                                      std::vector<CFilterExpression> implied);
+    bool isFamilyAlone() const;
+    bool asksForNothingBut(CFamily const & family) const;
     bool needsGuard() const;
     CFilterExpression opposite() const;
 
@@ -79,7 +94,7 @@ private:
     CFilterExpression unfolded() const;
     CFilterExpression atDepth(unsigned int depth) const;
     CFilterExpression behindType(unsigned int depth) const;
-    CFilterExpression inSNAP(unsigned int depth) const;
+    CFilterExpression inPacket(CFamily const & family, unsigned int header) const;
     template <class Replace>
     CFilterExpression rebuilt(Replace const & replace) const;
     static CFilterExpression protocolAtDepth(unsigned int number, unsigned int depth);

@@ -46,6 +46,8 @@ public:
         return offset <= m_count && count <= m_count - offset;
     }
 
+    unsigned char const * data() const { return m_data; }
+
     // Those from `offset` on, none of them if they end before it.
     CBoundedBytes from(unsigned int offset) const
     {
@@ -58,7 +60,9 @@ public:
     // The two bytes at `offset` as a big-endian number.
     unsigned int word(unsigned int offset) const
     {
-        return static_cast<unsigned int>(operator[](offset)) << 8 | operator[](offset + 1);
+        if (holds(offset, 2)) [[likely]]
+            return static_cast<unsigned int>(m_data[offset]) << 8 | m_data[offset + 1];
+        return static_cast<unsigned int>(operator[](offset)) << 8;
     }
 
     // The bytes at `offset` as a number of this machine, as they lie.

@@ -1,9 +1,10 @@
+#include "ketstats/engine/Counting.h"
 #include "ketstats/engine/FrameSources.h"
 #include "ketstats/engine/NetworkProtocol.h"
 #include "ketstats/engine/StatManager.h"
+#include "ketstats/extended/ExtendedPass.h"
 #include "ketstats/model/RowCounts.h"
 
-#include <new>
 #include <string>
 
 // Which tables are renewed decides who is evicted. Stations, protocols, MAC and IP connections follow the
@@ -22,40 +23,7 @@ namespace {
 
 constexpr unsigned short ipType = 0x0008; // as it lies in a frame
 constexpr unsigned short arpType = 0x0608;
-
-template <class Row>
-void countTransmitted(Row & row, long long frameSize)
-{
-    row.framesTransmitted.add(1);
-    row.dataTransmitted.add(frameSize);
-}
-
-template <class Row>
-void countReceived(Row & row, long long frameSize)
-{
-    row.framesReceived.add(1);
-    row.dataReceived.add(frameSize);
-}
-
-// Counts in the row of a table, or in its ledger where there is neither a row nor memory for one.
-template <class Table, class Row>
-void countTransmitted(Table & table, Row * row, long long frameSize)
-{
-    if (row) [[likely]]
-        countTransmitted(*row, frameSize);
-    else
-        table.addLost(
-            {.framesTransmitted = 1, .bytesTransmitted = static_cast<unsigned long long>(frameSize)});
-}
-
-template <class Table, class Row>
-void countReceived(Table & table, Row * row, long long frameSize)
-{
-    if (row) [[likely]]
-        countReceived(*row, frameSize);
-    else
-        table.addLost({.framesReceived = 1, .bytesReceived = static_cast<unsigned long long>(frameSize)});
-}
+constexpr unsigned short ipv6Type = 0xDD86;
 
 // The port tables of a station that couldn't be had: ledgers alone.
 class CLostPorts
@@ -87,16 +55,21 @@ template <class Frame>
 class CFramePass
 {
 public:
-    CFramePass(CAgentStatistic & theTree, CPassControls const & theControls, Frame const & theFrame)
+    CFramePass(CAgentStatistic & theTree, CExtendedStatistic & theExtended, CPassControls const & theControls,
+               Frame const & theFrame)
         : tree(theTree),
+          extended(theExtended),
           controls(theControls),
           frame(theFrame)
     {}
 
-    // The order of the steps is fixed. The overhead was measured before.
-    void run(long long overhead)
+    // The order of the steps is fixed. The overhead is a property of the medium, told by the first frame in the life of
+    // a manager.
+    void run(std::atomic<long long> & overhead)
     {
-        countFrame(overhead);
+        if (overhead.load(std::memory_order_relaxed) == -1) [[unlikely]]
+            overhead.store(frame.overhead(), std::memory_order_relaxed);
+        countFrame(overhead.load(std::memory_order_relaxed));
         if (controls.counts(4)) {
             countFrameType();
             countFrameSize();
@@ -116,6 +89,8 @@ public:
         // No flag guards this step, and broadcasts reach it: that is how requests are seen.
         if (!ipFrame)
             learnFromARP();
+        if (controls.countsExtended())
+            countExtended();
     }
 
 private:
@@ -260,34 +235,50 @@ private:
         if (opcode != CARPProtocol::request && opcode != CARPProtocol::reply)
             return;
         if (CIPAddress const sender = arp.senderIP(); sender != CIPAddress(0))
-            learnBinding(sender, arp.senderMAC());
-        if (opcode == CARPProtocol::reply)
-            learnBinding(arp.targetIP(), arp.targetMAC());
+            changedBindings += learnBinding(tree.arpTable, sender, CMACAddrPacked(arp.senderMAC())) ? 1U : 0U;
+        if (opcode != CARPProtocol::reply)
+            return;
+        bool const changed = learnBinding(tree.arpTable, arp.targetIP(), CMACAddrPacked(arp.targetMAC()));
+        // Who replies to itself names no other end.
+        if (changed && arp.targetIP() != arp.senderIP())
+            ++changedBindings;
     }
 
-    // The table records the first binding seen: a known address stays as it is. Where memory runs out the oldest
-    // binding makes way as in a full table, and a first one isn't learned.
-    void learnBinding(CIPAddress const & address, CMACAddr const & mac)
+    // What the second tree counts of the frame, if it is asked to.
+    void countExtended()
     {
-        auto & table = tree.arpTable;
-        try {
-            if (table.learn(address, CMACAddrPacked(mac)))
-                return;
-        } catch (std::bad_alloc const &) {
-            if (table.size() == 0)
-                return;
+        CBoundedBytes const network = frame.network();
+        unsigned int const offset = frame.networkOffset();
+        auto const length = static_cast<unsigned int>(frame.length());
+        unsigned int const networkLength = length > offset ? length - offset : 0;
+        unsigned char const * const tag = frame.vlanTag();
+        if (!tag && frame.protocol() == idOfWord(ipType) && isUsualIP(network, networkLength)) [[likely]]
+            return;
+        if (!tag && frame.protocol() == idOfWord(ipv6Type) && isUsualIPv6(network, networkLength)) {
+            if (unicast)
+                passOverUsualIPv6(extended, controls, network.data(), frameSize);
+            return;
         }
-        table.deleteOldest();
-        table.learn(address, CMACAddrPacked(mac));
+        passOverExtended(extended, controls,
+                         {.protocol = frame.protocol(),
+                          .bytes = frame.bytes(),
+                          .network = network,
+                          .networkLength = networkLength,
+                          .size = frameSize,
+                          .unicast = unicast,
+                          .changedBindings = changedBindings,
+                          .tag = tag});
     }
 
     CAgentStatistic & tree;
+    CExtendedStatistic & extended;
     CPassControls const & controls;
     Frame const & frame;
 
     long long frameSize = 0; // bytes that every statistic counts the frame for: its length and the overhead
     bool broadcast = false;
     bool unicast = false; // neither broadcast nor multicast
+    unsigned int changedBindings = 0;
 
     // Found by the IP step, and only if it ran.
     bool ipFrame = false;
@@ -299,23 +290,16 @@ private:
 
 } // namespace
 
-// The overhead is a property of the medium, told by the first frame in the life of a manager.
-template <class Frame>
-void CKetrinStatManager::passOver(Frame const & frame)
-{
-    if (overhead.load(std::memory_order_relaxed) == -1) [[unlikely]]
-        overhead.store(frame.overhead(), std::memory_order_relaxed);
-    CFramePass<Frame>(agentStatistic, controls, frame).run(overhead.load(std::memory_order_relaxed));
-}
-
 void CKetrinStatManager::doAnalyzeFrame(CNetworkFrame * frame)
 {
-    passOver(CHostFrame(*frame));
+    CHostFrame const hostFrame(*frame);
+    CFramePass(agentStatistic, extendedStatistic, controls, hostFrame).run(overhead);
 }
 
 void CKetrinStatManager::doAnalyzeFrame(CFrameView const & view)
 {
-    passOver(CPlainFrame(view));
+    CPlainFrame const plainFrame(view);
+    CFramePass(agentStatistic, extendedStatistic, controls, plainFrame).run(overhead);
 }
 
 void CPlainFrame::analyse()

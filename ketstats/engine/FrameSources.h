@@ -42,13 +42,15 @@ public:
     CMACBits destination() const { return CMACBits(CMACAddrPacked(m_media.destinationMAC)); }
     CProtocolBits protocol() const { return CProtocolBits(CProtocolIdPacked(m_media.GetProtocolId())); }
 
-    // The captured bytes from the network header on. A header that would start behind them is an empty one at
-    // their end.
-    CBoundedBytes network() const
+    // The captured bytes, and those from the network header on. A header that would start behind them is an empty one
+    // at their end.
+    CBoundedBytes bytes() const
     {
         unsigned int const captured = m_frame.GetCapturedLength();
-        return CBoundedBytes(m_frame.GetData(), captured).from(m_media.networkOffset);
+        return {m_frame.GetData(), captured};
     }
+    CBoundedBytes network() const { return bytes().from(m_media.networkOffset); }
+    unsigned int networkOffset() const { return m_media.networkOffset; }
 
     // The tag, two bytes, null if there is none.
     unsigned char const * vlanTag() const
@@ -94,7 +96,9 @@ public:
     CMACBits source() const { return m_source; }
     CMACBits destination() const { return m_destination; }
     CProtocolBits protocol() const { return m_protocol; }
+    CBoundedBytes bytes() const { return m_bytes; }
     CBoundedBytes network() const { return m_bytes.from(m_networkOffset); }
+    unsigned int networkOffset() const { return m_networkOffset; }
     unsigned char const * vlanTag() const { return m_tagged ? m_tag : nullptr; }
 
 private:

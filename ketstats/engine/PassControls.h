@@ -31,6 +31,10 @@ struct CPassControls
     std::array<std::atomic<bool>, 10> enabled{}; // by value of topLevelOids; index 0 is never addressed
     CPortRange tcpPorts;
     CPortRange udpPorts;
+
+    // Of the groups of the second tree, a bit each, by their ids.
+    bool countsExtended() const { return extended.load(std::memory_order_relaxed) != 0; }
+    std::atomic<unsigned int> extended{0};
 };
 
 } // namespace KetStats

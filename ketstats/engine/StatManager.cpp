@@ -20,6 +20,15 @@ auto * flagOf(Flags & flags, COid const & oid)
     return found == topLevelOids.end() ? nullptr : &flags[static_cast<std::size_t>(found->second)];
 }
 
+// The bit of an identifier of the second tree among the controls of the pass, 0 if it has none.
+unsigned int extendedBit(COid const & oid)
+{
+    constexpr unsigned int groups = 7;
+    bool const isGroup =
+        oid.length() == 2 && oid[0] == CExtendedStatistic::rootId && oid[1] >= 1 && oid[1] <= groups;
+    return isGroup ? 1U << oid[1] : 0;
+}
+
 int bytesPerSecond(long bitsPerSecond)
 {
     long const bytes = bitsPerSecond / 8;
@@ -29,7 +38,10 @@ int bytesPerSecond(long bitsPerSecond)
 
 } // namespace
 
-CKetrinStatManager::CKetrinStatManager(CTableLimits const & theLimits) : agentStatistic(theLimits) {}
+CKetrinStatManager::CKetrinStatManager(CTableLimits const & theLimits)
+    : agentStatistic(theLimits),
+      extendedStatistic(theLimits)
+{}
 
 CKetrinStatManager::~CKetrinStatManager()
 {
@@ -109,10 +121,15 @@ void CKetrinStatManager::reset()
 void CKetrinStatManager::doReset()
 {
     agentStatistic.reset();
+    extendedStatistic.reset();
 }
 
 bool CKetrinStatManager::enableStatistic(COid const & oid)
 {
+    if (unsigned int const bit = extendedBit(oid)) {
+        controls.extended.fetch_or(bit, std::memory_order_relaxed);
+        return true;
+    }
     auto * const flag = flagOf(controls.enabled, oid);
     if (flag)
         flag->store(true, std::memory_order_relaxed);
@@ -121,6 +138,10 @@ bool CKetrinStatManager::enableStatistic(COid const & oid)
 
 bool CKetrinStatManager::disableStatistic(COid const & oid)
 {
+    if (unsigned int const bit = extendedBit(oid)) {
+        controls.extended.fetch_and(~bit, std::memory_order_relaxed);
+        return true;
+    }
     auto * const flag = flagOf(controls.enabled, oid);
     if (flag)
         flag->store(false, std::memory_order_relaxed);
@@ -129,6 +150,8 @@ bool CKetrinStatManager::disableStatistic(COid const & oid)
 
 bool CKetrinStatManager::statisticEnabled(COid const & oid) const
 {
+    if (unsigned int const bit = extendedBit(oid))
+        return (controls.extended.load(std::memory_order_relaxed) & bit) != 0;
     auto const * const flag = flagOf(controls.enabled, oid);
     return flag && flag->load(std::memory_order_relaxed);
 }

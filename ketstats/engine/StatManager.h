@@ -5,6 +5,7 @@
 #include "ketstats/capture/Requester.h"
 #include "ketstats/engine/PassControls.h"
 #include "ketstats/engine/ReadWriteGate.h"
+#include "ketstats/extended/ExtendedStatistic.h"
 #include "ketstats/platform/NeighbourTable.h"
 #include "ketstats/schema/AgentStatistic.h"
 
@@ -75,13 +76,14 @@ public:
     bool startSampling(CStatSnapshot * snapshot);
 
     // Turn a group on or off, and tell whether it is on. All groups are off at first. False for an identifier
-    // other than "1.1" to "1.9". The global counters and the ARP table are kept whatever the flags say.
+    // other than "1.1" to "1.9" and "2.1" to "2.7". The global counters and the ARP table are kept whatever the flags say.
     //
     //     "1.2" the driver's counters       "1.4" frame tables
     //     "1.5" stations and MAC traffic    "1.6" protocols
     //     "1.7" MAC traffic                 "1.8" IP traffic, IP sub-protocols, ports
     //
-    // "1.1", "1.3" and "1.9" can be set and change nothing.
+    // "1.1", "1.3" and "1.9" can be set and change nothing. Each group of the second tree has a flag of its own;
+    // bindings of "2.5" that change are seen by "2.6" while both are on.
     bool enableStatistic(COid const & oid);
     bool disableStatistic(COid const & oid);
     bool statisticEnabled(COid const & oid) const;
@@ -106,6 +108,7 @@ public:
     // The live tree, for whoever holds it still: no frame may be analysed meanwhile. A table that gives away a row
     // that isn't const can't know what becomes of it, and is sampled whole from then on, until it is reset.
     CAgentStatistic & getAgentStatistic() { return agentStatistic; }
+    CExtendedStatistic & getExtendedStatistic() { return extendedStatistic; }
 
 private:
     // A word that any thread may read and write without ordering.
@@ -114,8 +117,6 @@ private:
 
     void doAnalyzeFrame(CNetworkFrame * frame);
     void doAnalyzeFrame(CFrameView const & view);
-    template <class Frame>
-    void passOver(Frame const & frame);
     void doReset();
     void UpdateHardwareStats();
 
@@ -123,6 +124,7 @@ private:
     Word<void *> frameHandlerContext{nullptr};
     Word<int> linkSpeed{0};
     CAgentStatistic agentStatistic;
+    CExtendedStatistic extendedStatistic;
     CPassControls controls;
     Word<long long> overhead{-1};
     std::unique_ptr<CNDISRequesterProxy> requester;

@@ -47,6 +47,7 @@ private:
         std::size_t const places = std::bit_ceil(m_most * 2 + 2);
         m_places.resize(places);
         m_mask = places - 1;
+        m_shift = 64 - static_cast<unsigned int>(std::countr_zero(places));
         for (unsigned int id = 1; id <= m_rows.m_capacity; ++id)
             if (CRow const * const row = m_rows.row(id))
                 enter(row->rowKey(), id);
@@ -54,13 +55,14 @@ private:
 
     std::size_t start(Key const & key) const
     {
-        return static_cast<std::size_t>(CKeyBits<Key>(key).mix(indexFactors()) >> 40) & m_mask;
+        return static_cast<std::size_t>(CKeyBits<Key>(key).mix(indexFactors()) >> m_shift);
     }
 
     CFlatRows & m_rows;
     std::size_t m_most;
     std::vector<std::uint16_t> m_places;
     std::size_t m_mask = 0;
+    unsigned int m_shift = 63;
 };
 
 // Puts the order right at the end of follow(), also where that ends early: first what the source hasn't, as it

@@ -329,7 +329,7 @@ private:
     unsigned int m_bucketShift;
     unsigned int m_unfiled = none; // first of the slots whose keys weren't told yet; see settle
     CHashPlan const * m_plan;
-    std::uint64_t const (&m_factors)[2] = indexFactors();
+    CIndexFactors const & m_factors = indexFactors();
     CSlot * m_slots = nullptr;
     unsigned int * m_heads = nullptr;
     unsigned int * m_vacated = nullptr;

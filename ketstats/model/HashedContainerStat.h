@@ -9,7 +9,6 @@
 
 namespace KetStats {
 
-class CARPStat;
 template <class T>
 class CFlatRows;
 
@@ -60,6 +59,11 @@ public:
     using DumpOrderHandler = void (*)(CHashedContainerStat const * container, int phase, bool flag, T * row);
 
     using FlatRows = CFlatRows<T>;
+
+    // Whether rows are made of a key and the MAC address that it is bound to.
+    template <class Row>
+    static constexpr bool isBinding =
+        std::is_constructible_v<Row, CBaseStat *, unsigned short, K, CMACAddrPacked>;
 
     // A limit below 2 leaves no room for a row.
     CHashedContainerStat(CBaseStat * theParent, unsigned short theId,
@@ -118,23 +122,29 @@ public:
     }
     T const * find(K const & key) const;
 
-    // For ARP rows: the row of that key as it is, or a new one with that address. Null if there is no room:
+    // For rows that bind an address: the row of that key as it is, or a new one with that address. Null if there is no room:
     // this never deletes a row.
     template <class Row = T>
-    requires std::is_same_v<Row, CARPStat> Row * createIfNew(K const & key, CMACAddrPacked const & address)
+    requires isBinding<Row> Row * createIfNew(K const & key, CMACAddrPacked const & address)
     {
         m_lent = true;
         return createBinding(key, address);
     }
     template <class Row = T>
-    requires std::is_same_v<Row, CARPStat> Row * createIfNew(K const & key, CMACAddr const & address)
+    requires isBinding<Row> Row * createIfNew(K const & key, CMACAddr const & address)
     {
         m_lent = true;
         return createBinding(key, CMACAddrPacked(address));
     }
+    // The same for whoever only looks at it: null if there is no room.
+    template <class Row = T>
+    requires isBinding<Row> Row const * bound(K const & key, CMACAddrPacked const & address)
+    {
+        return createBinding(key, address);
+    }
     // The same for whoever only wants it to be there. False if there is no room.
     template <class Row = T>
-    requires std::is_same_v<Row, CARPStat>
+    requires isBinding<Row>
     bool learn(K const & key, CMACAddrPacked const & address)
     {
         return createBinding(key, address) != nullptr;

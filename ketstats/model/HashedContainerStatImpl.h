@@ -44,8 +44,9 @@ template <class T, class K, class H>
 T const * CHashedContainerStat<T, K, H>::find(K const & key) const
 {
     unsigned int const filed = m_index.find(CKeyBits<K>(key));
-    if (filed != 0 && shows(*child(filed), key))
-        return child(filed);
+    T const * const found = child(filed);
+    if (found && shows(*found, key))
+        return found;
     if (filed != 0 || m_lent)
         for (T const & row : *this)
             if (shows(row, key) && !isApart(row.getId()))

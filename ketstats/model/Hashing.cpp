@@ -15,12 +15,12 @@ struct CFactors
             value = (static_cast<std::uint64_t>(random()) << 32 | random()) | 1;
     }
 
-    std::uint64_t values[2];
+    CIndexFactors values;
 };
 
 } // namespace
 
-std::uint64_t const (&indexFactors())[2]
+CIndexFactors const & indexFactors()
 {
     static CFactors const drawn;
     return drawn.values;

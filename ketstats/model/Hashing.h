@@ -39,7 +39,7 @@ private:
 // and the same for the step, which works modulo the next lower number.
 struct CHashPlan
 {
-    static constexpr unsigned int mostWords = 6;
+    static constexpr unsigned int mostWords = 16;
 
     constexpr CHashPlan() = default;
     explicit constexpr CHashPlan(unsigned int tableSize) : size(tableSize), step(tableSize - 1)
@@ -91,7 +91,7 @@ template <class K>
 struct KETSTATS_TYPE CWordHasher
 {
     static constexpr unsigned int words = sizeof(K) / 2;
-    static_assert(sizeof(K) % 2 == 0 && words <= CHashPlan::mostWords, "keys are up to six words");
+    static_assert(sizeof(K) % 2 == 0 && words <= CHashPlan::mostWords, "keys are up to sixteen words");
 
     // Where the search for a key starts, below n. All arithmetic is on 32 bits; a shift discards what leaves
     // them.
@@ -143,6 +143,9 @@ private:
         return result;
     }
 };
+
+// Random odd numbers, one for each number of a key.
+using CIndexFactors = std::uint64_t[4];
 
 // A key of plain bytes as numbers, which is how a table holds and compares keys. They are put together from
 // the pieces in which keys are written, 4 and 2 bytes: a load that spans several fresh stores would have to
@@ -197,7 +200,7 @@ struct CKeyBits
     // The number whose upper bits say where a table keeps the key in its own index. That index is private to
     // a process: its factors are drawn at random, so that nobody on the network can choose addresses that
     // crowd it.
-    std::uint64_t mix(std::uint64_t const (&factors)[2]) const
+    std::uint64_t mix(CIndexFactors const & factors) const
     {
         if constexpr (sizeof(K) == 12)
             return low * factors[0] + high * factors[1];
@@ -221,7 +224,60 @@ private:
     [[no_unique_address]] std::conditional_t<sizeof(K) == 12, std::uint64_t, CNothing> high;
 };
 
-// The random factors of this process, odd.
-KETSTATS_API std::uint64_t const (&indexFactors())[2];
+// The same of the long keys.
+template <class K>
+requires(sizeof(K) == 16 || sizeof(K) == 32) struct CKeyBits<K>
+{
+    static constexpr unsigned int words = sizeof(K) / 8;
+
+    explicit CKeyBits(K const & key)
+    {
+        auto const bytes = reinterpret_cast<unsigned char const *>(&key);
+        for (unsigned int i = 0; i < words; ++i)
+            std::memcpy(&m_words[i], bytes + i * sizeof m_words[i], sizeof m_words[i]);
+    }
+    explicit CKeyBits(std::array<std::uint64_t, words> const & asTheyLie) : m_words(asTheyLie) {}
+
+    K key() const
+    {
+        K result;
+        std::memcpy(static_cast<void *>(&result), m_words.data(), sizeof(K));
+        return result;
+    }
+
+    // Word by word, as they were written: a wider load would wait for the stores before it.
+    bool operator==(CKeyBits const & other) const
+    {
+        for (unsigned int i = 0; i < words; ++i)
+            if (m_words[i] != other.m_words[i])
+                return false;
+        return true;
+    }
+
+    // A product by a factor would leave what differs in the upper bytes of a word, where the numbers of hosts lie, in
+    // its upper bits, where it meets that of the other words. Products of two words, both halves of them, don't; of
+    // numbers one behind the other they come in steps, which the second product breaks.
+    std::uint64_t mix(CIndexFactors const & factors) const
+    {
+        std::uint64_t sum = 0;
+        for (unsigned int i = 0; i < words; i += 2)
+            sum ^= folded(m_words[i] ^ factors[i], m_words[i + 1] ^ factors[i + 1]);
+        return (sum ^ sum >> 32) * factors[0];
+    }
+
+private:
+    __extension__ using Product = unsigned __int128;
+
+    static std::uint64_t folded(std::uint64_t left, std::uint64_t right)
+    {
+        Product const product = static_cast<Product>(left) * right;
+        return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
+    }
+
+    std::array<std::uint64_t, words> m_words;
+};
+
+// The factors of this process.
+KETSTATS_API CIndexFactors const & indexFactors();
 
 } // namespace KetStats

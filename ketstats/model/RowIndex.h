@@ -166,7 +166,7 @@ private:
 
     CEntry * m_entries = nullptr; // the start of the block
     std::uint16_t * m_heads = noHeads;
-    std::uint64_t const (&m_factors)[2] = indexFactors();
+    CIndexFactors const & m_factors = indexFactors();
     unsigned int m_shift = 63;
     unsigned int m_capacity = 0;
 };

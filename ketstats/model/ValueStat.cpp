@@ -7,6 +7,7 @@ template class CValueStat<unsigned int>;
 template class CValueStat<long long>;
 template class CValueStat<percentVal>;
 template class CValueStat<CIPAddress>;
+template class CValueStat<CIPv6Address>;
 template class CValueStat<CMACAddrPacked>;
 template class CValueStat<CProtocolIdPacked>;
 

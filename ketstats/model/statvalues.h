@@ -135,6 +135,24 @@ private:
     unsigned int m_address = 0;
 };
 
+// Sixteen bytes of an IPv6 address in wire order, a leaf value and a key of tables.
+struct KETSTATS_API CIPv6Address
+{
+    CIPv6Address() = default;
+    explicit CIPv6Address(std::array<unsigned char, 16> const & asTheyLie) : bytes(asTheyLie) {}
+
+    friend bool operator==(CIPv6Address const &, CIPv6Address const &) = default;
+    friend bool operator<(CIPv6Address const & left, CIPv6Address const & right)
+    {
+        return left.bytes < right.bytes;
+    }
+
+    void packValue(ktools::CMemoryBuffer & buffer) const { buffer.Write(bytes.data(), 16); }
+    void unpackValue(ktools::CMemoryBuffer & buffer) { buffer.Read(bytes.data(), 16); }
+
+    std::array<unsigned char, 16> bytes{};
+};
+
 // Six bytes of a MAC address in wire order, a leaf value and a key of tables.
 struct KETSTATS_API CMACAddrPacked
 {
@@ -175,7 +193,8 @@ struct KETSTATS_API CProtocolIdPacked : CProtocolId
 };
 
 static_assert(sizeof(percentVal) == 8 && sizeof(CIPAddress) == 4, "values are packed as they lie in memory");
-static_assert(sizeof(CMACAddrPacked) == 6 && sizeof(CProtocolIdPacked) == 6, "keys have no padding");
+static_assert(sizeof(CMACAddrPacked) == 6 && sizeof(CProtocolIdPacked) == 6 && sizeof(CIPv6Address) == 16,
+              "keys have no padding");
 
 // A moment in UTC, to the millisecond, broken down and as a tick.
 class KETSTATS_API CSystemTime

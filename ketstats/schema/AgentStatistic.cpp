@@ -1,9 +1,7 @@
 #include "ketstats/schema/AgentStatistic.h"
 
 #include "ketstats/model/RowCounts.h"
-
-#include <cstdint>
-#include <typeinfo>
+#include "ketstats/schema/RootPositions.h"
 
 namespace KetStats {
 
@@ -11,33 +9,10 @@ namespace {
 
 constexpr unsigned short rootId = 1;
 
-CTableLimits const & checked(CTableLimits const & limits)
-{
-    for (unsigned int const limit :
-         {limits.stations, limits.protocols, limits.macConnections, limits.ipConnections, limits.arpTable,
-          limits.ipSubprotocols, limits.tcpPorts, limits.udpPorts, limits.stationTcpPorts,
-          limits.stationUdpPorts})
-        if (limit < smallestTableLimit || limit > largestTableLimit)
-            ktools::raise<CAgentStatistic::CException>(2, "TableLimits", 24);
-    return limits;
-}
-
 } // namespace
 
-CTableLimits const & schema::limitsAround(CBaseStat const * node)
-{
-    static CTableLimits const ofTheLibrary;
-    while (node && node->getParent())
-        node = node->getParent();
-    // A tree that is being built is a tree already.
-    return node && typeid(*node) == typeid(CAgentStatistic)
-               ? static_cast<CAgentStatistic const *>(node)->limits()
-               : ofTheLibrary;
-}
-
 CAgentStatistic::CAgentStatistic(CTableLimits const & theLimits)
-    : CUnfilteredContainerStat(nullptr, rootId, groupDescription()),
-      m_limits(checked(theLimits))
+    : CTreeRoot(rootId, groupDescription(), theLimits)
 {}
 
 CAgentStatistic::~CAgentStatistic() = default;
@@ -83,21 +58,12 @@ CLedgers CAgentStatistic::ledgers() const
 
 CAgentStatistic::CStatPointer CAgentStatistic::getStatMemberPointer(COid const & oid)
 {
-    if (oid.length() == 0 || oid[0] != rootId)
-        return {};
-    CBaseStat const * const node = getStatPointer(oid, 1);
-    auto const root = reinterpret_cast<std::uintptr_t>(this);
-    auto const distance = reinterpret_cast<std::uintptr_t>(node) - root;
-    if (!node || distance >= sizeof *this)
-        return {};
-    return {static_cast<int>(distance)};
+    return schema::positionIn(*this, rootId, oid);
 }
 
 CBaseStat & CAgentStatistic::operator[](CStatPointer const & position)
 {
-    if (position.offset < 0)
-        ktools::raise<CException>(1, "AgentStatistic", 559);
-    return *reinterpret_cast<CBaseStat *>(reinterpret_cast<char *>(this) + position.offset);
+    return schema::nodeAt(*this, position);
 }
 
 CBaseStat const & CAgentStatistic::operator[](CStatPointer const & position) const

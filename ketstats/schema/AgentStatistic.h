@@ -6,6 +6,7 @@
 #include "ketstats/schema/Ledgers.h"
 #include "ketstats/schema/Ports.h"
 #include "ketstats/schema/Stations.h"
+#include "ketstats/schema/TreeRoot.h"
 
 namespace KetStats {
 
@@ -14,7 +15,7 @@ namespace KetStats {
 //
 // All children are members, by value; a table column tells its row class, its name and its limit of rows.
 // Building a root takes all the fixed memory of a tree, once.
-class KETSTATS_API CAgentStatistic final : public schema::CUnfilteredContainerStat
+class KETSTATS_API CAgentStatistic final : public schema::CTreeRoot
 {
 public:
     class KETSTATS_TYPE CException : public ktools::CException
@@ -31,12 +32,10 @@ public:
         int offset = -1;
     };
 
-    // A tree with all values zero, all tables empty, and every node marked changed. Throws CException, code
-    // 2, source "TableLimits", for a limit below 2, which leaves no room for a row, or above the largest.
+    // A tree with all values zero, all tables empty, and every node marked changed. See CTreeRoot for limits that
+    // can't be.
     explicit CAgentStatistic(CTableLimits const & theLimits = {});
     ~CAgentStatistic();
-
-    CTableLimits const & limits() const { return m_limits; }
 
     // The bytes that a tree of such limits takes at most, which is when all its tables are full, those of each
     // station too. For whoever has to keep within some: what is met in practice is far less.
@@ -56,9 +55,6 @@ public:
     // one.
     CBaseStat & operator[](CStatPointer const & position);
     CBaseStat const & operator[](CStatPointer const & position) const;
-
-private:
-    CTableLimits m_limits; // stands before the tables, which are built by it
 
     // clang-format off
 #define COLUMNS(COLUMN)                                                                                         \

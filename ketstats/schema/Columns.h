@@ -118,6 +118,8 @@ using MacAddress = CLeafColumn<CValueStat<CMACAddrPacked>, CMACAddressStatDescri
 template <unsigned int Name>
 using IpAddress = CLeafColumn<CValueStat<CIPAddress>, CIPAddressStatDescription, Name>;
 template <unsigned int Name>
+using IPv6Address = CLeafColumn<CValueStat<CIPv6Address>, CIPv6AddressStatDescription, Name>;
+template <unsigned int Name>
 using ProtocolId = CLeafColumn<CValueStat<CProtocolIdPacked>, CProtocolIdStatDescription, Name>;
 
 // Columns that several tables have.

@@ -4,7 +4,8 @@
 
 namespace KetStats {
 
-// Traffic by IP protocol number: a row of the table "IP subprotocols". The template argument has no effect.
+// Traffic by IP protocol number: a row of the table "IP subprotocols". The template argument tells the table for which
+// a row builds its filter: 0 for that of IPv4.
 template <int N>
 class KETSTATS_TEMPLATE CGenProtoStat : public CBaseStaticContainerStat
 {
@@ -34,7 +35,8 @@ private:
     CGenProtoStat & operator=(CGenProtoStat const &) = delete;
 };
 
-// Traffic by port, of TCP for 0 and of UDP for 1: a row of a table of ports, global or of a station.
+// Traffic by port, of TCP for 0 and of UDP for 1: a row of a table of ports, global or of a station. Numbers from 2 on
+// are those of IPv6, in the same order.
 template <int N>
 class KETSTATS_TEMPLATE CGenPortStat : public CBaseStaticContainerStat
 {
@@ -51,7 +53,7 @@ public:
     void takeKey(CProtocolIdPacked const & key) { port = key; }
 
     // A row is named after its key, so row and key column bear one name.
-    static constexpr unsigned int name = N == 0 ? 1215 : 1216;
+    static constexpr unsigned int name = N % 2 == 0 ? 1215 : 1216;
 
     // clang-format off
 #define COLUMNS(COLUMN)                                             \

@@ -2,6 +2,8 @@
 
 #include "ketstats/capture/FieldFilters.h"
 #include "ketstats/capture/Filter.h"
+#include "ketstats/capture/IPv6Filters.h"
+#include "ketstats/capture/VlanFilter.h"
 #include "ketstats/model/BaseStat.h"
 #include "ketstats/platform/Exports.h"
 

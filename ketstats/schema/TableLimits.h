@@ -17,6 +17,13 @@ struct CTableLimits
     unsigned int udpPorts = 1000;
     unsigned int stationTcpPorts = 200; // of each station
     unsigned int stationUdpPorts = 200;
+    unsigned int ipv6Connections = 1000;
+    unsigned int ipv6Protocols = 200;
+    unsigned int ipv6TcpPorts = 1000;
+    unsigned int ipv6UdpPorts = 1000;
+    unsigned int vlans = 4097; // with room for every identifier
+    unsigned int innerVlans = 4097;
+    unsigned int neighbours = 200;
 
     friend bool operator==(CTableLimits const &, CTableLimits const &) = default;
 };

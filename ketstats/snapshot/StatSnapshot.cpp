@@ -1,7 +1,7 @@
 #include "ketstats/snapshot/StatSnapshot.h"
 
 #include "ketstats/model/HashedContainerStatImpl.h"
-#include "ketstats/model/RowCounts.h"
+#include "ketstats/snapshot/OthersRow.h"
 
 namespace KetStats {
 
@@ -73,6 +73,21 @@ std::size_t CStatSnapshot::largestMemory(CTableLimits const & limits, std::bitse
     return fixed + zero + 2 * tree;
 }
 
+std::size_t CStatSnapshot::largestMemory(CTableLimits const & limits, std::bitset<12> const & groups,
+                                         std::bitset<8> const & extendedGroups)
+{
+    std::size_t const first = largestMemory(limits, groups);
+    return extendedGroups.any() ? first + CExtendedPart::largestMemory(limits, extendedGroups) : first;
+}
+
+// What this snapshot holds of the second tree, from now on if it didn't.
+CExtendedPart & CStatSnapshot::extended()
+{
+    if (!m_extended)
+        m_extended = std::make_unique<CExtendedPart>(limits());
+    return *m_extended;
+}
+
 void CStatSnapshot::enableAllOids()
 {
     m_enabled.fill(1);
@@ -86,7 +101,13 @@ void CStatSnapshot::removeAllOids()
 // Identifiers of three and more components set no flag, and of two the first one isn't looked at.
 void CStatSnapshot::setGroupFlags(COid const & oid, bool on)
 {
-    if (oid.length() == 2 && oid[1] >= 1 && oid[1] < m_enabled.size())
+    if (isExtended(oid)) {
+        CExtendedPart::Groups const all(0xFE);
+        if (oid.length() == 1)
+            extended().select(all, on);
+        else if (oid.length() == 2 && oid[1] >= 1 && oid[1] < all.size())
+            extended().select(CExtendedPart::Groups().set(oid[1]), on);
+    } else if (oid.length() == 2 && oid[1] >= 1 && oid[1] < m_enabled.size())
         m_enabled[oid[1]] = on ? 1 : 0;
     else if (oid.length() == 1 && oid[0] == 1)
         on ? enableAllOids() : removeAllOids();
@@ -96,7 +117,7 @@ void CStatSnapshot::addOid(COid const & oid)
 {
     if (!m_root)
         m_root = std::make_unique<CStatTreeNode>();
-    m_root->insertOid(oid, m_visible);
+    m_root->insertOid(oid, m_visible, isExtended(oid) ? &extended().visible() : nullptr);
     setGroupFlags(oid, true);
 }
 
@@ -120,7 +141,7 @@ CAgentStatistic & CStatSnapshot::nodes()
 
 CBaseStat * CStatSnapshot::getStat(COid const & oid)
 {
-    return nodes().getStatPointer(oid, 1);
+    return isExtended(oid) ? extended().nodes().getStatPointer(oid, 1) : nodes().getStatPointer(oid, 1);
 }
 
 CBaseStat const * CStatSnapshot::getStat(COid const & oid) const
@@ -159,6 +180,14 @@ void CStatSnapshot::initSnapshot(CAgentStatistic const & live)
     m_passedFrames = 0;
 }
 
+// A group that is selected later needs its zero point, too, where there is anything to be taken off.
+void CStatSnapshot::initSnapshot(CAgentStatistic const & live, CExtendedStatistic const & extendedLive)
+{
+    if (m_extended || (!m_holdSelectedOnly && !extendedLive.isBlank()))
+        extended().setZeroPoint(extendedLive, m_holdSelectedOnly);
+    initSnapshot(live);
+}
+
 void CStatSnapshot::tellRowsApart(bool on)
 {
     m_tellRowsApart = on;
@@ -174,25 +203,17 @@ void CStatSnapshot::forgetSamples()
     m_zero.macConnections.sampled.forget();
     m_zero.ipConnections.sampled.forget();
     m_sampledBindings.forget();
+    if (m_extended)
+        m_extended->forgetSamples();
 }
 
 CLedgers CStatSnapshot::getGivenUp() const
 {
     CLedgers result = m_ledgers;
-    IPConnections const & traffic = const_cast<CStatSnapshot *>(this)->nodes().ipConnections;
-    CIPConnectionStat const * const others = traffic.getChildById(traffic.getLimit());
-    if (!others || !CIPConnectionStat::isOthers(others->rowKey()))
-        return result;
-    auto const takeOff = [](unsigned long long & count, unsigned long long shown) {
-        count = count > shown ? count - shown : 0;
-    };
-    CLedger & left = result.ipConnections;
-    CLedger shown;
-    addCounts(shown, *others);
-    takeOff(left.framesTransmitted, shown.framesTransmitted);
-    takeOff(left.bytesTransmitted, shown.bytesTransmitted);
-    if (left.framesTransmitted == 0 && left.bytesTransmitted == 0)
-        left.rows = 0;
+    takeOffOthers<CIPConnectionStat>(result.ipConnections,
+                                     const_cast<CStatSnapshot *>(this)->nodes().ipConnections);
+    if (m_extended)
+        takeOffOthers<CIPv6ConnectionStat>(result.ipv6Connections, m_extended->nodes().ipv6Connections);
     return result;
 }
 
@@ -210,16 +231,22 @@ void CStatSnapshot::startSampling(CKetrinStatManager & manager)
 void CStatSnapshot::reset()
 {
     m_visible.reset();
+    if (m_extended)
+        m_extended->visible().reset();
 }
 
 void CStatSnapshot::resetChanged()
 {
     nodes().resetChanged();
+    if (m_extended)
+        m_extended->nodes().resetChanged();
 }
 
 void CStatSnapshot::checkChanged() const
 {
     const_cast<CStatSnapshot *>(this)->nodes().checkChanged();
+    if (m_extended)
+        m_extended->nodes().checkChanged();
 }
 
 _SYSTEMTIME CStatSnapshot::getSampleStart() const
@@ -231,14 +258,14 @@ bool CKetrinStatManager::initSnapshot(CStatSnapshot * snapshot)
 {
     CReadGuard const guard(gate);
     UpdateHardwareStats();
-    snapshot->initSnapshot(agentStatistic);
+    snapshot->initSnapshot(agentStatistic, extendedStatistic);
     return true;
 }
 
 bool CKetrinStatManager::nextSample(CStatSnapshot * snapshot)
 {
     CReadGuard const guard(gate);
-    snapshot->nextSample(agentStatistic);
+    snapshot->nextSample(agentStatistic, extendedStatistic);
     return true;
 }
 
@@ -246,8 +273,8 @@ bool CKetrinStatManager::startSampling(CStatSnapshot * snapshot)
 {
     CReadGuard const guard(gate);
     UpdateHardwareStats();
-    snapshot->initSnapshot(agentStatistic);
-    snapshot->nextSample(agentStatistic);
+    snapshot->initSnapshot(agentStatistic, extendedStatistic);
+    snapshot->nextSample(agentStatistic, extendedStatistic);
     return true;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ketstats/engine/StatManager.h"
+#include "ketstats/snapshot/ExtendedPart.h"
 #include "ketstats/snapshot/StatTreeNode.h"
 #include "ketstats/snapshot/ZeroRows.h"
 
@@ -24,6 +25,7 @@ namespace KetStats {
 //    components set, say what nextSample calculates. A host enables the same groups in the manager.
 // 2. A snapshot belongs to one thread at a time and has no lock; only its operations that take a manager enter
 //    the manager's gate, as readers. Nothing ties a snapshot to one manager.
+//    What is said here of the tree holds for the second one, whose root is "2", too.
 // 3. It is usable for getStat, reset and unpack from construction on. nextSample needs initSnapshot first, and
 //    pack without a selection does nothing.
 //
@@ -64,18 +66,24 @@ public:
     // ids under the root, where the zero point is that of the selected ones alone; see holdSelectedOnly. While a
     // sample is taken the largest of the tables can be there once more.
     static std::size_t largestMemory(CTableLimits const & limits, std::bitset<12> const & groups);
+    // The same with groups of the second tree beside them.
+    static std::size_t largestMemory(CTableLimits const & limits, std::bitset<12> const & groups,
+                                     std::bitset<8> const & extendedGroups);
 
     // Sets the zero point. With the manager: polls the adapter, and takes the link speed. This and nextSample
     // throw CAgentStatistic::CException, code 2, source "TableLimits", for a tree of other limits, with
     // nothing changed.
     void initSnapshot(CKetrinStatManager & manager);
     void initSnapshot(CAgentStatistic const & live);
+    void initSnapshot(CAgentStatistic const & live, CExtendedStatistic const & extended);
 
-    // Takes a sample. The second form is for whoever holds the tree still.
+    // Takes a sample. The last two forms are for whoever holds the trees still; without the second one its groups stay
+    // as they are.
     void nextSample(CKetrinStatManager & manager);
     // Sets the zero point and takes a sample with no frame in between.
     void startSampling(CKetrinStatManager & manager);
     void nextSample(CAgentStatistic const & live);
+    void nextSample(CAgentStatistic const & live, CExtendedStatistic const & extended);
 
     // Brings what the client sees up to date with the last sample, for the selected statistics, and appends
     // it to `buffer`: all of it, or with `onlyChanged` what changed since the last pack, which is 2 bytes
@@ -141,8 +149,6 @@ public:
     void FramePassedFilter(CFrame const * frame);
 
 private:
-    using IPConnections = CIPConnectionStat::Container;
-
     void enableAllOids();
     void removeAllOids();
     void setZeroPoint(CAgentStatistic const & live);
@@ -172,8 +178,14 @@ private:
     void calculateMACConnectionsStatsPercent(percentVal base);
     void calculateIPConnectionsStatsPercent(percentVal base);
 
-    bool compareAssign(CAgentStatistic const & source, CAgentStatistic & target, CStatTreeNode * node);
-    static void foldDroppedIPConnection(IPConnections * container, unsigned int rowId);
+    template <class Tree>
+    bool compareAssign(Tree const & source, Tree & target, CStatTreeNode * node);
+    bool compareAssign(CStatTreeNode & root);
+    CExtendedPart & extended();
+    static bool isExtended(COid const & oid)
+    {
+        return oid.length() != 0 && oid[0] == CExtendedStatistic::rootId;
+    }
 
     std::unique_ptr<CStatTreeNode> m_root; // null until the first addOid
     CAgentStatistic m_visible;             // its tables lie flat while m_flat is up
@@ -190,6 +202,7 @@ private:
         CTableZero<CIPConnectionStat> ipConnections;
     } m_zero;
     CSampledVersion m_sampledBindings;
+    std::unique_ptr<CExtendedPart> m_extended; // of the second tree, once somebody asks for it
     CLedgers m_ledgers;
     bool m_flat = true;
     bool m_tellRowsApart = false;

@@ -5,7 +5,7 @@
 
 namespace KetStats {
 
-void CStatTreeNode::insertOid(COid const & oid, CAgentStatistic & agent)
+void CStatTreeNode::insertOid(COid const & oid, CAgentStatistic & agent, CExtendedStatistic * extended)
 {
     CStatTreeNode * node = this;
     bool fresh = true;
@@ -26,8 +26,10 @@ void CStatTreeNode::insertOid(COid const & oid, CAgentStatistic & agent)
         static_cast<void>(child.release());
         node = linked;
 
-        CAgentStatistic::CStatPointer const position =
-            agent.getStatMemberPointer(COid(path.data(), path.data() + path.size()));
+        COid const here(path.data(), path.data() + path.size());
+        CAgentStatistic::CStatPointer const position = extended && path.front() == CExtendedStatistic::rootId
+                                                           ? extended->getStatMemberPointer(here)
+                                                           : agent.getStatMemberPointer(here);
         if (position.offset < 0)
             ktools::raise<CAgentStatistic::CException>(2, "StatSnapshot", 204);
         node->statPointer = position;

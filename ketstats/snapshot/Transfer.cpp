@@ -1,7 +1,8 @@
-#include "ketstats/model/RowCounts.h"
+#include "ketstats/snapshot/OthersRow.h"
 #include "ketstats/snapshot/StatSnapshot.h"
 
 #include <algorithm>
+#include <cstring>
 #include <vector>
 
 // A packed snapshot is the selection itself, a sparse path of ids with the values in place:
@@ -11,8 +12,9 @@
 //                 id (2) statistic as it packs itself    of a selected statistic
 //
 // Ids are ascending within their parent, and an id is written only once something below it is, so that
-// branches without a change leave no trace. The reader reads the same bytes as one tree, which closes one end
-// mark earlier: the writer's last end mark, that of the selection's root, is read by nobody.
+// branches without a change leave no trace. The reader reads the same bytes as trees, each of which closes one end
+// mark earlier: the writer's last end mark, that of the selection's root, is read by nobody. A reader that knows the
+// first tree alone leaves what stands behind it.
 
 namespace KetStats {
 
@@ -28,6 +30,15 @@ struct CPackStackEntry
     std::map<unsigned short, CStatTreeNode *>::const_iterator next; // the child to visit next
 };
 
+bool isNext(ktools::CMemoryBuffer const & buffer, unsigned short id)
+{
+    unsigned short next = 0;
+    if (buffer.size - buffer.readPosition < static_cast<int>(sizeof next))
+        return false;
+    std::memcpy(&next, buffer.data + buffer.readPosition, sizeof next);
+    return next == id;
+}
+
 CPackStackEntry entryOf(CStatTreeNode * node)
 {
     return {node, node->id == 0, node->children.begin()};
@@ -40,9 +51,12 @@ void CStatSnapshot::pack(ktools::CMemoryBuffer & buffer, bool onlyChanged)
     if (!m_root)
         return;
     if (onlyChanged)
-        compareAssign(m_sample, m_visible, m_root.get());
-    else
+        compareAssign(*m_root);
+    else {
         m_visible.assign(m_sample);
+        if (m_extended)
+            m_extended->visible().assign(m_extended->sampled());
+    }
 
     std::vector<CPackStackEntry> stack{entryOf(m_root.get())};
     std::size_t written = 1; // entries from the bottom whose ids stand in the buffer
@@ -63,7 +77,9 @@ void CStatSnapshot::pack(ktools::CMemoryBuffer & buffer, bool onlyChanged)
         } else if (&node == m_root.get()) {
             return;
         } else {
-            CBaseStat & stat = m_visible[node.statPointer];
+            CBaseStat & stat = stack[1].node->id == CExtendedStatistic::rootId
+                                   ? m_extended->visible()[node.statPointer]
+                                   : m_visible[node.statPointer];
             for (; written < stack.size(); ++written)
                 if (!stack[written].idWritten) {
                     stack[written].idWritten = true;
@@ -78,8 +94,8 @@ void CStatSnapshot::pack(ktools::CMemoryBuffer & buffer, bool onlyChanged)
 
 // Flags of inner nodes are up from their making on and stay up: only leaves are skipped by a pack, and it is
 // the lazy ids that keep branches without a change out of the bytes.
-bool CStatSnapshot::compareAssign(CAgentStatistic const & source, CAgentStatistic & target,
-                                  CStatTreeNode * node)
+template <class Tree>
+bool CStatSnapshot::compareAssign(Tree const & source, Tree & target, CStatTreeNode * node)
 {
     if (!node)
         return false;
@@ -91,50 +107,38 @@ bool CStatSnapshot::compareAssign(CAgentStatistic const & source, CAgentStatisti
     return node->changed;
 }
 
+bool CStatSnapshot::compareAssign(CStatTreeNode & root)
+{
+    if (root.children.empty())
+        return compareAssign(m_sample, m_visible, &root);
+    for (auto const & [childId, child] : root.children)
+        if (childId == CExtendedStatistic::rootId
+                ? compareAssign(m_extended->sampled(), m_extended->visible(), child)
+                : compareAssign(m_sample, m_visible, child))
+            root.changed = true;
+    return root.changed;
+}
+
 void CStatSnapshot::unpack(ktools::CMemoryBuffer & buffer)
 {
     if (buffer.size - buffer.readPosition <= 0)
         return;
     unsigned short first = 0;
     buffer.Read(&first, sizeof first);
-    if (first != rootId) {
+    if (first != rootId && first != CExtendedStatistic::rootId) {
         // What is left of a snapshot that was read, or one with nothing to tell.
         if (first == endMark && buffer.size == buffer.readPosition)
             return;
         ktools::raise<ktools::CMemoryBuffer::CException>(2, "StatSnapshot", 555);
     }
-    nodes().ipConnections.registerDeleteHandler(&foldDroppedIPConnection);
-    m_visible.unpackValue(buffer);
-}
-
-// The client must not lose traffic that the agent has dropped from its table already: the row that goes
-// because its id was given to another pair leaves its counts with the summary row. Where there is a row of
-// the others that came from the sender, the sender folds, and that row has the counts already.
-void CStatSnapshot::foldDroppedIPConnection(IPConnections * container, unsigned int rowId)
-{
-    unsigned int const lastId = container->getLimit();
-    CIPConnectionStat const * const old = container->getChildById(rowId);
-    // Whatever comes under the last id, there is no place for a summary row beside it.
-    if (!old || rowId == lastId)
-        return;
-    if (CIPConnectionStat * const summary = container->getSummaryStat()) {
-        summary->dataTransmitted.add(old->dataTransmitted);
-        summary->framesTransmitted.add(old->framesTransmitted);
-        summary->markChanged();
-        return;
-    }
-    CLedger counts;
-    addCounts(counts, *old);
-    if (CIPConnectionStat const * const last = container->getChildById(lastId)) {
-        if (CIPConnectionStat::isOthers(last->rowKey()))
+    if (first == rootId) {
+        nodes().ipConnections.registerDeleteHandler(&foldDroppedConnection<CIPConnectionStat>);
+        m_visible.unpackValue(buffer);
+        if (!isNext(buffer, CExtendedStatistic::rootId))
             return;
-        addCounts(counts, *last); // it makes way for the summary row
+        buffer.Read(&first, sizeof first);
     }
-    // No flag goes up for a summary row that is new, which has them up already.
-    if (CIPConnectionStat * const summary = container->createSummaryStat(CIPConnectionStat::CKey())) {
-        summary->dataTransmitted = static_cast<long long>(counts.bytesTransmitted);
-        summary->framesTransmitted = static_cast<unsigned int>(counts.framesTransmitted);
-    }
+    extended().unpack(buffer);
 }
 
 } // namespace KetStats

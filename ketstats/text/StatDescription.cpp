@@ -269,6 +269,17 @@ std::string CIPAddressStatDescription::formatValue(CBaseStat const * stat, unsig
 
 FORMATS_OF_KIND(, CIPAddressStatDescription, IP)
 
+std::string CIPv6AddressStatDescription::formatValue(CBaseStat const * stat, unsigned int formatIndex,
+                                                     void * context) const
+{
+    auto const & address = valueOf<CIPv6Address>(stat);
+    if (address == CIPv6Address())
+        return textOf(StringIds::otherAddresses);
+    return getFormat(formatIndex)->formatValue(address.bytes.data(), sizeof address, context);
+}
+
+FORMATS_OF_KIND(, CIPv6AddressStatDescription, IPv6)
+
 std::string CProtocolIdStatDescription::formatValue(CBaseStat const * stat, unsigned int formatIndex,
                                                     void * context) const
 {

@@ -216,6 +216,15 @@ public:
     KETSTATS_FORMATS_OF_KIND
 };
 
+class KETSTATS_API CIPv6AddressStatDescription : public CValueStatDescription
+{
+public:
+    using CValueStatDescription::CValueStatDescription;
+
+    // The address :: stands for no single address and reads "[others]" in every format.
+    KETSTATS_FORMATS_OF_KIND
+};
+
 class KETSTATS_API CProtocolIdStatDescription : public CValueStatDescription
 {
 public:

@@ -194,6 +194,24 @@ std::string CIPAddressFormat::formatValue(long long value, void * /*context*/) c
     return text;
 }
 
+CIPv6AddressFormat::CIPv6AddressFormat() : CStatFormatBase(StringIds::ipv6AddressFormat, vtIPv6) {}
+
+std::string CIPv6AddressFormat::formatValue(void const * value, unsigned int /*size*/,
+                                            void * /*context*/) const
+{
+    return ipv6Text(static_cast<unsigned char const *>(value));
+}
+
+CIPv6AddressBytesFormat::CIPv6AddressBytesFormat()
+    : CStatFormatBase(StringIds::ipv6AddressBytesFormat, vtIPv6)
+{}
+
+std::string CIPv6AddressBytesFormat::formatValue(void const * value, unsigned int /*size*/,
+                                                 void * /*context*/) const
+{
+    return hexString(static_cast<unsigned char const *>(value), 16);
+}
+
 CStringFormat::CStringFormat() : CStatFormatBase(StringIds::stringFormat, vtString) {}
 
 std::string CStringFormat::formatValue(std::string const & value, void * /*context*/) const

@@ -28,6 +28,7 @@ public:
         vtMAC,
         vtIP,
         vtString,
+        vtIPv6,
     };
 
     CStatFormatBase(CStatFormatBase const &) = default;
@@ -56,7 +57,7 @@ public:
     virtual std::string formatValue(CMACAddr const & value, void * context) const;
     virtual std::string formatValue(long long value, void * context) const;
     virtual std::string formatValue(double value, void * context) const;
-    // Of `size` raw bytes. This works for MAC addresses alone.
+    // Of `size` raw bytes. This works for MAC and IPv6 addresses alone.
     virtual std::string formatValue(void const * value, unsigned int size, void * context) const;
 
     virtual ~CStatFormatBase();
@@ -148,6 +149,25 @@ public:
     CIPAddressFormat();
     using CStatFormatBase::formatValue;
     std::string formatValue(long long value, void * context) const override;
+};
+
+// "2001:db8::1": the canonical text of an IPv6 address, which is given as its sixteen bytes.
+class KETSTATS_API CIPv6AddressFormat : public CStatFormatBase
+{
+public:
+    CIPv6AddressFormat();
+    using CStatFormatBase::formatValue;
+    // The size isn't looked at.
+    std::string formatValue(void const * value, unsigned int size, void * context) const override;
+};
+
+// "20-01-0D-B8-00-00-00-00-00-00-00-00-00-00-00-01"
+class KETSTATS_API CIPv6AddressBytesFormat : public CStatFormatBase
+{
+public:
+    CIPv6AddressBytesFormat();
+    using CStatFormatBase::formatValue;
+    std::string formatValue(void const * value, unsigned int size, void * context) const override;
 };
 
 // The text itself.

@@ -61,6 +61,12 @@ CStandardIPFormats::CStandardIPFormats() : CStatFormatContainerBase(CStatFormatB
     push_back(new CIPAddressFormat);
 }
 
+CStandardIPv6Formats::CStandardIPv6Formats() : CStatFormatContainerBase(CStatFormatBase::vtIPv6)
+{
+    push_back(new CIPv6AddressFormat);
+    push_back(new CIPv6AddressBytesFormat);
+}
+
 CStandardProtocolIdFormats::CStandardProtocolIdFormats()
     : CStatFormatContainerBase(CStatFormatBase::vtInteger)
 {

@@ -64,6 +64,12 @@ public:
     CStandardIPFormats();
 };
 
+class KETSTATS_API CStandardIPv6Formats : public CStatFormatContainerBase
+{
+public:
+    CStandardIPv6Formats();
+};
+
 // Hexadecimal, then the short and the long name of an IP sub-protocol. Protocols, sub-protocols and ports
 // share this list, so the names are offered for ports too, where they make no sense. That is meant.
 class KETSTATS_API CStandardProtocolIdFormats : public CStatFormatContainerBase
@@ -82,6 +88,7 @@ extern KETSTATS_API CStatFormatContainerBase const * const StandardIntegerFormat
 extern KETSTATS_API CStatFormatContainerBase const * const StandardDoubleFormats;
 extern KETSTATS_API CStatFormatContainerBase const * const StandardMACFormats;
 extern KETSTATS_API CStatFormatContainerBase const * const StandardIPFormats;
+extern KETSTATS_API CStatFormatContainerBase const * const StandardIPv6Formats;
 extern KETSTATS_API CStatFormatContainerBase const * const StandardStringFormats;
 extern KETSTATS_API CStatFormatContainerBase const * const StandardProtocolIdFormats;
 
@@ -89,6 +96,7 @@ extern KETSTATS_API CStatFormatContainerBase * const CustomIntegerFormats;
 extern KETSTATS_API CStatFormatContainerBase * const CustomDoubleFormats;
 extern KETSTATS_API CStatFormatContainerBase * const CustomMACFormats;
 extern KETSTATS_API CStatFormatContainerBase * const CustomIPFormats;
+extern KETSTATS_API CStatFormatContainerBase * const CustomIPv6Formats;
 extern KETSTATS_API CStatFormatContainerBase * const CustomStringFormats;
 extern KETSTATS_API CStatFormatContainerBase * const CustomProtocolIdFormats;
 

@@ -17,5 +17,7 @@ constexpr unsigned int integerHexFormat = 1209;
 constexpr unsigned int shortNameFormat = 1213;
 constexpr unsigned int longNameFormat = 1214;
 constexpr unsigned int otherAddresses = 1221;
+constexpr unsigned int ipv6AddressFormat = 1242;
+constexpr unsigned int ipv6AddressBytesFormat = 1243;
 
 } // namespace KetStats::StringIds

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+
 using namespace test;
 
 // That libpcap selects what these texts say is tested with the host, which has libpcap.
@@ -262,6 +264,53 @@ TEST(FilterDescription, OfAPositionBehindAllFramesKnowsThatThereAreZeros)
 {
     EXPECT_EQ(text(address("0.0.0.0", 0xFFFFFFFE)), text(protocol(0x0800)));
     EXPECT_EQ(text(address("0.0.0.1", 0xFFFFFFFE)), "len < 0");
+}
+
+std::string ofPackets(Filter const & filter, unsigned int protocol, std::optional<unsigned int> header = {})
+{
+    return filter->GetPacketExpression(protocol, header);
+}
+
+constexpr unsigned int ip = 0x0800;
+constexpr unsigned int ipv6 = 0x86DD;
+
+TEST(FilterDescription, OfPacketsIsWrittenForThePlaceOfTheirHeader)
+{
+    EXPECT_EQ(ofPackets(address("10.0.0.1", 12), ip), "ip src host 10.0.0.1");
+    EXPECT_EQ(ofPackets(address("10.0.0.1", 12), ip, 4), "ether[16:4] = 0x0a000001");
+    EXPECT_EQ(ofPackets(address6("2001:db8::a", 24), ipv6), "ip6 dst host 2001:db8::a");
+    EXPECT_EQ(ofPackets(address6("::1", 24), ipv6, 0),
+              "(ether[24:4] = 0x00000000 and ether[28:4] = 0x00000000 and ether[32:4] = 0x00000000 and "
+              "ether[36:4] = 0x00000001)");
+    EXPECT_EQ(ofPackets(port(80, CIPPortFilter::ptTCP), ip, 2),
+              "(ether[11] = 6 and (ether[((ether[2] & 0xf) << 2) + 2:2] = 80 or "
+              "ether[((ether[2] & 0xf) << 2) + 4:2] = 80))");
+    EXPECT_EQ(ofPackets(protocol(ip), ip), "ip");
+    EXPECT_EQ(ofPackets(protocol(ip), ip, 2), "len >= 0");
+}
+
+TEST(FilterDescription, OfPacketsSaysOnceWhatPartsOfACompoundAskFor)
+{
+    EXPECT_EQ(ofPackets(all(protocol(ip), subprotocol(6), port(80, CIPPortFilter::ptTCP)), ip, 2),
+              ofPackets(port(80, CIPPortFilter::ptTCP), ip, 2));
+    EXPECT_EQ(ofPackets(all(protocol(ipv6), protocol6(17), port6(53, CIPPortFilter::ptUDP)), ipv6, 4),
+              ofPackets(port6(53, CIPPortFilter::ptUDP), ipv6, 4));
+    EXPECT_EQ(ofPackets(all(subprotocol(6), no(address("10.0.0.1", 16))), ip, 0),
+              "(ether[9] = 6 and not ether[16:4] = 0x0a000001)");
+}
+
+TEST(FilterDescription, OfPacketsIsEmptyWhereOthersPassOrMoreIsAskedFor)
+{
+    EXPECT_EQ(ofPackets(subprotocol(6), ipv6), "") << "which it never passes";
+    EXPECT_EQ(ofPackets(subprotocol(6), 0x0806), "");
+    EXPECT_EQ(ofPackets(all(from(macA), subprotocol(6)), ip), "");
+    EXPECT_EQ(ofPackets(all(vlan(5), protocol6(6)), ipv6), "");
+    EXPECT_EQ(ofPackets(any(subprotocol(6), protocol6(6)), ip), "");
+    EXPECT_EQ(ofPackets(any(subprotocol(6), protocol(0x0806)), ip), "");
+    EXPECT_EQ(ofPackets(all(no(subprotocol(6))), ip), "") << "which passes ARP";
+    EXPECT_EQ(ofPackets(no(subprotocol(6)), ip), "ip proto 6") << "its own `negated` is the host's matter";
+    EXPECT_EQ(ofPackets(described("web", port(80, CIPPortFilter::ptTCP)), ip, 0),
+              ofPackets(port(80, CIPPortFilter::ptTCP), ip, 0));
 }
 
 } // namespace

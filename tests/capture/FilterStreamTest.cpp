@@ -21,6 +21,10 @@ std::vector<Bytes> corpus()
         subprotocol(17),
         port(80, CIPPortFilter::ptTCP),
         address("10.0.0.1", 12),
+        no(address6("2001:db8::1", 24)),
+        protocol6(58),
+        described("web", port6(80, CIPPortFilter::ptTCP)),
+        vlan(4095, CVlanFilter::vtInner),
         all(),
         any(from(macA), described("both", no(all(protocol(0x0800), port(53, CIPPortFilter::ptUDP)))),
             all(address("10.0.0.1", 16), subprotocol(6), any())),
@@ -75,6 +79,26 @@ TEST(FilterStream, PacksTheFilterOfARowOfPorts)
                     "06 00 00 00 00 00 50 00 03 00 00 00 00 00 00 00"));
 }
 
+// Filters that came later have ids behind those of the first.
+TEST(FilterStream, PacksFiltersOfIPv6AndVlans)
+{
+    EXPECT_EQ(packedFilter(*address6("2001:db8::a", 8)),
+              bytes("08 00 00 00 00 00 "                               // IPv6 address, without a description
+                    "20 01 0D B8 00 00 00 00 00 00 00 00 00 00 00 0A " // as on the wire
+                    "08 00 00 00 "                                     // source
+                    "00 00 00 00"));                                   // equal
+    EXPECT_EQ(packedFilter(*no(protocol6(58))), bytes("09 01 00 00 00 00 3A"));
+    EXPECT_EQ(packedFilter(*port6(443, CIPPortFilter::ptUDP)),
+              bytes("0A 00 00 00 00 00 " // IPv6 port
+                    "BB 01 "             // 443
+                    "04 00 00 00 "       // UDP at either end
+                    "00 00 00 00"));     // equal
+    EXPECT_EQ(packedFilter(*vlan(0x123, CVlanFilter::vtInner)),
+              bytes("0B 00 00 00 00 00 " // VLAN
+                    "23 01 "             // 291
+                    "01 00 00 00"));     // of the inner tag
+}
+
 TEST(FilterStream, ReadsWhatWasPackedAndNoByteMore)
 {
     for (Bytes const & stream : corpus()) {
@@ -126,7 +150,7 @@ TEST(FilterStream, RandomFiltersComeBackAsTheyWere)
 TEST(FilterStream, RefusesWhatItDoesNotKnow)
 {
     EXPECT_EQ(unpackRaises(bytes("00 00 00 00 00 00 06")).code, 2) << "kind 0";
-    EXPECT_EQ(unpackRaises(bytes("08 00 00 00 00 00 06")).code, 2) << "kind 8";
+    EXPECT_EQ(unpackRaises(bytes("0C 00 00 00 00 00 06")).code, 2) << "kind 12";
     EXPECT_EQ(unpackRaises(bytes("05 02 00 00 00 00 06")).code, 2) << "flag 2";
     EXPECT_EQ(unpackRaises(bytes("01 00 00 00 00 00 02 00 00 00 00 00 00 00")).code, 2) << "mode 2";
     EXPECT_EQ(unpackRaises(bytes("06 00 00 00 00 00 50 00 05 00 00 00 00 00 00 00")).code, 2) << "type 5";
@@ -135,6 +159,19 @@ TEST(FilterStream, RefusesWhatItDoesNotKnow)
     EXPECT_EQ(unpackRaises(bytes("07 00 00 00 00 00 0A 00 00 01 0C 00 00 00 01 00 00 00")).code, 2)
         << "operation 1";
     EXPECT_EQ(unpackRaises(bytes("05 00 00 00 00 00 06")), nothingRaised);
+}
+
+TEST(FilterStream, RefusesWhatItDoesNotKnowOfIPv6AndVlans)
+{
+    Bytes const address(16);
+    EXPECT_EQ(unpackRaises(bytes("08 00 00 00 00 00") + address + bytes("08 00 00 00 01 00 00 00")).code, 2)
+        << "operation 1";
+    EXPECT_EQ(unpackRaises(bytes("0A 00 00 00 00 00 50 00 05 00 00 00 00 00 00 00")).code, 2) << "type 5";
+    EXPECT_EQ(unpackRaises(bytes("0A 00 00 00 00 00 50 00 03 00 00 00 01 00 00 00")).code, 2)
+        << "operation 1";
+    EXPECT_EQ(unpackRaises(bytes("0B 00 00 00 00 00 00 10 00 00 00 00")).code, 2) << "identifier 4096";
+    EXPECT_EQ(unpackRaises(bytes("0B 00 00 00 00 00 05 00 02 00 00 00")).code, 2) << "tag 2";
+    EXPECT_EQ(unpackRaises(bytes("0B 00 00 00 00 00 FF 0F 01 00 00 00")), nothingRaised);
 }
 
 TEST(FilterStream, RefusesAFilterOfAnotherKind)
@@ -196,7 +233,12 @@ TEST(FilterStream, WhatCouldNotBeReadIsNotPacked)
     refused.push_back(std::make_unique<CIPPortFilter>(80, unknown, eoEqual, "", false));
     refused.push_back(std::make_unique<CIPPortFilter>(80, tcp, strange, "", false));
     refused.push_back(std::make_unique<CIPAddrFilter>(1U, 12U, strange, "", false));
-    for (std::size_t i = 0; i < 3; ++i)
+    refused.push_back(std::make_unique<CIPv6AddrFilter>(CIPv6AddrFilter::CAddress(), 8U, strange, "", false));
+    refused.push_back(std::make_unique<CIPv6PortFilter>(80, unknown, eoEqual, "", false));
+    refused.push_back(std::make_unique<CIPv6PortFilter>(80, tcp, strange, "", false));
+    refused.push_back(vlan(4096));
+    refused.push_back(vlan(5, static_cast<CVlanFilter::eTag>(2)));
+    for (std::size_t i = 0, count = refused.size(); i < count; ++i)
         refused.push_back(any(from(macA), all(to(macA), Filter(refused[i]->Clone()))));
 
     for (Filter const & filter : refused) {

@@ -2,12 +2,11 @@
 #include "ketstats/snapshot/StatSnapshot.h"
 
 #include "tests/support/Traffic.h"
+#include "tests/support/TreeHash.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <functional>
@@ -20,6 +19,8 @@
 
 using namespace KetStats;
 using ktools::CMemoryBuffer;
+using test::takeRows;
+using Hash = test::TreeHash;
 
 // What the pass makes of much traffic, bit for bit, as it was recorded: bytes, update order, ids and births of rows,
 // ledgers. With KETSTATS_WRITE_GOLDEN in the environment the record is written anew.
@@ -28,54 +29,6 @@ namespace {
 
 using Manager = CKetrinStatManager;
 using Counting = std::function<void(Manager &, std::vector<test::Captured> const &)>;
-
-class Hash
-{
-public:
-    void take(void const * data, std::size_t size)
-    {
-        auto const * const bytes = static_cast<unsigned char const *>(data);
-        for (std::size_t i = 0; i < size; ++i)
-            m_value = (m_value ^ bytes[i]) * 0x100000001B3;
-    }
-    void take(unsigned long long number) { take(&number, sizeof number); }
-    void take(CLedger const & ledger)
-    {
-        for (unsigned long long const number :
-             {ledger.rows, ledger.framesTransmitted, ledger.bytesTransmitted, ledger.framesReceived,
-              ledger.bytesReceived})
-            take(number);
-    }
-    void take(CLedgers const & all)
-    {
-        for (CLedger const & ledger :
-             {all.stations, all.protocols, all.macConnections, all.ipConnections, all.arpTable,
-              all.ipSubprotocols, all.tcpPorts, all.udpPorts, all.stationTcpPorts, all.stationUdpPorts})
-            take(ledger);
-    }
-    std::string text() const
-    {
-        char digits[17];
-        std::snprintf(digits, sizeof digits, "%016llx", static_cast<unsigned long long>(m_value));
-        return digits;
-    }
-
-private:
-    std::uint64_t m_value = 0xCBF29CE484222325;
-};
-
-// Takes nothing into its hands that might be changed there, so that what comes is as fast as it can be.
-template <class Table>
-void takeRows(Hash & hash, Table const & rows)
-{
-    CMemoryBuffer packed(4 << 20, true);
-    const_cast<Table &>(rows).packValue(packed, false);
-    hash.take(packed.data, static_cast<std::size_t>(packed.size));
-    for (auto const & row : rows) {
-        hash.take(row.getId());
-        hash.take(rows.birthOf(row.getId()));
-    }
-}
 
 std::string treeHash(CAgentStatistic & tree)
 {
@@ -182,13 +135,15 @@ std::vector<Scene> scenes()
 
 // A line for each stretch of each scene: how many frames, and the hashes of the tree and of its clients. One samples
 // again where nothing was counted, one at times only, and one packs the whole at times.
-std::string record(Counting const & count)
+std::string record(Counting const & count, bool bothTrees = false)
 {
     std::ostringstream text;
     for (Scene const & scene : scenes()) {
         Manager manager(scene.limits);
         for (char const * const group : scene.groups)
             manager.enableStatistic(COid(group));
+        for (int group = 1; bothTrees && group <= 7; ++group)
+            manager.enableStatistic(COid("2." + std::to_string(group)));
         manager.setTCPPortRange(scene.lowPort, scene.highPort);
         manager.setUDPPortRange(scene.lowPort, scene.highPort);
         manager.beginAnalyzing(nullptr);
@@ -285,4 +240,10 @@ TEST(PassGolden, BlocksOfFramesCountTheSame)
                   }
               }),
               golden());
+}
+
+// Whatever the second tree makes of the same frames.
+TEST(PassGolden, FramesCountTheSameInTheFirstTreeBesideTheSecond)
+{
+    EXPECT_EQ(record(countEach, true), golden());
 }

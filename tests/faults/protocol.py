@@ -14,10 +14,11 @@ def encoded(kind, body=b""):
 
 
 def hello(fingerprint, selection=()):
-    body = MAGIC + struct.pack("<H", VERSION) + fingerprint + struct.pack("<H", len(selection))
+    """With the fingerprints of both trees, one behind the other: who says the second is served both."""
+    body = MAGIC + struct.pack("<H", VERSION) + fingerprint[:8] + struct.pack("<H", len(selection))
     for oid in selection:
         body += bytes([len(oid)]) + oid.encode()
-    return encoded(HELLO, body)
+    return encoded(HELLO, body + fingerprint[8:])
 
 
 def received(connection, length):
@@ -37,7 +38,7 @@ def message(connection):
 
 
 def fingerprint(ketmon):
-    """What the statistics of a ketmon are known by, as its console tells a listener."""
+    """What both trees of a ketmon's statistics are known by, as its console tells a listener."""
     with socket.create_server(("127.0.0.1", 0)) as listener:
         listener.settimeout(30)
         console = subprocess.Popen([ketmon, "console", f"127.0.0.1:{listener.getsockname()[1]}"],
@@ -52,7 +53,7 @@ def fingerprint(ketmon):
             console.wait(20)
     if kind != HELLO or body[:6] != MAGIC + struct.pack("<H", VERSION):
         raise RuntimeError(f"{ketmon} speaks another version of the protocol")
-    return body[6:14]
+    return body[6:14] + body[-8:]
 
 
 class Client:

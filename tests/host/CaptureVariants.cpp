@@ -38,7 +38,9 @@ void addClassic(Variants & all, std::endian order)
         2, whole);
     add("another magic", classic({.order = order, .magic = 0xA1B2C3D5}), 0, refused);
     add("a frame check sequence", classic({.order = order, .linkType = 0xF4000001}), 2, whole);
-    add("another link type", classic({.order = order, .linkType = 101}), 0, refused);
+    add("another medium", classic({.order = order, .linkType = 101}), 2, whole);
+    add("another medium, by another number", classic({.order = order, .linkType = 12}), 2, whole);
+    add("another link type", classic({.order = order, .linkType = 105}), 0, refused);
     add("an unknown link type", classic({.order = order, .linkType = 0x00010001}), 0, refused);
     add("no limit", classic({.order = order, .limit = 0}), 2, whole);
     add("a negative limit", classic({.order = order, .limit = 0x80000000}), 2, whole);
@@ -138,10 +140,16 @@ void addBlocks(Variants & all, std::endian order)
     add("another link type first",
         in.section() + in.interface("", 65535, 101) + in.enhanced(stamp, frame) + in.interface() +
             in.enhanced(stamp, frame, 1),
-        0, furtherThanLibpcap);
-    add("another link type", in.section() + in.interface("", 65535, 101) + good, 0, refused);
+        1, furtherThanLibpcap);
+    add("another medium", in.section() + in.interface("", 65535, 101) + good, 1, whole);
+    add("another medium, no frame", in.section() + in.interface("", 65535, 101), 0, whole);
+    add("another medium, then damage", in.section() + in.interface("", 65535, 101) + in.enhanced(1, "", 1), 0,
+        damaged);
+    add("other media", in.section() + in.interface("", 65535, 113) + good + in.interface("", 65535, 101), 1,
+        furtherThanLibpcap);
+    add("another link type", in.section() + in.interface("", 65535, 105) + good, 0, refused);
     add("another link type, twice",
-        in.section() + in.interface("", 65535, 113) + good + in.interface("", 65535, 101), 0, refused);
+        in.section() + in.interface("", 65535, 105) + good + in.interface("", 65535, 127), 0, refused);
     add("a short interface", in.section() + in.block(1, "1234"), 0, refused);
     add("a short interface later", start + good + in.block(1, "1234"), 1, damaged);
     add("bad options later", start + good + in.interface(in.resolution(20)), 1, damaged);

@@ -60,13 +60,13 @@ void sendDatagram(unsigned short port, std::string const & bytes)
     close(handle);
 }
 
-PassingInterface::PassingInterface(std::string const & name)
+PassingInterface::PassingInterface(std::string const & name, Kind kind)
     : m_name(name),
       m_handle(open("/dev/net/tun", O_RDWR | O_CLOEXEC))
 {
     ifreq request{};
     name.copy(request.ifr_name, sizeof request.ifr_name - 1);
-    request.ifr_flags = IFF_TAP | IFF_NO_PI;
+    request.ifr_flags = static_cast<short>((kind == ethernet ? IFF_TAP : IFF_TUN) | IFF_NO_PI);
     if (m_handle >= 0 && ioctl(m_handle, TUNSETIFF, &request) != 0)
         remove();
 }

@@ -12,11 +12,18 @@ bool inOwnNetwork(std::function<void()> const & body);
 // Sends a datagram to that port of the loopback interface.
 void sendDatagram(unsigned short port, std::string const & bytes);
 
-// An Ethernet interface of the kind that goes with the program that made it. It is down.
+// An interface of the kind that goes with the program that made it: of Ethernet, or of packets of IP with
+// nothing in front of them. It is down.
 class PassingInterface
 {
 public:
-    explicit PassingInterface(std::string const & name);
+    enum Kind
+    {
+        ethernet,
+        packets,
+    };
+
+    explicit PassingInterface(std::string const & name, Kind kind = ethernet);
     ~PassingInterface() { remove(); }
     PassingInterface(PassingInterface const &) = delete;
     PassingInterface & operator=(PassingInterface const &) = delete;

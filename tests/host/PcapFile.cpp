@@ -41,13 +41,10 @@ CPcapFile::CPcapFile(std::string const & path) : m_path(path)
             text.erase(0, file.size() + 2);
         throw CFailure(exitBadInput, fmt::format("{}: {}", path, text));
     }
-    int const linkType = pcap_datalink(m_handle.get());
-    if (linkType != DLT_EN10MB) {
-        char const * const name = pcap_datalink_val_to_name(linkType);
-        throw CFailure(exitBadInput,
-                       fmt::format("{}: the link type is {} ({}), and only Ethernet can be counted", path,
-                                   name ? name : "unknown", linkType));
-    }
+    m_linkType = ketmon::usualLinkType(static_cast<std::uint32_t>(pcap_datalink(m_handle.get())));
+    if (!ketmon::isCountable(m_linkType))
+        throw CFailure(exitBadInput, fmt::format("{}: the link type is {}, which can't be counted", path,
+                                                 ketmon::linkTypeText(m_linkType)));
 }
 
 CPcapFile::~CPcapFile() = default;
@@ -67,6 +64,7 @@ bool CPcapFile::next(CCapturedFrame & frame)
     frame.capturedLength = header->caplen;
     frame.length = header->len;
     frame.ticks = ticksOfNanoStamp(header->ts);
+    frame.linkType = m_linkType;
     return true;
 }
 

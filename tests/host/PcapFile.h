@@ -9,12 +9,13 @@ struct pcap;
 
 namespace test {
 
-// A capture file with frames of Ethernet as libpcap reads it, against which the readers of ketmon are held.
+// A capture file with frames that can be counted as libpcap reads it, against which the readers of ketmon are
+// held.
 class CPcapFile : public ketmon::CCaptureSource
 {
 public:
-    // Throws CFailure, exit code 2, for a file that can't be opened, isn't a capture, or has another link
-    // type.
+    // Throws CFailure, exit code 2, for a file that can't be opened, isn't a capture, or has a link type
+    // that can't be counted.
     explicit CPcapFile(std::string const & path);
     ~CPcapFile() override;
 
@@ -32,6 +33,7 @@ private:
     std::string m_path;
     std::uint64_t m_size = 0;
     std::uint64_t m_frames = 0;
+    std::uint32_t m_linkType = 0;
     std::unique_ptr<pcap, CCloser> m_handle;
 };
 

@@ -2,10 +2,10 @@
 """Holds `ketmon read` against the independent count over capture files: the whole tree, `--tree --json`, against
 count.py, and the figures with what every table gave up, `--json`, against figures.py.
 
-    check.py FILE_OR_FOLDER COMMAND...      the capture named, or those in the folder
-    check.py --generate COMMAND...          captures made by generate.py
+    check.py [--trees N] FILE_OR_FOLDER COMMAND...      the capture named, or those in the folder
+    check.py [--trees N] --generate COMMAND...          captures made by generate.py
 
-COMMAND runs ketmon.
+COMMAND runs ketmon, which shows N trees; TREES in counting/command.py unless it is told.
 
 Exit 0 if every file counts alike, 1 if not. A run that compares nothing fails.
 """
@@ -15,6 +15,12 @@ import pathlib
 import subprocess
 import sys
 import tempfile
+from itertools import islice
+
+import compare
+import count
+import figures
+from counting.command import count_file, parse_arguments, trees_told
 
 HERE = pathlib.Path(__file__).resolve().parent
 
@@ -32,6 +38,13 @@ VARIANTS = {
     "flood": [[], ["--enable", "1.6", "--enable", "1.8"]],
 }
 
+# The same where the second tree is shown too.
+VARIANTS_OF_THE_SECOND = {
+    "ipv6-ports": [[], WIDE, ["--tcp-ports", "80-80", "--udp-ports", "1025-65535"]],
+    "ipv6-anything": [[], *[["--enable", f"2.{group}"] for group in range(1, 8)], ["--enable", "1.8"]],
+    "neighbours": [[], ["--enable", "2.5"], ["--enable", "2.6"]],
+}
+
 # How many rows the tables keep. The count has the library's limits unless it is told, ketmon those of its own.
 USUAL = ["--rows", "all=16384"]
 STANDARD = ["--rows", "standard"]
@@ -39,9 +52,6 @@ TIGHT = ["--rows", "all=7", "--rows", "station_tcp_ports=3", "--rows", "station_
 MIXED = ["--rows", "standard", "--rows", "stations=1", "--rows", "ip_traffic=65534", "--rows", "arp=2",
          "--rows", "udp_ports=1", "--rows", "mac_traffic=1000"]
 LIMITS = [(STANDARD, STANDARD), ([], USUAL), (TIGHT, TIGHT), (MIXED, MIXED)]
-
-# A form of ketmon's output, and the program that counts for it.
-FORMS = [(["--tree", "--json"], "count.py"), (["--json"], "figures.py")]
 
 
 def run(command):
@@ -51,18 +61,23 @@ def run(command):
     return result.stdout
 
 
-def differences(ketmon, capture, options, expected_options, folder):
-    counted = folder / "counted.json"
-    expected = folder / "expected.json"
-    for form, program in FORMS:
-        counted.write_text(run([*ketmon, "read", "-q", *form, str(capture), *options]))
-        expected.write_text(run([sys.executable, str(HERE / program), str(capture), *expected_options]))
-        if not json.loads(expected.read_text())["statistics" if program == "count.py" else "tables"]:
+def expectations(capture, trees, options):
+    """What must come out in each of the forms, by the same words."""
+    arguments = parse_arguments(["--trees", str(trees), str(capture), *options])
+    counter, second, stamps = count_file(arguments)
+    # The latter fills the trees in.
+    yield ["--json"], "tables", figures.Document(counter, second, arguments, stamps).whole()
+    yield ["--tree", "--json"], "statistics", count.document(counter, second, arguments, stamps)
+
+
+def differences(ketmon, capture, trees, options, expected_options):
+    for form, held, expected in expectations(capture, trees, expected_options):
+        if not expected[held]:
             raise RuntimeError(f"{capture}: nothing was counted")
-        result = subprocess.run([sys.executable, str(HERE / "compare.py"), str(counted), str(expected)],
-                                capture_output=True, text=True)
-        if result.returncode != 0:
-            return f"{' '.join(form)}\n{result.stdout}{result.stderr}"
+        counted = compare.parsed(run([*ketmon, "read", "-q", *form, str(capture), *options]))
+        found = list(islice(compare.differences("$", counted, compare.parsed(json.dumps(expected))), compare.SHOWN))
+        if found:
+            return "\n".join([" ".join(form), *found])
     return ""
 
 
@@ -73,9 +88,11 @@ def captures(path):
 
 
 def main():
-    if len(sys.argv) < 3:
+    trees, arguments = trees_told(sys.argv[1:])
+    if len(arguments) < 2:
         sys.exit(__doc__)
-    source, *ketmon = sys.argv[1:]
+    source, *ketmon = arguments
+    all_variants = {**VARIANTS, **(VARIANTS_OF_THE_SECOND if trees == 2 else {})}
 
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name)
@@ -85,12 +102,12 @@ def main():
             run([sys.executable, str(HERE / "generate.py"), str(path)])
         compared = failed = 0
         for capture in captures(path):
-            variants = VARIANTS.get(capture.stem, [[]])
+            variants = all_variants.get(capture.stem, [[]])
             # Other limits change nothing of what the options do, so one of these is enough.
             runs = [(options + limits, options + expected) for options in variants[-1:] for limits, expected in LIMITS]
             runs += [(options + STANDARD, options + STANDARD) for options in variants[:-1]]
             for options, expected in runs:
-                found = differences(ketmon, capture, options, expected, folder)
+                found = differences(ketmon, capture, trees, options, expected)
                 compared += 1
                 if found:
                     failed += 1

@@ -64,9 +64,13 @@ def brief(value):
     return json.dumps(value)
 
 
+def parsed(text):
+    return json.loads(text, object_pairs_hook=Members)
+
+
 def load(name):
     with open(name, encoding="utf-8") as file:
-        return json.load(file, object_pairs_hook=Members)
+        return parsed(file.read())
 
 
 def main():

@@ -9,11 +9,14 @@ filter. Every table has what it gave up.
 Exit code 2, with one line on stderr, if FILE can't be read to its end.
 """
 
-import datetime
 import json
 import sys
 
-import count
+from counting.capture_file import CaptureError
+from counting.command import count_file, parse_arguments
+from counting.figures import (RECEIVED, SENT, address, average, both_average, both_ways, given_up, moment, one_way,
+                              part, port_rows)
+from counting.second_figures import SecondTables
 
 ERRORS = ("hardware_overflows", "software_overflows", "crc_errors", "alignment_errors", "single_collisions",
           "multiple_collisions", "deferred", "max_collisions", "receive_overruns", "heartbeat_failures",
@@ -23,66 +26,12 @@ TYPES = (("Broadcast", "broadcast"), ("Multicast", "multicast"), ("Unicast", "un
 SIZES = (("<= 64 B", 0, 64), ("64 - 128 B", 65, 128), ("128 - 256 B", 129, 256), ("256 - 512 B", 257, 512),
          ("512 - 1024 B", 513, 1024), ("> 1024 B", 1025, None))
 
-SENT, SENT_BYTES = "Frames transmitted", "Data transmitted"
-RECEIVED, RECEIVED_BYTES = "Frames received", "Data received"
-
-
-def moment(ticks):
-    if ticks is None:
-        return None
-    seconds, fraction = divmod(ticks, 10**7)
-    whole = datetime.datetime(1970, 1, 1) + datetime.timedelta(seconds=seconds)
-    return "%s.%07dZ" % (whole.isoformat(), fraction)
-
-
-def part(frames, whole):
-    return min(1.0, frames / whole) if whole else None
-
-
-def average(size, frames):
-    return size / frames if frames else None
-
-
-def address(text):
-    """From the text of the tree."""
-    return "0.0.0.0" if text == "[others]" else text.replace("-", ":").lower()
-
-
-def one_way(row, whole, frames=SENT, size=SENT_BYTES):
-    return {"frames": row[frames], "bytes": row[size], "share": part(row[frames], whole),
-            "average_frame_bytes": average(row[size], row[frames]), "rate": None}
-
-
-def both_ways(row):
-    return {"frames_sent": row[SENT], "bytes_sent": row[SENT_BYTES],
-            "frames_received": row[RECEIVED], "bytes_received": row[RECEIVED_BYTES]}
-
-
-def both_average(row):
-    return {"average_frame_bytes": average(row[SENT_BYTES] + row[RECEIVED_BYTES], row[SENT] + row[RECEIVED]),
-            "rate": None}
-
-
-def port_rows(oid, table, name):
-    return [{"oid": "%s.%d" % (oid, row["id"]), "port": int(row[name], 16), **both_ways(row),
-             **both_average(row)} for row in table.rows.values()]
-
-
-def given_up(ledger, ways):
-    figures = {"rows": ledger.rows}
-    columns = ledger.columns
-    if ways:
-        figures["frames"] = columns[SENT] + columns[RECEIVED]
-        figures["bytes"] = columns[SENT_BYTES] + columns[RECEIVED_BYTES]
-    if ways == 2:
-        figures.update(both_ways(columns))
-    return figures
-
 
 class Document:
-    def __init__(self, counter, arguments, stamps):
+    def __init__(self, counter, second, arguments, stamps):
         self.tree = counter.tree
         self.counter = counter
+        self.second = second
         self.arguments = arguments
         self.zero = moment(min(stamps, default=None))
         self.duration = (max(stamps) - min(stamps)) / 1e7 if stamps and max(stamps) > min(stamps) else None
@@ -115,12 +64,19 @@ class Document:
             "capture": {"received": None, "dropped_by_kernel": None, "dropped_by_interface": None},
             "errors": dict.fromkeys(ERRORS),
             "filter": {"filtered": None, "accepted": None, "rejected": None},
+            **self.signals(),
             "tables": self.tables(),
         }
 
+    def signals(self):
+        return {} if self.arguments.trees == 1 else {"signals": self.second_tables().signals()}
+
+    def second_tables(self):
+        return SecondTables(self.second.tree, self.arguments, self.zero, self.frames)
+
     def tables(self):
         tree = self.tree
-        return {
+        first = {
             "frame_types": self.fixed("1.4.1", "Frame types", self.types()),
             "frame_sizes": self.fixed("1.4.2", "Frame sizes", self.sizes()),
             "stations": self.stations(),
@@ -132,6 +88,9 @@ class Document:
             "tcp_ports": self.ports("tcp_ports", "1.11.1", tree["IP ports"]["TCP ports"], "TCP"),
             "udp_ports": self.ports("udp_ports", "1.11.2", tree["IP ports"]["UDP ports"], "UDP"),
         }
+        if self.arguments.trees == 1:
+            return first
+        return {**first, **self.second_tables().tables()}
 
     def counted(self, group):
         """The ARP table always is, and stations bring the MAC traffic along."""
@@ -213,13 +172,13 @@ class Document:
 
 
 def main():
-    arguments = count.parse_arguments()
+    arguments = parse_arguments()
     try:
-        counter, stamps = count.count_file(arguments)
-    except (OSError, count.CaptureError) as error:
+        counter, second, stamps = count_file(arguments)
+    except (OSError, CaptureError) as error:
         print("figures.py: %s: %s" % (arguments.file, error), file=sys.stderr)
         return 2
-    json.dump(Document(counter, arguments, stamps).whole(), sys.stdout)
+    json.dump(Document(counter, second, arguments, stamps).whole(), sys.stdout)
     print()
     return 0
 

@@ -240,6 +240,14 @@ void filters()
     check(port.GetDescription() == "web" && arp.GetDescription() == "ARP", "descriptions that were given");
     check(!icmp.IsSatisfied(&frame) && !host.IsSatisfied(&frame) && to.IsSatisfied(&frame),
           "filters of fields");
+
+    CIPv6AddrFilter const nobody({}, CIPv6AddrFilter::apSource, eoEqual, "", false);
+    CIPv6ProtocolFilter const tcp(6, "", false);
+    CIPv6PortFilter const web(443, CIPPortFilter::ptTCP, eoEqual, "", false);
+    CVlanFilter const vlan(5, CVlanFilter::vtOuter, "", false);
+    check(!nobody.IsSatisfied(&frame) && !tcp.IsSatisfied(&frame) && !web.IsSatisfied(&frame) &&
+              vlan.GetDescription() == "vlan 5",
+          "filters of IPv6 and VLANs");
 }
 
 } // namespace
@@ -255,6 +263,7 @@ int main()
     exceptionThroughTheLibraries();
     classesAtRunTime();
     templates();
+    secondTree();
     std::puts(failures == 0 ? "all checks hold" : "some checks failed");
     return failures == 0 ? 0 : 1;
 }

@@ -941,7 +941,7 @@ TYPED_TEST(HashTableOf, AnswersLikeASearchSlotBySlotInTheSizesOfTheTree)
     for (unsigned int const limit : {200U, 1000U}) {
         SCOPED_TRACE(testing::Message() << "limit " << limit);
         History<TypeParam> history(limit, limit - 1, keyPool<KeyOf<TypeParam>>(limit * 7, limit), limit);
-        history.run(4000);
+        history.run(6000);
         if (this->HasFatalFailure())
             return;
         EXPECT_TRUE(history.freeRanOut());

@@ -834,13 +834,15 @@ template <class Row>
 class Twins
 {
 public:
-    Twins(unsigned int limit, unsigned int seed)
+    // Long keys can be told to crowd in one place of the table's index.
+    Twins(unsigned int limit, unsigned int seed, bool crowded = false)
         : m_table(limit),
           m_model(limit),
           m_limit(limit),
           m_random(seed),
           m_deletions(m_table),
-          m_keys(limit * 2 + 3)
+          m_keys(limit * 2 + 3),
+          m_crowded(crowded)
     {}
 
     // Returns at the first difference, which is a failure then.
@@ -860,7 +862,13 @@ public:
     unsigned int evictions() const { return m_evictions; }
 
 private:
-    KeyOf<Row> keyOf(unsigned int number) const { return keyOfNumber<Row>(number); }
+    KeyOf<Row> keyOf(unsigned int number) const
+    {
+        if constexpr (sizeof(KeyOf<Row>) == 16 || sizeof(KeyOf<Row>) == 32)
+            if (m_crowded)
+                return test::crowdedKey<KeyOf<Row>>(number);
+        return keyOfNumber<Row>(number);
+    }
 
     void turn()
     {
@@ -1010,16 +1018,17 @@ private:
     test::Random m_random;
     Deletions<Row> m_deletions;
     unsigned int m_keys; // numbers from 0; the next one is the summary row's
+    bool m_crowded;
     unsigned int m_evictions = 0;
     CLedger m_givenUp;
 };
 
 template <class Row>
-void behavesLikeItsModel(unsigned int limit, int steps)
+void behavesLikeItsModel(unsigned int limit, int steps, bool crowded = false)
 {
     for (unsigned int seed = 1; seed <= 2; ++seed) {
         SCOPED_TRACE(testing::Message() << "limit " << limit << ", seed " << seed);
-        Twins<Row> twins(limit, seed);
+        Twins<Row> twins(limit, seed, crowded);
         twins.run(steps);
         if (testing::Test::HasFatalFailure())
             return;
@@ -1049,6 +1058,27 @@ TEST_P(HashedContainerOfLimit, OfIPConnectionsBehavesLikeItsModel)
 TEST_P(HashedContainerOfLimit, OfAddressBindingsBehavesLikeItsModel)
 {
     behavesLikeItsModel<CARPStat>(GetParam(), 2500);
+}
+
+TEST_P(HashedContainerOfLimit, OfIPv6ConnectionsBehavesLikeItsModel)
+{
+    behavesLikeItsModel<CIPv6ConnectionStat>(GetParam(), 2000);
+}
+
+TEST_P(HashedContainerOfLimit, OfIPv6NeighboursBehavesLikeItsModel)
+{
+    behavesLikeItsModel<CNeighbourStat>(GetParam(), 2000);
+}
+
+TEST_P(HashedContainerOfLimit, OfVlansBehavesLikeItsModel)
+{
+    behavesLikeItsModel<COuterVlanStat>(GetParam(), 1500);
+}
+
+TEST_P(HashedContainerOfLimit, OfLongKeysThatCollideBehavesLikeItsModel)
+{
+    behavesLikeItsModel<CIPv6ConnectionStat>(GetParam(), 1200, true);
+    behavesLikeItsModel<CNeighbourStat>(GetParam(), 1200, true);
 }
 
 INSTANTIATE_TEST_SUITE_P(Rows, HashedContainerOfLimit, testing::Values(2U, 3U, 5U, 17U, 200U),

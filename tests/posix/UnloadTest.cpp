@@ -151,10 +151,10 @@ void libraryOutlivesTheModule(char const * modulePath, char const * libraryPath)
         if (!module)
             return;
         call(module, unloading::useAndTakeOut, report);
-        EXPECT(report.formatsDeleted == 6);
+        EXPECT(report.formatsDeleted == 7);
         EXPECT(dlclose(module) == 0);
         EXPECT(!isLoaded(modulePath));
-        EXPECT(report.formatsDeleted == 6);
+        EXPECT(report.formatsDeleted == 7);
         EXPECT(isLoaded("libketstats"));
     }
     EXPECT(library && dlclose(library) == 0);

@@ -34,8 +34,8 @@ public:
 };
 
 CStatFormatContainerBase * const * const customLists[] = {
-    &CustomIntegerFormats, &CustomDoubleFormats, &CustomMACFormats,
-    &CustomIPFormats,      &CustomStringFormats, &CustomProtocolIdFormats,
+    &CustomIntegerFormats, &CustomDoubleFormats,     &CustomMACFormats,  &CustomIPFormats,
+    &CustomStringFormats,  &CustomProtocolIdFormats, &CustomIPv6Formats,
 };
 
 void nothingWasFetchedAtLoad()
@@ -69,6 +69,8 @@ void listsWork()
     EXPECT((*StandardDoubleFormats)[6].formatValue(0.0, nullptr) == "0.00 E");
     EXPECT((*StandardMACFormats)[0].formatValue(CMACAddr(), nullptr) == "00-00-00-00-00-00");
     EXPECT((*StandardIPFormats)[0].formatValue(0x0100007FLL, nullptr) == "127.0.0.1");
+    CIPv6Address const loopback({0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1});
+    EXPECT((*StandardIPv6Formats)[0].formatValue(loopback.bytes.data(), 16, nullptr) == "::1");
     EXPECT((*StandardStringFormats)[0].formatValue(std::string("text"), nullptr) == "text");
     EXPECT((*StandardProtocolIdFormats)[1].formatValue(6LL, nullptr) == "TCP");
     EXPECT((*StandardProtocolIdFormats)[2].formatValue(103LL, nullptr) == "0x67");
@@ -93,10 +95,12 @@ unsigned int describe(CStatDescription const & description)
 void treeWorks()
 {
     EXPECT(describe(CAgentStatistic::groupDescription()) > 50);
+    EXPECT(describe(CExtendedStatistic::groupDescription()) > 50);
 
     static unsigned char const captured[60] = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 2, 0, 0, 0, 0, 1, 8, 6};
     CKetrinStatManager manager;
-    for (char const * const group : {"1.1", "1.2", "1.3", "1.4", "1.5", "1.6", "1.7", "1.8", "1.9"})
+    for (char const * const group : {"1.1", "1.2", "1.3", "1.4", "1.5", "1.6", "1.7", "1.8", "1.9", "2.1",
+                                     "2.2", "2.3", "2.4", "2.5", "2.6", "2.7"})
         manager.enableStatistic(group);
     manager.beginAnalyzing(nullptr);
     CNetworkFrame frame;
@@ -124,6 +128,8 @@ void tellTheOrderOfTeardown()
     tell(&CAgentStatistic::groupDescription());
     tell(CAgentStatistic::groupDescription().subStatDescription(0));
     tell(&CStringResources::instance());
+    tell(CustomIPv6Formats);
+    tell(StandardIPv6Formats);
     for (CStatFormatContainerBase const * const list :
          {CustomProtocolIdFormats, CustomStringFormats, CustomIPFormats, CustomMACFormats,
           CustomDoubleFormats, CustomIntegerFormats})

@@ -73,6 +73,11 @@ std::string shapeOf(CFilter const & filter)
         return "bytes " + hexString(reinterpret_cast<unsigned char const *>(&address.address), 4) + " at " +
                std::to_string(address.position) + " operation " + std::to_string(address.operation);
     }
+    case fiIPv6Address:
+    case fiIPv6Protocol:
+    case fiIPv6Port:
+    case fiVlan:
+        break; // no row of this tree
     }
     return "unknown";
 }

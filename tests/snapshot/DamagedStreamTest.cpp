@@ -46,10 +46,11 @@ protected:
             ASSERT_EQ(fuzz::checkUnpack({stream.data(), length}), "") << "cut at " << length;
     }
 
-    void changeEverywhere(test::Bytes const & stream)
+    void changeEverywhere(test::Bytes const & stream) { changeEverywhere(stream, 0, stream.size()); }
+    void changeEverywhere(test::Bytes const & stream, std::size_t from, std::size_t to)
     {
         test::Bytes damaged = stream;
-        for (std::size_t at = 0; at < stream.size(); ++at) {
+        for (std::size_t at = from; at < to; ++at) {
             for (int const change : {0x01, 0x02, 0x80, 0xFF}) {
                 damaged[at] = static_cast<unsigned char>(stream[at] ^ change);
                 ASSERT_EQ(fuzz::checkUnpack(damaged), "")
@@ -100,7 +101,19 @@ TEST_F(DamagedStream, AnyByteOfChangesCanBeWrong)
 
 TEST_F(DamagedStream, AnyByteOfRowsInEveryTableCanBeWrong)
 {
-    changeEverywhere(fuzz::CUnpacking().valid());
+    fuzz::CUnpacking const unpacking;
+    changeEverywhere(unpacking.valid(), 0, unpacking.firstSize());
+}
+
+TEST_F(DamagedStream, AnyByteOfRowsInEveryTableOfTheSecondTreeCanBeWrong)
+{
+    fuzz::CUnpacking const unpacking;
+    changeEverywhere(unpacking.valid(), unpacking.firstSize(), unpacking.valid().size());
+}
+
+TEST_F(DamagedStream, CutRowsOfBothTreesAreRefusedAndHarmless)
+{
+    cutEverywhere(fuzz::CUnpacking().valid());
 }
 
 TEST_F(DamagedStream, NoiseIsHarmless)

@@ -281,7 +281,7 @@ TEST(Selection, RemovingTheTreeLeavesNothingToPack)
 
 TEST(Selection, RefusesIdentifiersThatLeadNowhere)
 {
-    for (char const * const oid : {"2", "0", "1.0", "1.12", "1.49", "1.4.3", "1.4.1.5", "1.1.2.1", "2.4"}) {
+    for (char const * const oid : {"3", "0", "1.0", "1.12", "1.49", "1.4.3", "1.4.1.5", "1.1.2.1", "3.4"}) {
         CStatSnapshot snapshot;
         EXPECT_EQ(raisedBySelection([&] { snapshot.addOid(oid); }), test::noSuchStatistic) << oid;
     }
@@ -290,8 +290,8 @@ TEST(Selection, RefusesIdentifiersThatLeadNowhere)
 TEST(Selection, RefusedIdentifierSetsNoFlag)
 {
     CStatSnapshot snapshot;
-    EXPECT_EQ(raisedBySelection([&] { snapshot.addOid("2.4"); }), test::noSuchStatistic);
-    snapshot.removeOid("2");
+    EXPECT_EQ(raisedBySelection([&] { snapshot.addOid("3.4"); }), test::noSuchStatistic);
+    snapshot.removeOid("3");
     snapshot.addOid("1.1.1");
     EXPECT_EQ(sampledGroups(snapshot), Groups{});
 }

@@ -756,10 +756,11 @@ TEST(Unpack, RefusesWhatIsNoSnapshot)
     CStatSnapshot receiver;
     EXPECT_EQ(read(receiver, bytes("00 00 00")), test::noSnapshot);
     EXPECT_EQ(read(receiver, bytes("00 00 00 00")), test::noSnapshot);
-    EXPECT_EQ(read(receiver, bytes("02 00")), test::noSnapshot);
+    EXPECT_EQ(read(receiver, bytes("03 00")), test::noSnapshot);
     EXPECT_EQ(read(receiver, bytes("00 01 00 00")), test::noSnapshot);
     EXPECT_EQ(read(receiver, bytes("01")), test::bytesEnded);
     EXPECT_EQ(read(receiver, bytes("01 00")), test::bytesEnded);
+    EXPECT_EQ(read(receiver, bytes("02 00")), test::bytesEnded);
 }
 
 TEST(Unpack, RefusesIdsOutOfOrderAndKeepsWhatCameBefore)

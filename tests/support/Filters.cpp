@@ -1,6 +1,6 @@
 #include "tests/support/Filters.h"
 
-#include "tests/support/Frames.h"
+#include "tests/support/IPv6Frames.h"
 
 #include <algorithm>
 
@@ -54,6 +54,26 @@ Filter address(char const * text, unsigned int position)
     return std::make_unique<CIPAddrFilter>(ip(text), position, eoEqual, "", false);
 }
 
+Filter address6(char const * text, unsigned int position)
+{
+    return std::make_unique<CIPv6AddrFilter>(ipv6(text).bytes, position, eoEqual, "", false);
+}
+
+Filter protocol6(unsigned int number)
+{
+    return std::make_unique<CIPv6ProtocolFilter>(static_cast<unsigned char>(number), "", false);
+}
+
+Filter port6(unsigned int number, CIPPortFilter::ePortType type)
+{
+    return std::make_unique<CIPv6PortFilter>(static_cast<unsigned short>(number), type, eoEqual, "", false);
+}
+
+Filter vlan(unsigned int identifier, CVlanFilter::eTag tag)
+{
+    return std::make_unique<CVlanFilter>(static_cast<unsigned short>(identifier), tag, "", false);
+}
+
 Filter no(Filter filter)
 {
     filter->negated = !filter->negated;
@@ -97,7 +117,8 @@ Bytes RandomTraffic::frame()
     Bytes data = ethernet(oneOf({macA, macB, macC, broadcastMac}), oneOf({macA, macB, macC}), 0);
     data.resize(12);
     for (unsigned int tags = oneOf({0U, 0U, 0U, 1U, 1U, 2U, 2U, 3U}); tags > 0; --tags)
-        data = data + word(oneOf({0x8100U, 0x88A8U, 0x9100U})) + word(below(0x10000));
+        data = data + word(oneOf({0x8100U, 0x88A8U, 0x9100U})) +
+               word(below(16) << 12 | oneOf({0U, 5U, 5U, 4095U, below(4096)}));
     data = data + network();
     if (below(3) == 0)
         data.resize(below(static_cast<unsigned int>(data.size()) + 1));
@@ -107,7 +128,7 @@ Bytes RandomTraffic::frame()
 Bytes RandomTraffic::network()
 {
     unsigned int const length = oneOf({0U, 46U, 0x05DCU, 0x05FFU});
-    switch (below(8)) {
+    switch (below(12)) {
     case 0: // raw IPX, or nearly
         return word(length) + bytes("FF") + bytes(oneOf({"FF", "FF", "03"})) +
                bytes("00 22 00 11 E0 E0 03 00");
@@ -120,7 +141,13 @@ Bytes RandomTraffic::network()
                ipPacket();
     case 3: // SNAP with IP
         return word(length) + bytes("AA AA 03 00 00 00 08 00") + ipPacket();
-    case 4: // Ethernet II of another protocol
+    case 4: // SNAP with IPv6
+        return word(length) + bytes("AA AA 03 00 00 00 86 DD") + ipv6Packet();
+    case 5:
+    case 6:
+    case 7:
+        return word(0x86DD) + ipv6Packet();
+    case 8: // Ethernet II of another protocol
         return word(oneOf({0x0600U, 0x0806U, 0x86DDU, 0x8137U, 0x88B5U})) + ipPacket();
     default:
         return word(0x0800) + ipPacket();
@@ -145,8 +172,49 @@ Bytes RandomTraffic::ipPacket()
     return packet;
 }
 
+// Up to four extension headers of any kind, of lengths that their kind may have or not, in fragments too.
+Bytes RandomTraffic::ipv6Packet()
+{
+    Bytes payload;
+    unsigned int number = oneOf({6U, 6U, 17U, 17U, 58U, 59U});
+    for (unsigned int headers = oneOf({0U, 0U, 1U, 1U, 2U, 2U, 3U, 4U}); headers > 0; --headers) {
+        unsigned int const kind = oneOf({0U, 43U, 44U, 44U, 51U, 60U, 135U});
+        unsigned int const units = below(4);
+        Bytes header(kind == 44 ? 8 : kind == 51 ? 8 + 4 * units : 8 + 8 * units);
+        header[0] = static_cast<unsigned char>(number);
+        header[1] = static_cast<unsigned char>(units);
+        header[3] = static_cast<unsigned char>(oneOf({0U, 1U, 8U, 9U}));
+        number = kind;
+        payload = header + payload;
+    }
+    return test::ipv6Packet({"", oneOf({"2001:db8::1", "2001:db8::2", "::"})},
+                            {"", oneOf({"2001:db8::1", "2001:db8::2", "::"})}, number,
+                            payload + word(oneOf({0U, 80U, 53U})) + word(oneOf({0U, 80U, 53U})) + Bytes(8));
+}
+
+// Of what the second tree counts.
+Filter RandomTraffic::extendedField()
+{
+    switch (below(8)) {
+    case 0:
+        return vlan(oneOf({0U, 5U, 4095U}), CVlanFilter::vtInner);
+    case 1:
+        return vlan(oneOf({0U, 5U, 4095U}));
+    case 2:
+    case 3:
+        return address6(oneOf({"2001:db8::1", "2001:db8::2", "::"}),
+                        oneOf({8U, 24U, 24U, 8U, 30U, 40U, 0x80000000U, 0xFFFFFFFEU}));
+    case 4:
+        return port6(oneOf({0U, 53U, 80U}), static_cast<CIPPortFilter::ePortType>(below(5)));
+    default:
+        return protocol6(oneOf({6U, 6U, 17U, 58U, 0U, 44U, 60U}));
+    }
+}
+
 Filter RandomTraffic::field()
 {
+    if (below(4) == 0)
+        return extendedField();
     switch (below(8)) {
     case 0:
         return from(oneOf({macA, macB}));

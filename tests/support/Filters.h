@@ -1,6 +1,8 @@
 #pragma once
 
 #include "ketstats/capture/FieldFilters.h"
+#include "ketstats/capture/IPv6Filters.h"
+#include "ketstats/capture/VlanFilter.h"
 
 #include "tests/support/Bytes.h"
 
@@ -22,6 +24,11 @@ Filter subprotocol(unsigned int number);
 Filter port(unsigned int number, CIPPortFilter::ePortType type);
 // Dotted, at a position of the IP header.
 Filter address(char const * ip, unsigned int position);
+// The like of IPv6.
+Filter address6(char const * ip, unsigned int position);
+Filter protocol6(unsigned int number);
+Filter port6(unsigned int number, CIPPortFilter::ePortType type);
+Filter vlan(unsigned int identifier, CVlanFilter::eTag tag = CVlanFilter::vtOuter);
 
 template <class... Filters>
 Filter compound(CCompoundFilter::eMode mode, Filters... filters)
@@ -81,7 +88,9 @@ private:
     }
     Bytes network();
     Bytes ipPacket();
+    Bytes ipv6Packet();
     Filter field();
+    Filter extendedField();
 
     std::mt19937 m_engine;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ketstats/extended/ExtendedStatistic.h"
 #include "ketstats/model/HashedContainerStatImpl.h"
 #include "ketstats/schema/AgentStatistic.h"
 
@@ -60,6 +61,24 @@ K keyNumber(unsigned int number)
     for (std::size_t i = 0; i < content.size(); ++i)
         content[i] = static_cast<unsigned char>(number >> i % 4 * 8);
     return keyFrom<K>(content);
+}
+
+// The key number `number` of those of 16 or 32 bytes that an index of this process keeps in one place, whatever it is. They
+// differ in their last two words alone.
+template <class K>
+K crowdedKey(unsigned int number)
+{
+    constexpr std::size_t words = sizeof(K) / 8;
+    static_assert(words == 2 || words == 4);
+    KetStats::CIndexFactors const & factors = KetStats::indexFactors();
+    // A factor of nothing makes nothing of the other one.
+    std::uint64_t key[words] = {};
+    for (std::size_t i = 0; i < words; i += 2) {
+        key[i] = factors[i];
+        key[i + 1] = (number + 1) * 0x9E3779B97F4A7C15 + i;
+    }
+    auto const * const content = reinterpret_cast<unsigned char const *>(key);
+    return keyFrom<K>(Bytes(content, content + sizeof key));
 }
 
 // Finds room where the key says: see place().
@@ -351,9 +370,12 @@ inline Raised unpack(KetStats::CBaseStat & stat, Bytes const & stream)
 }
 
 // Every kind of row there is in the tree.
-using RowKinds = testing::Types<KetStats::CStationStat, KetStats::CProtocolStat, KetStats::CGenProtoStat<0>,
-                                KetStats::CTcpPortStat, KetStats::CUdpPortStat, KetStats::CMACConnectionStat,
-                                KetStats::CIPConnectionStat, KetStats::CARPStat>;
+using RowKinds =
+    testing::Types<KetStats::CStationStat, KetStats::CProtocolStat, KetStats::CGenProtoStat<0>,
+                   KetStats::CTcpPortStat, KetStats::CUdpPortStat, KetStats::CMACConnectionStat,
+                   KetStats::CIPConnectionStat, KetStats::CARPStat, KetStats::CIPv6ConnectionStat,
+                   KetStats::CIPv6ProtoStat, KetStats::CIPv6TcpPortStat, KetStats::COuterVlanStat,
+                   KetStats::CNeighbourStat>;
 
 struct RowKindNames
 {
@@ -361,14 +383,19 @@ struct RowKindNames
     static std::string GetName(int)
     {
         using namespace KetStats;
-        return std::is_same_v<Row, CStationStat>         ? "Stations"
-               : std::is_same_v<Row, CProtocolStat>      ? "Protocols"
-               : std::is_same_v<Row, CGenProtoStat<0>>   ? "IPSubprotocols"
-               : std::is_same_v<Row, CTcpPortStat>       ? "TCPPorts"
-               : std::is_same_v<Row, CUdpPortStat>       ? "UDPPorts"
-               : std::is_same_v<Row, CMACConnectionStat> ? "MACConnections"
-               : std::is_same_v<Row, CIPConnectionStat>  ? "IPConnections"
-                                                         : "ARP";
+        return std::is_same_v<Row, CStationStat>          ? "Stations"
+               : std::is_same_v<Row, CProtocolStat>       ? "Protocols"
+               : std::is_same_v<Row, CGenProtoStat<0>>    ? "IPSubprotocols"
+               : std::is_same_v<Row, CTcpPortStat>        ? "TCPPorts"
+               : std::is_same_v<Row, CUdpPortStat>        ? "UDPPorts"
+               : std::is_same_v<Row, CMACConnectionStat>  ? "MACConnections"
+               : std::is_same_v<Row, CIPConnectionStat>   ? "IPConnections"
+               : std::is_same_v<Row, CARPStat>            ? "ARP"
+               : std::is_same_v<Row, CIPv6ConnectionStat> ? "IPv6Connections"
+               : std::is_same_v<Row, CIPv6ProtoStat>      ? "IPv6Protocols"
+               : std::is_same_v<Row, CIPv6TcpPortStat>    ? "IPv6TCPPorts"
+               : std::is_same_v<Row, COuterVlanStat>      ? "VLANs"
+                                                          : "Neighbours";
     }
 };
 

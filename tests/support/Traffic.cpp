@@ -1,11 +1,11 @@
 #include "tests/support/Traffic.h"
 
+#include "tests/support/Dice.h"
 #include "tests/support/Frames.h"
 
 #include <cstring>
 #include <fstream>
 #include <iterator>
-#include <random>
 #include <stdexcept>
 
 namespace test {
@@ -18,19 +18,6 @@ std::uint32_t wordAt(Bytes const & bytes, std::size_t offset)
     std::memcpy(&word, &bytes.at(offset), sizeof word);
     return word;
 }
-
-// The distributions of the standard library are each library's own; remainders are the same everywhere.
-class Dice
-{
-public:
-    explicit Dice(std::uint64_t seed) : m_engine(seed) {}
-
-    unsigned int below(unsigned int bound) { return static_cast<unsigned int>(m_engine() % bound); }
-    bool oneIn(unsigned int chances) { return below(chances) == 0; }
-
-private:
-    std::mt19937_64 m_engine;
-};
 
 Host anybody(Dice & dice, unsigned int stations)
 {

@@ -64,6 +64,13 @@ TEST(StandardFormats, AddressesAndStringsHaveOne)
     EXPECT_TRUE(isA<CStringFormat>((*StandardStringFormats)[0]));
 }
 
+TEST(StandardFormats, AddressesOfIPv6ReadAsTheirTextOrTheirBytes)
+{
+    ASSERT_EQ(StandardIPv6Formats->size(), 2U);
+    EXPECT_TRUE(isA<CIPv6AddressFormat>((*StandardIPv6Formats)[0]));
+    EXPECT_TRUE(isA<CIPv6AddressBytesFormat>((*StandardIPv6Formats)[1]));
+}
+
 TEST(StandardFormats, ProtocolIdsReadInHexadecimalOrByName)
 {
     ASSERT_EQ(StandardProtocolIdFormats->size(), 3U);
@@ -78,12 +85,14 @@ TEST(StandardFormats, ListsHaveAClassOfTheirOwnAndAKind)
     EXPECT_EQ(typeid(*StandardDoubleFormats), typeid(CStandardDoubleFormats));
     EXPECT_EQ(typeid(*StandardMACFormats), typeid(CStandardMACFormats));
     EXPECT_EQ(typeid(*StandardIPFormats), typeid(CStandardIPFormats));
+    EXPECT_EQ(typeid(*StandardIPv6Formats), typeid(CStandardIPv6Formats));
     EXPECT_EQ(typeid(*StandardStringFormats), typeid(CStandardStringFormats));
     EXPECT_EQ(typeid(*StandardProtocolIdFormats), typeid(CStandardProtocolIdFormats));
     EXPECT_EQ(StandardIntegerFormats->getValueType(), Base::vtInteger);
     EXPECT_EQ(StandardDoubleFormats->getValueType(), Base::vtDouble);
     EXPECT_EQ(StandardMACFormats->getValueType(), Base::vtMAC);
     EXPECT_EQ(StandardIPFormats->getValueType(), Base::vtIP);
+    EXPECT_EQ(StandardIPv6Formats->getValueType(), Base::vtIPv6);
     EXPECT_EQ(StandardStringFormats->getValueType(), Base::vtString);
     EXPECT_EQ(StandardProtocolIdFormats->getValueType(), Base::vtInteger);
 }
@@ -104,6 +113,7 @@ TEST(CustomFormats, AreEmptyListsOfEachKind)
         {CustomIntegerFormats, Base::vtInteger}, {CustomDoubleFormats, Base::vtDouble},
         {CustomMACFormats, Base::vtMAC},         {CustomIPFormats, Base::vtIP},
         {CustomStringFormats, Base::vtString},   {CustomProtocolIdFormats, Base::vtInteger},
+        {CustomIPv6Formats, Base::vtIPv6},
     };
 
     for (auto const & one : expected) {

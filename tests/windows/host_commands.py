@@ -17,6 +17,8 @@ import unittest
 CAPTURES = pathlib.Path(sys.argv[1])
 COMMAND = sys.argv[2:]
 MIXED = str(CAPTURES / "internet-mixed.pcap")
+IPV6 = str(CAPTURES / "ipv6-tunnels.pcap")
+COOKED = str(CAPTURES / "media" / "linux-sll.pcap")
 PATIENCE = 120
 
 
@@ -24,10 +26,15 @@ def ketmon(*arguments):
     return subprocess.run([*COMMAND, *arguments], capture_output=True, text=True, timeout=PATIENCE, check=False)
 
 
-def statistics(*arguments):
+def trees(*arguments):
     run = ketmon(*arguments, "--tree", "--json")
     assert run.returncode == 0, run.stderr
-    return json.loads(run.stdout)["statistics"]
+    document = json.loads(run.stdout)
+    return document["statistics"], document["extended"]
+
+
+def statistics(*arguments):
+    return trees(*arguments)[0]
 
 
 def timeless(node):
@@ -79,9 +86,11 @@ class Host(unittest.TestCase):
         self.assertRegex(run.stdout, r"\n1\.8 IP traffic \(the busiest 20 of 121\)\n")
 
     def test_saved_snapshots_show_what_was_read(self):
-        saved = self.path("snapshot")
-        expected = statistics("read", MIXED, "--save-snapshot", saved)
-        self.assertEqual(statistics("show", saved), expected)
+        for number, capture in enumerate((MIXED, IPV6)):
+            with self.subTest(capture):
+                saved = self.path(f"snapshot{number}")
+                expected = trees("read", capture, "--save-snapshot", saved)
+                self.assertEqual(trees("show", saved), expected)
 
     def test_deltas_show_what_was_read(self):
         saved = self.path("delta")
@@ -102,13 +111,44 @@ class Host(unittest.TestCase):
         self.assertEqual(written["Global statistics"]["Global transmitted frames"], row["Frames transmitted"])
         self.assertEqual(written["Global statistics"]["Global transmitted data"], row["Data transmitted"])
 
+    def test_a_row_of_the_second_tree_has_its_filter_and_frames(self):
+        row = trees("read", IPV6)[1]["IPv6 traffic"][0]
+        output = self.path("row.pcap")
+        run = ketmon("filter", IPV6, f"2.1.{row['id']}", "--frames", "--write", output)
+        self.assertEqual(run.returncode, 0, run.stderr)
+        expression, frames = run.stdout.splitlines()
+        self.assertIn(f"ip6 src host {row['Source']} and ip6 dst host {row['Destination']}", expression)
+        self.assertEqual(int(frames), row["Frames transmitted"])
+        written = trees("read", output)[1]["IPv6 traffic"]
+        self.assertEqual([(each["Source"], each["Frames transmitted"]) for each in written],
+                         [(row["Source"], row["Frames transmitted"])])
+
+    def test_frames_of_another_medium_are_read_filtered_and_written(self):
+        row = statistics("read", COOKED)["IP traffic"][0]
+        output = self.path("row.pcap")
+        run = ketmon("filter", COOKED, f"1.8.{row['id']}", "--frames", "--write", output)
+        self.assertEqual(run.returncode, 0, run.stderr)
+        self.assertEqual(int(run.stdout.splitlines()[-1]), row["Frames transmitted"])
+        written = ketmon("read", output, "--json")
+        self.assertEqual(written.returncode, 0, written.stderr)
+        report = json.loads(written.stdout)
+        self.assertEqual(report["source"]["link_type"], "linux_sll")
+        self.assertEqual(report["totals"]["frames"], row["Frames transmitted"])
+
     def test_the_schema_is_told(self):
         self.assertEqual(json.loads(ketmon("schema", "--json").stdout)["name"], "Agent statistics")
-        self.assertIn("1.5.*.7.*.5", ketmon("schema").stdout)
+        schema = ketmon("schema").stdout
+        self.assertIn("1.5.*.7.*.5", schema)
+        self.assertIn("2.4.1.*.3", schema)
 
     def test_a_console_sees_what_an_agent_replays(self):
+        for capture, frames in ((MIXED, 4709), (IPV6, 631)):
+            with self.subTest(capture):
+                self.console_sees(capture, frames)
+
+    def console_sees(self, capture, frames):
         agent = subprocess.Popen(
-            [*COMMAND, "agent", "-r", MIXED, "--pace", "0", "--consoles", "1", "--interval", "0.1",
+            [*COMMAND, "agent", "-r", capture, "--pace", "0", "--consoles", "1", "--interval", "0.1",
              "--listen", "127.0.0.1:0"],
             stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
         try:
@@ -121,8 +161,10 @@ class Host(unittest.TestCase):
         self.assertEqual(console.returncode, 0, console.stderr)
         self.assertEqual(agent.returncode, 0, errors)
         last = json.loads(console.stdout.splitlines()[-1])
-        self.assertEqual(last["ended"], 4709)
-        self.assertEqual(timeless(last["statistics"]), timeless(statistics("read", MIXED)))
+        self.assertEqual(last["ended"], frames)
+        first, second = trees("read", capture)
+        self.assertEqual(timeless(last["statistics"]), timeless(first))
+        self.assertEqual(timeless(last["extended"]), timeless(second))
 
     def test_what_is_not_there_says_so(self):
         self.refused(ketmon("agent", "-i", "eth0"), "can't capture on this system")

@@ -66,6 +66,22 @@ bool CInterfaceState::isUp(std::string const & name) const
     return (flags(name) & IFF_UP) != 0;
 }
 
+std::optional<unsigned int> CInterfaceState::index(std::string const & name) const
+{
+    ifreq request = requestFor(name);
+    if (ioctl(m_socket, SIOCGIFINDEX, &request) != 0)
+        return {};
+    return static_cast<unsigned int>(request.ifr_ifindex);
+}
+
+std::optional<unsigned int> CInterfaceState::hardware(std::string const & name) const
+{
+    ifreq request = requestFor(name);
+    if (ioctl(m_socket, SIOCGIFHWADDR, &request) != 0)
+        return {};
+    return request.ifr_hwaddr.sa_family;
+}
+
 bool CInterfaceState::askDriver(std::string const & name, void * question) const
 {
     ifreq request = requestFor(name);

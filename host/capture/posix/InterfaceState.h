@@ -23,6 +23,9 @@ public:
     // Flags such as IFF_UP; none set if there is no such interface.
     unsigned int flags(std::string const & name) const;
     bool isUp(std::string const & name) const;
+    // Number and kind of hardware (ARPHRD_ETHER ...); nothing if there is no such interface.
+    std::optional<unsigned int> index(std::string const & name) const;
+    std::optional<unsigned int> hardware(std::string const & name) const;
 
     // Answers of the driver's; nothing where it has none.
     std::optional<std::uint32_t> driverValue(std::string const & name, std::uint32_t command) const;

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
 #include <map>
 #include <memory>
 
@@ -37,22 +38,44 @@ std::string macText(sockaddr_ll const & link)
                : "";
 }
 
-// An entry of the list tells one address of an interface, of the link or of IP.
+// Interfaces whose frames are packets of IP, for tunnels of all kinds.
+bool isOfIP(unsigned int hardware)
+{
+    constexpr unsigned int rawIP = 519; // this and the next the C library has no names for
+    constexpr unsigned int greOverIPv6 = 823;
+    constexpr unsigned int kinds[] = {ARPHRD_NONE,    rawIP,      ARPHRD_PPP,   ARPHRD_TUNNEL,
+                                      ARPHRD_TUNNEL6, ARPHRD_SIT, ARPHRD_IPGRE, greOverIPv6};
+    return std::find(std::begin(kinds), std::end(kinds), hardware) != std::end(kinds);
+}
+
+void takeLink(ifaddrs const & entry, unsigned int index, unsigned int hardware, CInterface & interface,
+              CInterfaceState const & state)
+{
+    interface.name = entry.ifa_name;
+    interface.index = index;
+    interface.up = (entry.ifa_flags & IFF_UP) != 0;
+    interface.running = (entry.ifa_flags & IFF_RUNNING) != 0;
+    interface.loopback = (entry.ifa_flags & IFF_LOOPBACK) != 0;
+    interface.ethernet = hardware == ARPHRD_ETHER || hardware == ARPHRD_LOOPBACK;
+    interface.countable = interface.ethernet || isOfIP(hardware);
+    interface.bitsPerSecond = state.bitsPerSecond(interface.name);
+    interface.driver = state.driver(interface.name);
+}
+
+// An entry of the list tells one address of an interface, of the link or of IP; that of a link may have none.
 void take(ifaddrs const & entry, CInterface & interface, CInterfaceState const & state)
 {
-    if (!entry.ifa_addr)
+    if (!entry.ifa_addr) {
+        std::optional<unsigned int> const index = state.index(entry.ifa_name);
+        std::optional<unsigned int> const hardware = state.hardware(entry.ifa_name);
+        if (index && hardware)
+            takeLink(entry, *index, *hardware, interface, state);
         return;
+    }
     switch (entry.ifa_addr->sa_family) {
     case AF_PACKET: {
         auto const & link = *reinterpret_cast<sockaddr_ll const *>(entry.ifa_addr);
-        interface.name = entry.ifa_name;
-        interface.index = static_cast<unsigned int>(link.sll_ifindex);
-        interface.up = (entry.ifa_flags & IFF_UP) != 0;
-        interface.running = (entry.ifa_flags & IFF_RUNNING) != 0;
-        interface.loopback = (entry.ifa_flags & IFF_LOOPBACK) != 0;
-        interface.ethernet = link.sll_hatype == ARPHRD_ETHER || link.sll_hatype == ARPHRD_LOOPBACK;
-        interface.bitsPerSecond = state.bitsPerSecond(interface.name);
-        interface.driver = state.driver(interface.name);
+        takeLink(entry, static_cast<unsigned int>(link.sll_ifindex), link.sll_hatype, interface, state);
         if (!interface.loopback)
             interface.mac = macText(link);
         break;

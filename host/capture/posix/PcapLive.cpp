@@ -60,13 +60,10 @@ CPcapLive::CPcapLive(CLiveOptions const & options, CInterfaceCounters & counters
     if (!m_handle)
         throw CFailure(exitFailure, fmt::format("{}: {}", m_interface, message));
     activate(options);
-    int const linkType = pcap_datalink(m_handle.get());
-    if (linkType != DLT_EN10MB) {
-        char const * const name = pcap_datalink_val_to_name(linkType);
-        throw CFailure(exitFailure,
-                       fmt::format("{}: the link type is {} ({}), and only Ethernet can be counted",
-                                   m_interface, name ? name : "unknown", linkType));
-    }
+    m_linkType = usualLinkType(static_cast<std::uint32_t>(pcap_datalink(m_handle.get())));
+    if (!isCountable(m_linkType))
+        throw CFailure(exitFailure, fmt::format("{}: the link type is {}, which can't be counted",
+                                                m_interface, linkTypeText(m_linkType)));
     setFilter(options.filter);
     if (pcap_setnonblock(m_handle.get(), 1, message) != 0)
         throw CFailure(exitFailure, fmt::format("{}: {}", m_interface, message));
@@ -129,11 +126,13 @@ void CPcapLive::setFilter(std::string const & filter)
 class CPcapLive::CBatch
 {
 public:
-    CBatch(pcap * handle, std::vector<unsigned char> & room, unsigned int longest, CFrameBlock & block)
+    CBatch(pcap * handle, std::vector<unsigned char> & room, unsigned int longest, std::uint32_t linkType,
+           CFrameBlock & block)
         : m_handle(handle),
           m_free(room.data()),
           m_end(room.data() + room.size()),
           m_longest(longest),
+          m_linkType(linkType),
           m_block(block)
     {}
 
@@ -147,7 +146,7 @@ private:
     {
         unsigned int const captured = std::min(header.caplen, m_longest);
         std::memcpy(m_free, data, captured);
-        m_block.add({m_free, captured, header.len, ticksOfNanoStamp(header.ts)});
+        m_block.add({m_free, captured, header.len, ticksOfNanoStamp(header.ts), m_linkType});
         m_free += captured;
         if (m_end - m_free < static_cast<std::ptrdiff_t>(m_longest))
             pcap_breakloop(m_handle);
@@ -157,6 +156,7 @@ private:
     unsigned char * m_free;
     unsigned char * m_end;
     unsigned int m_longest;
+    std::uint32_t m_linkType;
     CFrameBlock & m_block;
 };
 
@@ -174,7 +174,7 @@ void CPcapLive::nextBlock(CFrameBlock & block)
 {
     block.clear();
     while (!m_interrupt.raised()) {
-        CBatch batch(m_handle.get(), m_bytes, m_longest, block);
+        CBatch batch(m_handle.get(), m_bytes, m_longest, m_linkType, block);
         int const result = pcap_dispatch(m_handle.get(), static_cast<int>(block.most()), &CBatch::take,
                                          reinterpret_cast<unsigned char *>(&batch));
         // What came before it failed is counted first.
@@ -225,6 +225,14 @@ void CPcapLive::lookNowAndThen()
 void CPcapLive::look()
 {
     m_lastLook = std::chrono::steady_clock::now();
+    // A capture of all interfaces is bound to none.
+    if (m_index != 0)
+        lookAtInterface();
+    tellCounters();
+}
+
+void CPcapLive::lookAtInterface()
+{
     std::string const name = m_state.nameOf(m_index);
     if (name.empty())
         throw CInterfaceGone(fmt::format("{}: the interface is gone", m_interface));
@@ -240,7 +248,6 @@ void CPcapLive::look()
         else
             m_log.warn(name + ": is down; the capture goes on when it is up again");
     }
-    tellCounters();
 }
 
 // The counters of libpcap may only be asked on the thread that reads frames. What the interface dropped isn't

@@ -27,7 +27,8 @@ public:
     explicit CInterfaceNotReady(std::string const & message) : CFailure(exitFailure, message) {}
 };
 
-// The frames that pass a network interface, as they pass. All but `stop` belongs to one thread.
+// The frames that pass a network interface, or "any" of them, as they pass. All but `stop` belongs to one
+// thread.
 //
 // It holds on to the interface by its number: that stays when the interface goes down and comes up again, which
 // the log is told, and when it gets another name.
@@ -35,10 +36,10 @@ class CPcapLive : public CCaptureSource
 {
 public:
     // `counters`, which must live longer, is told on the thread of `next` what the capture has received and
-    // lost, and of another name, a few times a second while frames flow and none do; so is `log` of what becomes of
-    // the interface. Throws CFailure: exit code
-    // 1 for an interface that can't be captured on or isn't Ethernet, which is a CInterfaceNotReady if it isn't
-    // there or is down, 2 for a filter that is none.
+    // lost, and of another name, a few times a second while frames flow and none do; so is `log` of what
+    // becomes of the interface. Throws CFailure: exit code 1 for an interface that can't be captured on or
+    // whose frames can't be counted, which is a CInterfaceNotReady if it isn't there or is down, 2 for a
+    // filter that is none.
     CPcapLive(CLiveOptions const & options, CInterfaceCounters & counters, CLog & log);
     ~CPcapLive() override;
 
@@ -49,6 +50,7 @@ public:
     // call of either.
     void nextBlock(CFrameBlock & block) override;
     void stop() override { m_interrupt.raise(); }
+    std::optional<std::uint32_t> linkType() const override { return m_linkType; }
 
 private:
     struct CCloser
@@ -66,10 +68,12 @@ private:
     void wait();
     void lookNowAndThen();
     void look();
+    void lookAtInterface();
     void tellCounters();
 
-    std::string m_interface; // its name by now
-    unsigned int m_index = 0;
+    std::string m_interface;  // its name by now
+    unsigned int m_index = 0; // 0 for all of them
+    std::uint32_t m_linkType = linktype::ethernet;
     bool m_up = true;
     unsigned int m_failures = 0; // one behind the other
     CInterfaceCounters & m_counters;

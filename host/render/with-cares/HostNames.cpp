@@ -82,14 +82,16 @@ private:
 
     void ask(std::string const & address)
     {
-        in_addr bits{};
-        if (inet_pton(AF_INET, address.c_str(), &bits) != 1)
+        // Of either family.
+        in6_addr bits{};
+        bool const is4 = inet_pton(AF_INET, address.c_str(), &bits) == 1;
+        if (!is4 && inet_pton(AF_INET6, address.c_str(), &bits) != 1)
             return;
         ++m_open;
         // Owned by its answer, of which each question gets exactly one.
         auto * const question = new CQuestion{*this, address};
         ares_gethostbyaddr(
-            m_channel.get(), &bits, sizeof bits, AF_INET,
+            m_channel.get(), &bits, is4 ? sizeof(in_addr) : sizeof bits, is4 ? AF_INET : AF_INET6,
             [](void * context, int status, int, hostent * host) {
                 std::unique_ptr<CQuestion> const answered(static_cast<CQuestion *>(context));
                 --answered->lookups.m_open;

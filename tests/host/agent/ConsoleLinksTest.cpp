@@ -101,12 +101,10 @@ protected:
 
     unsigned int samples = 0; // and one for each console
     asio::io_context io;
-    KetStats::CAgentStatistic m_shape;
     KetStats::CKetrinStatManager m_manager;
     CLog log{LogLevel::error};
     CAgentWelcome m_welcome{m_manager, 1000ms, {}};
     CLinkContext context{m_manager,
-                         m_shape,
                          [this] { return m_welcome.now(); },
                          std::size_t{1} << 30,
                          [this] {

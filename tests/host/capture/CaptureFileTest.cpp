@@ -2,6 +2,7 @@
 
 #include "fuzz/InputFile.h"
 #include "fuzz/ReadCaptureCheck.h"
+#include "host/capture/FrameBlock.h"
 #include "host/support/ByteInput.h"
 #include "tests/host/CaptureBuilder.h"
 #include "tests/host/CaptureVariants.h"
@@ -151,14 +152,13 @@ TEST(CaptureFile, InterfacesCountTimeInUnitsOfTheirOwn)
 
 TEST(CaptureFile, RefusalsNameTheFileAndTheReason)
 {
-    TemporaryFile const raw(ClassicBuilder{.linkType = 101}.header());
+    TemporaryFile const radio(ClassicBuilder{.linkType = 127}.header());
     TemporaryFile const odd(ClassicBuilder{.linkType = 4711}.header());
     TemporaryFile const text("This is no capture file, and long enough for the header of one.\n");
 
-    EXPECT_EQ(refusal(raw.path()),
-              raw.path() + ": the link type is RAW (101), and only Ethernet can be counted");
-    EXPECT_EQ(refusal(odd.path()),
-              odd.path() + ": the link type is unknown (4711), and only Ethernet can be counted");
+    EXPECT_EQ(refusal(radio.path()),
+              radio.path() + ": the link type is IEEE802_11_RADIO (127), which can't be counted");
+    EXPECT_EQ(refusal(odd.path()), odd.path() + ": the link type is unknown (4711), which can't be counted");
     EXPECT_EQ(refusal(text.path()), text.path() + ": unknown file format");
     EXPECT_EQ(refusal("/no/such/file"), "/no/such/file: No such file or directory");
     EXPECT_EQ(refusal(KETSTATS_CAPTURES), KETSTATS_CAPTURES ": is a directory");
@@ -192,19 +192,42 @@ std::string framesIn(std::string const & path, ketmon::CSourceFaults * faults = 
     return frames;
 }
 
-TEST(CaptureFile, FramesOfOtherLinkTypesAreLeftOutAndTold)
+TEST(CaptureFile, FramesOfOtherMediaThanEthernetAreLeftOutAndTold)
 {
     BlockBuilder const in;
-    TemporaryFile const file(in.section() + in.interface("", 65535, 113) + in.enhanced(1, "cooked", 0) +
-                             in.interface() + in.enhanced(2, "one", 1) + in.interface("", 65535, 127) +
-                             in.enhanced(3, "radio", 2) + in.enhanced(4, "cooked", 0) +
-                             in.simple(6, "simple") + in.enhanced(5, "two", 1));
+    TemporaryFile const file(in.section() + in.interface("", 65535, 113) + in.interface() +
+                             in.enhanced(1, "cooked", 0) + in.enhanced(2, "one", 1) +
+                             in.interface("", 65535, 127) + in.enhanced(3, "radio", 2) +
+                             in.enhanced(4, "cooked", 0) + in.simple(6, "simple") + in.enhanced(5, "two", 1));
     ketmon::CSourceFaults faults;
 
     EXPECT_EQ(framesIn(file.path(), &faults), "one two ");
 
     EXPECT_THAT(faults.leftOut, ElementsAre(std::pair(113U, 3U), std::pair(127U, 1U)));
     EXPECT_THAT(faults.damage, testing::IsEmpty());
+}
+
+// Nobody knows of an interface that is described behind the first frame.
+TEST(CaptureFile, WithoutEthernetInFrontAllOtherMediaAreRead)
+{
+    BlockBuilder const in;
+    TemporaryFile const file(in.section() + in.interface("", 65535, 127) + in.interface("", 65535, 113) +
+                             in.enhanced(1, "radio", 0) + in.interface("", 65535, 14) +
+                             in.enhanced(2, "cooked", 1) + in.enhanced(3, "raw", 2) +
+                             in.enhanced(4, "raw", 2) + in.interface() + in.enhanced(5, "Ethernet", 3) +
+                             in.enhanced(6, "cooked", 1));
+    ketmon::CSourceFaults faults;
+
+    EXPECT_EQ(framesIn(file.path(), &faults), "cooked raw raw cooked ");
+    EXPECT_THAT(faults.leftOut, ElementsAre(std::pair(1U, 1U), std::pair(127U, 1U)));
+
+    auto const source = ketmon::openCaptureFile(file.path());
+    EXPECT_EQ(source->linkType(), 113U);
+    ketmon::CFrameBlock block;
+    std::vector<std::pair<std::uint32_t, std::size_t>> blocks;
+    for (source->nextBlock(block); block.size() > 0; source->nextBlock(block))
+        blocks.emplace_back(block.linkType(), block.size());
+    EXPECT_THAT(blocks, ElementsAre(std::pair(113U, 1U), std::pair(101U, 2U), std::pair(113U, 1U)));
 }
 
 TEST(CaptureFile, EachInterfaceHasALimitOfItsOwn)
@@ -231,14 +254,14 @@ TEST(CaptureFile, ASectionOfTooManyInterfacesIsDamaged)
     EXPECT_THAT(reading.failure, HasSubstr("more than 65536 interfaces"));
 }
 
-TEST(CaptureFile, WithoutAnInterfaceOfEthernetItIsRefused)
+TEST(CaptureFile, WithoutAnInterfaceThatCanBeCountedItIsRefused)
 {
     BlockBuilder const in;
-    TemporaryFile const file(in.section() + in.interface("", 65535, 113) + in.enhanced(1, "cooked") +
-                             in.interface("", 65535, 101));
+    TemporaryFile const file(in.section() + in.interface("", 65535, 105) + in.enhanced(1, "radio") +
+                             in.interface("", 65535, 127));
 
     EXPECT_EQ(refusal(file.path()),
-              file.path() + ": the link type is LINUX_SLL (113), and only Ethernet can be counted");
+              file.path() + ": the link type is IEEE802_11 (105), which can't be counted");
 }
 
 // A file that grows is one that somebody still writes to; what there is of its last record may be any part.

@@ -99,8 +99,8 @@ TEST(CaptureFiles, OneAloneIsReadUpToItsDamage)
 TEST(CaptureFiles, WhatIsLeftOutIsAddedUpOnce)
 {
     BlockBuilder const block;
-    std::string const bytes = block.section() + block.interface("", 65535, 113) +
-                              block.enhanced(1, "cooked") + block.interface() + block.enhanced(2, "one", 1) +
+    std::string const bytes = block.section() + block.interface("", 65535, 113) + block.interface() +
+                              block.enhanced(1, "cooked") + block.enhanced(2, "one", 1) +
                               block.enhanced(3, "cooked");
     TemporaryFile const one(bytes);
     TemporaryFile const other(bytes);
@@ -168,6 +168,26 @@ TEST(CaptureFiles, WithNothingToReadItIsRefused)
     EXPECT_THAT(refusal({"/no/such/file", KETSTATS_CAPTURES}),
                 testing::AllOf(HasSubstr("/no/such/file: "), HasSubstr("is a directory")));
     EXPECT_EQ(refusal({"-", "a", "-"}), "-: the standard input can be read only once");
+}
+
+TEST(CaptureFiles, OfDifferentMediaOnlyThoseAreReadThatAreOneFamily)
+{
+    auto const file = [](std::uint32_t linkType, std::string const & records) {
+        return ClassicBuilder{.linkType = linkType}.header() + records;
+    };
+    TemporaryFile const cooked(file(113, record(1, "c1") + record(4, "c4")));
+    TemporaryFile const raw(file(101, record(2, "r2") + record(5, "r5")));
+    TemporaryFile const ethernet(file(1, record(3, "e3") + record(6, "e6") + record(7, "e7")));
+
+    CCaptureFiles others({cooked.path(), raw.path()});
+    EXPECT_EQ(others.linkType(), 113U);
+    EXPECT_EQ(rest(others), "c1 r2 c4 r5 ");
+    EXPECT_THAT(others.faults().leftOut, IsEmpty());
+
+    CCaptureFiles all({cooked.path(), ethernet.path(), raw.path()});
+    EXPECT_EQ(all.linkType(), 1U);
+    EXPECT_EQ(rest(all), "e3 e6 e7 ");
+    EXPECT_THAT(all.faults().leftOut, ElementsAre(std::pair(101U, 2U), std::pair(113U, 2U)));
 }
 
 } // namespace

@@ -1,11 +1,11 @@
 #include "host/capture/LoadedCapture.h"
 
+#include "tests/host/ExtensionChains.h"
+#include "tests/host/LibpcapProgram.h"
 #include "tests/support/Filters.h"
-#include "tests/support/Frames.h"
+#include "tests/support/IPv6Frames.h"
 
 #include <gtest/gtest.h>
-
-#include <pcap/pcap.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -17,48 +17,7 @@ using namespace test;
 
 namespace {
 
-// Whether libpcap's optimiser has its way. It makes another expression of some that have a "not" around
-// others.
-enum class Optimiser
-{
-    off,
-    on,
-};
-
-// An expression compiled by libpcap.
-class Program
-{
-public:
-    explicit Program(std::string const & expression, Optimiser optimiser = Optimiser::on)
-    {
-        std::unique_ptr<pcap_t, void (*)(pcap_t *)> const handle(pcap_open_dead(DLT_EN10MB, 1 << 18),
-                                                                 &pcap_close);
-        bpf_program program{};
-        if (pcap_compile(handle.get(), &program, expression.c_str(), optimiser == Optimiser::on,
-                         PCAP_NETMASK_UNKNOWN) == 0)
-            m_program = program;
-        else if (std::string const error = pcap_geterr(handle.get());
-                 error != "expression rejects all packets")
-            ADD_FAILURE() << error << ": " << expression;
-    }
-    ~Program()
-    {
-        if (m_program)
-            pcap_freecode(&*m_program);
-    }
-    Program(Program const &) = delete;
-    Program & operator=(Program const &) = delete;
-
-    bool passes(Bytes const & frame) const
-    {
-        pcap_pkthdr header{};
-        header.caplen = header.len = static_cast<bpf_u_int32>(frame.size());
-        return m_program && pcap_offline_filter(&*m_program, &header, frame.data()) != 0;
-    }
-
-private:
-    std::optional<bpf_program> m_program; // none for an expression that no frame satisfies
-};
+using Program = LibpcapProgram;
 
 // The frame with all that a filter can read behind its end: zeros, as filters read them.
 Bytes padded(Bytes frame)
@@ -77,14 +36,30 @@ unsigned int tagsOf(Bytes const & frame)
     }
 }
 
+// Where the header of IPv6 begins, if the frame has one.
+std::optional<unsigned int> ipv6Of(CBoundedBytes frame, unsigned int tags)
+{
+    unsigned int const type = 12 + 4 * tags;
+    if (frame.word(type) == 0x86DD)
+        return type + 2;
+    bool const isSNAP = frame.word(type) < 0x600 && frame.word(type + 2) == 0xAAAA && frame[type + 4] == 0x03;
+    return isSNAP && frame.word(type + 8) == 0x86DD ? std::optional(type + 10) : std::nullopt;
+}
+
 // The frame as an expression sees it. Where the two languages differ this is another frame, one of a protocol
-// that nobody asks for: it has more than two tags.
+// that nobody asks for: it has more than two tags, or more than two extension headers.
 Bytes asLibpcapSees(Bytes frame)
 {
-    if (tagsOf(frame) <= 2)
-        return padded(frame);
-    frame.resize(12);
-    return frame + bytes("77 77");
+    unsigned int const tags = tagsOf(frame);
+    CBoundedBytes const bytes(frame.data(), static_cast<unsigned int>(frame.size()));
+    if (tags > 2) {
+        frame.resize(12 + 2 * 4);
+        return frame + test::bytes("77 77");
+    }
+    auto const network = ipv6Of(bytes, tags);
+    if (network && *network + 6 < frame.size() && extensionHeadersOf(bytes.from(*network)) > 2)
+        frame[*network + 6] = 253;
+    return frame;
 }
 
 // Compares the verdicts on frames, cut ones too, and counts how many passed.
@@ -99,14 +74,23 @@ public:
 
     void hold(Bytes const & frame)
     {
-        bool const expected = passes(m_filter, asLibpcapSees(frame));
+        holdWhole(frame);
+        // libpcap passes no frame of which it would have to read a byte that is missing, and never passes one
+        // for that reason.
+        EXPECT_LE(m_program.passes(frame), passes(m_filter, asLibpcapSees(frame)))
+            << m_expression << "\n"
+            << testing::PrintToString(frame) << "\n"
+            << testing::PrintToString(packedFilter(*m_filter));
+    }
+
+    // Nothing is cut off, or as if zeros had been.
+    void holdWhole(Bytes const & frame)
+    {
+        bool const expected = passes(m_filter, asLibpcapSees(padded(frame)));
         EXPECT_EQ(m_program.passes(padded(frame)), expected)
             << m_expression << "\n"
             << testing::PrintToString(frame) << "\n"
             << testing::PrintToString(packedFilter(*m_filter));
-        // libpcap passes no frame of which it would have to read a byte that is missing, and never passes one
-        // for that reason.
-        EXPECT_LE(m_program.passes(frame), expected) << m_expression << "\n" << testing::PrintToString(frame);
         (expected ? m_passed : m_rejected) += 1;
     }
 
@@ -269,6 +253,107 @@ TEST(FilterExpression, SelectsIPInSNAPHeaders)
             EXPECT_FALSE(Program(filter->GetDescription()).passes(frame)) << filter->GetDescription();
         }
     }
+}
+
+// Of no header up to one more than an expression looks behind.
+TEST(FilterExpression, SelectsWhatStandsBehindExtensionHeaders)
+{
+    std::vector<Bytes> frames;
+    for (unsigned int headers = 0; headers <= 3; ++headers)
+        for (Bytes const & packet : chainsOf(headers))
+            frames.push_back(ethernet(macB, macA, 0x86DD) + packet);
+    ASSERT_GT(frames.size(), 400U);
+
+    for (Optimiser const optimiser : {Optimiser::off, Optimiser::on})
+        for (Filter const & filter : filtersOfIPv6()) {
+            Comparison comparison(Filter(filter->Clone()), optimiser);
+            for (Bytes const & frame : frames)
+                comparison.holdWhole(frame);
+            if (HasFailure())
+                return;
+        }
+}
+
+// At every length, behind every number of tags, in SNAP headers too.
+TEST(FilterExpression, SelectsWhatStandsBehindExtensionHeadersOfCutFrames)
+{
+    std::vector<Bytes> frames;
+    for (unsigned int headers = 0; headers <= 2; ++headers) {
+        std::vector<Bytes> const chains = chainsOf(headers);
+        for (std::size_t i = 0; i < chains.size(); i += headers == 2 ? 7 : 3)
+            for (bool inSNAP : {false, true}) {
+                Bytes frame = ethernet(macB, macA, 0x86DD) + chains[i];
+                if (inSNAP)
+                    frame = snap(frame);
+                for (unsigned int tags = 0; tags < i % 4; ++tags)
+                    frame = tagged(frame, 5);
+                frames.push_back(frame);
+            }
+    }
+    for (Filter const & filter : filtersOfIPv6()) {
+        Comparison comparison(Filter(filter->Clone()), Optimiser::off);
+        for (Bytes const & frame : frames)
+            for (std::size_t length = 0; length <= frame.size(); ++length)
+                comparison.hold({frame.begin(), frame.begin() + static_cast<std::ptrdiff_t>(length)});
+        if (HasFailure())
+            return;
+    }
+}
+
+TEST(FilterExpression, SelectsVlansOfFramesWithAnyNumberOfTags)
+{
+    std::vector<Bytes> frames{tcpFrame(hostA, hostB, 80, 1025)};
+    for (unsigned int tags = 0; tags < 4; ++tags)
+        for (std::size_t i = 0, count = frames.size(); i < count; ++i)
+            for (unsigned int tag : {5U, 0xE005U, 0U, 0x0FFFU})
+                frames.push_back(tagged(frames[i], tag, i % 3 == 0 ? 0x8100 : i % 3 == 1 ? 0x88A8 : 0x9100));
+
+    for (unsigned int identifier : {0U, 5U, 7U, 4095U})
+        for (CVlanFilter::eTag tag : {CVlanFilter::vtOuter, CVlanFilter::vtInner})
+            for (bool isPart : {false, true}) {
+                Filter one = vlan(identifier, tag);
+                if (isPart)
+                    one = all(std::move(one), subprotocol(6));
+                Comparison same(Filter(one->Clone()));
+                Comparison opposite(no(std::move(one)));
+                for (Bytes const & frame : frames) {
+                    same.hold(frame);
+                    opposite.hold(frame);
+                }
+                EXPECT_EQ(same.passed() > 0, identifier != 7);
+                EXPECT_GT(opposite.passed(), 0U);
+            }
+}
+
+// How many instructions libpcap makes of an expression.
+unsigned int instructionsOf(std::string const & expression)
+{
+    return Program(expression).size();
+}
+
+// The kernel takes 4,096 instructions.
+TEST(FilterExpression, OfRowsOfIPv6IsShortEnoughForTheKernel)
+{
+    constexpr unsigned int most = 4096;
+    auto const ofRow = [](Filter filter) { return all(protocol(0x86DD), std::move(filter)); };
+    EXPECT_LT(instructionsOf(ofRow(all(protocol6(6), port6(443, CIPPortFilter::ptTCP)))->GetDescription()),
+              most / 2);
+    EXPECT_LT(instructionsOf(ofRow(protocol6(6))->GetDescription()), most / 4);
+    EXPECT_LT(instructionsOf(ofRow(all(protocol6(58), any(from(macA), to(macA))))->GetDescription()),
+              most / 4);
+}
+
+TEST(FilterExpression, DiffersBehindMoreThanTwoExtensionHeaders)
+{
+    Bytes const chain = extension(60) + extension(60) + extension(6) + tcpHeader(80, 1025);
+    Bytes const frame = ipv6Frame(v6A, v6B, 60, chain);
+
+    EXPECT_TRUE(passes(protocol6(6), frame));
+    EXPECT_FALSE(Program(protocol6(6)->GetDescription()).passes(frame));
+    EXPECT_FALSE(passes(no(protocol6(6)), frame));
+    EXPECT_TRUE(Program(no(protocol6(6))->GetDescription()).passes(frame));
+    EXPECT_TRUE(passes(port6(80, CIPPortFilter::ptTCP), frame));
+    EXPECT_FALSE(Program(port6(80, CIPPortFilter::ptTCP)->GetDescription()).passes(frame));
 }
 
 TEST(FilterExpression, DiffersBehindMoreThanTwoTags)

@@ -96,6 +96,17 @@ TEST(FilterCommand, TellsOnHowManyFramesTheExpressionDecidesOtherwise)
     EXPECT_EQ(agreed.errors, "");
 }
 
+TEST(FilterCommand, TakesRowsOfIPv6)
+{
+    std::string const services = "ipv6-services.pcap";
+    for (char const * const oid : {"2.1.1", "2.2.1", "2.3.2.1"}) {
+        CPrinted const printed = filter(services, oid);
+
+        EXPECT_GT(printed.frames, 0) << oid;
+        EXPECT_EQ(accepted(services, printed.expression)["Accepted frames"], printed.frames) << oid;
+    }
+}
+
 TEST(FilterCommand, TakesAColumnForItsRow)
 {
     CPrinted const row = filter(mixed, "1.6.1");

@@ -20,6 +20,8 @@ void collect(ordered_json const & place, std::map<std::string, ordered_json> & p
     if (place.contains("below"))
         for (ordered_json const & child : place["below"])
             collect(child, places);
+    if (place.contains("extended"))
+        collect(place["extended"], places);
 }
 
 std::map<std::string, ordered_json> places()
@@ -44,7 +46,8 @@ TEST(SchemaCommand, JsonHasEveryDescriptionOnce)
 {
     auto const all = places();
 
-    EXPECT_EQ(all.size(), countBelow(CAgentStatistic::groupDescription()));
+    EXPECT_EQ(all.size(), countBelow(CAgentStatistic::groupDescription()) +
+                              countBelow(CExtendedStatistic::groupDescription()));
     EXPECT_EQ(all.at("1")["name"], "Agent statistics");
     EXPECT_EQ(all.at("1.5.*.7.*.5")["name"], "Frames received");
 }
@@ -61,6 +64,7 @@ TEST(SchemaCommand, JsonTellsKindUnitAndFormats)
     EXPECT_EQ(all.at("1.5.*.9")["kind"], "text");
     EXPECT_EQ(all.at("1.6.*.1")["kind"], "protocol id");
     EXPECT_EQ(all.at("1.8.*.1")["kind"], "IP address");
+    EXPECT_EQ(all.at("2.1.*.1")["kind"], "IPv6 address");
     ordered_json const & data = all.at("1.1.2");
     EXPECT_EQ(data["kind"], "integer");
     EXPECT_EQ(data["unit"], (ordered_json{{"one", "byte"}, {"many", "bytes"}, {"short", "B"}}));
@@ -78,7 +82,8 @@ TEST(SchemaCommand, TextHasALineForEach)
 
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_EQ(std::count(outcome.output.begin(), outcome.output.end(), '\n'),
-              1 + static_cast<long>(countBelow(CAgentStatistic::groupDescription())));
+              1 + static_cast<long>(countBelow(CAgentStatistic::groupDescription()) +
+                                    countBelow(CExtendedStatistic::groupDescription())));
     EXPECT_THAT(outcome.output, ContainsRegex("\n1.1.2 +Global transmitted data +integer +bytes \\(B\\) +"
                                               "Integer value, K, M, G, T, P, E\n"));
 }

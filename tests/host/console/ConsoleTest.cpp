@@ -307,6 +307,36 @@ TEST(Console, ShowsARefusalEscapedAndShort)
 }
 
 // An agent that was replaced by one of another version, to which no try more would lead.
+// As an agent says that reads a hello to the end of the selection, and knows no more.
+std::string unknownRest()
+{
+    return encoded(MessageType::refusal, CRefusal{"a message is too long", true}.body());
+}
+
+TEST(Console, AsksAnAgentOfBeforeForTheFirstTree)
+{
+    RawAgent agent({unknownRest(), welcomed() + sample(MessageType::full, 1)});
+    test::Outcome const outcome = test::ketmon({"console", agent.address(), "--json", "--count", "1"});
+
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.errors;
+    ordered_json const told = ordered_json::parse(outcome.output);
+    EXPECT_EQ(told["sample"], 1);
+    EXPECT_TRUE(told["tables"]["ipv6_traffic"]["rows"].is_null());
+    CHello plain;
+    plain.fingerprint = schemaFingerprint();
+    plain.selection = {"1"};
+    EXPECT_THAT(agent.heard(), HasSubstr(encoded(MessageType::hello, plain.body())));
+}
+
+TEST(Console, TellsThatAnAgentOfBeforeLacksWhatIsAskedFor)
+{
+    RawAgent const agent({unknownRest()});
+    test::Outcome const outcome = test::ketmon({"console", agent.address(), "--json", "--select", "vlans"});
+
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.errors, HasSubstr("refused: a message is too long"));
+}
+
 TEST(Console, EndsAtARefusalThatLasts)
 {
     std::string const served = welcomed() + sample(MessageType::full, 1);

@@ -19,9 +19,9 @@ Bytes fragment(unsigned char high, unsigned char low)
     return frame;
 }
 
-CFrameView viewOf(CNetworkFrame const & frame)
+ketmon::CCapturedFrame viewOf(CNetworkFrame const & frame)
 {
-    return {frame.GetData(), frame.GetCapturedLength(), static_cast<unsigned int>(frame.GetLength())};
+    return {frame.GetData(), frame.GetCapturedLength(), static_cast<unsigned int>(frame.GetLength()), 0};
 }
 
 ketmon::COddFigures oddities(CNetworkFrame const & frame)
@@ -104,6 +104,29 @@ TEST(FrameOddities, TellsFramesWithoutAHeaderAndTheLongest)
     EXPECT_EQ(all.figures().headless, 1U);
     EXPECT_EQ(all.figures().longest, 2004U) << "with the check sequence";
     EXPECT_EQ(CFrameOddities().figures().longest, std::nullopt) << "of no frame";
+}
+
+TEST(FrameOddities, OfOtherMediaAreByTheirOwnHeaders)
+{
+    Bytes const ethernet = fragment(0x20, 0x00);
+    Bytes packet(ethernet.begin() + 14, ethernet.end());
+    packet.resize(4000);
+    auto const of = [&](Bytes const & bytes, std::uint32_t linkType) {
+        CFrameOddities all;
+        all.count({bytes.data(), static_cast<unsigned int>(bytes.size()),
+                   static_cast<unsigned int>(bytes.size()), 0, linkType});
+        return all.figures();
+    };
+
+    ketmon::COddFigures const raw = of(packet, ketmon::linktype::raw);
+    EXPECT_EQ(raw.fragments, 1U);
+    EXPECT_EQ(raw.overlong, std::nullopt) << "nothing is usual";
+    EXPECT_EQ(raw.longest, 4000U) << "there is no frame check sequence";
+    EXPECT_EQ(raw.headless, 0U);
+
+    EXPECT_EQ(of(bytes("02 00 00 00") + packet, ketmon::linktype::null).fragments, 1U);
+    EXPECT_EQ(of(Bytes(15), ketmon::linktype::linuxSll).headless, 1U);
+    EXPECT_EQ(of(Bytes(16), ketmon::linktype::linuxSll).headless, 0U);
 }
 
 } // namespace

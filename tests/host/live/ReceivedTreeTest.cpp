@@ -15,8 +15,7 @@ namespace {
 
 CSelection all()
 {
-    CAgentStatistic shape;
-    return {{}, shape};
+    return CSelection({}, false);
 }
 
 CWelcome welcomeWith(CTableLimits const & limits = {})
@@ -121,11 +120,10 @@ TEST(ReceivedTree, StartsAnewWithAFullSample)
 
 TEST(ReceivedTree, KnowsOnlyWhatIsSelectedAndCounted)
 {
-    CAgentStatistic shape;
     CWelcome welcome = welcomeWith();
     welcome.groups[6] = false;
     Sender sender;
-    CReceivedTree received(welcome, CSelection({"1.5", "1.6"}, shape), "here:1");
+    CReceivedTree received(welcome, CSelection({"1.5", "1.6"}), "here:1");
 
     received.take(sender.message(MessageType::full));
 

@@ -59,7 +59,15 @@ TEST(SampleFigures, TablesStandInTheOrderOfTheTreeWithItsNames)
                     "arp 1.9 ARP connections\n"
                     "ip_protocols 1.10 IP subprotocols\n"
                     "tcp_ports 1.11.1 TCP ports\n"
-                    "udp_ports 1.11.2 UDP ports\n");
+                    "udp_ports 1.11.2 UDP ports\n"
+                    "ipv6_traffic 2.1 IPv6 traffic\n"
+                    "ipv6_protocols 2.2 IPv6 protocols\n"
+                    "ipv6_tcp_ports 2.3.1 TCP ports\n"
+                    "ipv6_udp_ports 2.3.2 UDP ports\n"
+                    "vlans 2.4.1 Outer VLANs\n"
+                    "inner_vlans 2.4.2 Inner VLANs\n"
+                    "neighbours 2.5 IPv6 neighbours\n"
+                    "tunnels 2.7 Tunnels\n");
 }
 
 TEST(SampleFigures, RowsHaveTheirKeysAndCounts)
@@ -320,11 +328,11 @@ TEST(SampleFigures, AVlanThatAPeerMadeUpIsNone)
 TEST(GroupsThatCounted, AreThoseThatShowAnything)
 {
     Sample nothing;
-    EXPECT_EQ(groupsThatCounted(nothing.tree()).to_string(), "001000000010") << "1.1 and 1.9";
+    EXPECT_EQ(groupsThatCounted(nothing.tree()).to_string(), "000000000000001000000010") << "1.1 and 1.9";
 
     Sample some;
     some.count(tcpFrame(hostA, hostB, 1, 2));
-    EXPECT_EQ(groupsThatCounted(some.tree()).to_string(), "111111110010");
+    EXPECT_EQ(groupsThatCounted(some.tree()).to_string(), "000000000000111111110010");
 }
 
 } // namespace

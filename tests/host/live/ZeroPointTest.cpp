@@ -86,16 +86,70 @@ TEST(ZeroPoint, OfTheTablesIsThatOfTheWhole)
     EXPECT_EQ(figures.tables.front().zero, figures.zero);
 }
 
-TEST(ZeroPoint, LeavesOtherTablesAlone)
+// Those that count from the agent's beginning on.
+TEST(ZeroPoint, IsOfProtocolsAndPortsOfBothFamilies)
+{
+    for (char const * const key :
+         {"ip_protocols", "tcp_ports", "udp_ports", "ipv6_protocols", "ipv6_tcp_ports", "ipv6_udp_ports"}) {
+        SCOPED_TRACE(key);
+        auto const figuresWith = [&](std::uint64_t frames, std::uint64_t goneFrames) {
+            CFigures figures = figuresOf({port("2.3.1.1", 80, frames)}, gone(goneFrames, goneFrames));
+            figures.tables.front().key = key;
+            return figures;
+        };
+        CZeroPoint zeroPoint;
+        CFigures first = figuresWith(10, 3);
+        zeroPoint.apply(first);
+        CFigures second = figuresWith(14, 5);
+
+        zeroPoint.apply(second);
+
+        CTableFigures const & table = second.tables.front();
+        EXPECT_EQ(table.rows.front().framesSent, 4U);
+        EXPECT_EQ(table.rows.front().bytesReceived, 8 * frameBytes);
+        EXPECT_EQ(table.givenUp->rows, 2U);
+        EXPECT_EQ(table.givenUp->framesSent, 2U);
+        EXPECT_EQ(table.zero, second.zero);
+        bool const isOfProtocols =
+            std::string(key).ends_with("ip_protocols") || key == std::string("ipv6_protocols");
+        EXPECT_EQ(table.rows.front().share, isOfProtocols ? std::optional(12.0 / 1000) : std::nullopt);
+    }
+}
+
+TEST(ZeroPoint, OfOneFamilyIsNotThatOfTheOther)
 {
     CZeroPoint zeroPoint;
-    CFigures figures = figuresOf({port("1.8.1", 80, 10)});
-    figures.tables.front().key = "ip_traffic";
-
+    CFigures figures = figuresOf({port("1.11.1.1", 80, 10)});
+    figures.tables.push_back(figures.tables.front());
+    figures.tables.back().key = "ipv6_tcp_ports";
+    figures.tables.back().rows = {port("2.3.1.1", 80, 100)};
+    CFigures later = figures;
     zeroPoint.apply(figures);
+    later.tables.back().rows = {port("2.3.1.1", 80, 101)};
 
-    EXPECT_EQ(figures.tables.front().rows.front().framesSent, 10U);
-    EXPECT_EQ(figures.tables.front().zero, 1);
+    zeroPoint.apply(later);
+
+    EXPECT_EQ(later.tables.front().rows.front().framesSent, 0U);
+    EXPECT_EQ(later.tables.back().rows.front().framesSent, 1U);
+}
+
+TEST(ZeroPoint, LeavesOtherTablesAlone)
+{
+    // These are reduced where they are sampled, or have nothing to take off.
+    for (char const * const key :
+         {"ip_traffic", "ipv6_traffic", "vlans", "inner_vlans", "neighbours", "tunnels", "protocols"}) {
+        SCOPED_TRACE(key);
+        CZeroPoint zeroPoint;
+        CFigures figures = figuresOf({port("1.8.1", 80, 10)}, gone(3, 30));
+        figures.tables.front().key = key;
+
+        for (int sample = 0; sample < 2; ++sample)
+            zeroPoint.apply(figures);
+
+        EXPECT_EQ(figures.tables.front().rows.front().framesSent, 10U);
+        EXPECT_EQ(figures.tables.front().givenUp->rows, 3U);
+        EXPECT_EQ(figures.tables.front().zero, 1);
+    }
 }
 
 TEST(ZeroPoint, OfARowThatCameAgainIsItsNewBeginning)

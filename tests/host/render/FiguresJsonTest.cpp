@@ -155,6 +155,22 @@ TEST(SortRows, PutsWhatIsNotKnownLastAndKeepsEqualOnesInOrder)
     EXPECT_EQ(rows[2].source, "10.0.0.9");
 }
 
+TEST(SortRows, PutsAddressesInTheOrderOfTheirNumbers)
+{
+    std::vector<CRowFigures> rows;
+    for (char const * const address : {"fe80::1", "2001:db8::10", "", "::ffff:10.0.0.1", "2001:db8::9",
+                                       "ff02::fb", "2001:db8::", "02:00:00:00:00:0a", "::", "10.0.0.9"})
+        rows.push_back(pair(address, 1, 1));
+
+    sortRows(rows, "ipv6_traffic", "source");
+
+    std::vector<std::string> sources;
+    for (CRowFigures const & row : rows)
+        sources.push_back(row.source);
+    EXPECT_THAT(sources, ElementsAre("", "10.0.0.9", "02:00:00:00:00:0a", "::", "::ffff:10.0.0.1",
+                                     "2001:db8::", "2001:db8::9", "2001:db8::10", "fe80::1", "ff02::fb"));
+}
+
 std::string refusalOf(CReportOptions const & options)
 {
     try {

@@ -2,9 +2,11 @@
 
 #include "host/support/Utf8.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <sstream>
+#include <utility>
 
 using namespace ketmon;
 
@@ -69,6 +71,20 @@ TEST(FittedTable, NeverIsWiderThanItsWidthIfThatCanBe)
                 EXPECT_FALSE(line.ends_with(' ')) << line;
             }
         }
+}
+
+TEST(FittedTable, CutsInTheMiddleWhereThatIsAskedFor)
+{
+    CFittedTable table(true);
+    CFittedTable::CColumn column{"Address", CFittedTable::left, 0, 4, 0};
+    column.inMiddle = true;
+    table.addColumn(column);
+    table.addRow({"2001:db8::\u00E4:1"});
+    for (auto const & [width, text] : {std::pair(16, "  2001:db8::\u00E4:1\n"),
+                                       {14, "  2001:d~::\u00E4:1\n"},
+                                       {11, "  2001~:\u00E4:1\n"},
+                                       {6, "  20~1\n"}})
+        EXPECT_THAT(table.toString(static_cast<std::size_t>(width)), testing::EndsWith(text)) << width;
 }
 
 TEST(FittedTable, DrawsBarsInEighthsWhereItMay)

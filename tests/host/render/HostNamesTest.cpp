@@ -115,6 +115,16 @@ TEST_F(HostNames, ComeFromTheDns)
                                                          {"192.168.1.8", "host-8.example"}}));
 }
 
+TEST_F(HostNames, OfIPv6ComeFromTheDns)
+{
+    NameServer const server(true);
+
+    auto const names = hostNames({"2001:db8::7", "::1", "2001:db8::g"}, {5s, 256, server.at()}, never);
+
+    EXPECT_EQ(names, (std::map<std::string, std::string>{{"2001:db8::7", "host-7.example"},
+                                                         {"::1", "host-1.example"}}));
+}
+
 TEST_F(HostNames, AreAskedForOnlyTheFirstSoManyAddresses)
 {
     NameServer const server(true);

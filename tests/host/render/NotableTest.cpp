@@ -153,8 +153,72 @@ TEST(Notable, TheBusiestPairIsToldIfItMatters)
 TEST(Notable, TrafficThatHasNoTableIsTold)
 {
     EXPECT_THAT(notable(figures(100, 10000, {table("protocols", {protocol(0x86DD, 40, 4000)})})),
-                HasSubstr("40.0 % of the frames are IPv6"));
+                HasSubstr("40.0 % of the frames are IPv6: IP conversations and ports are of IPv4 alone."));
+    auto const with = [](ketmon::CTableFigures const & counted) {
+        return figures(100, 10000, {table("protocols", {protocol(0x86DD, 40, 4000)}), counted});
+    };
+    EXPECT_THAT(notable(with(table("ipv6_traffic", {}))), HasSubstr("are IPv6: ports are of IPv4 alone."));
+    EXPECT_THAT(notable(with(table("ipv6_tcp_ports", {}))),
+                HasSubstr("are IPv6: IP conversations are of IPv4 alone."));
     EXPECT_EQ(notable(figures(100, 10000, {table("protocols", {protocol(0x86DD, 4, 400)})})), "");
+}
+
+TEST(Notable, ThePairWithTheLongestFramesMayBeOfIPv6)
+{
+    EXPECT_THAT(notable(figures(100, 400000,
+                                {table("ip_traffic", {pair("10.0.0.1", "10.0.0.2", 10, 20000)}),
+                                 table("ipv6_traffic", {pair("fe80::1", "fe80::2", 10, 30000)})})),
+                HasSubstr("those from fe80::1 to fe80::2 have 3,000 on average"));
+}
+
+TEST(Notable, APortCountsOverBothFamilies)
+{
+    CFigures const all = figures(
+        100, 10000,
+        {table("tcp_ports", {port(80, bothWays(10, 1000, 10, 500)), port(22, bothWays(10, 1200, 9, 900))}),
+         table("ipv6_tcp_ports", {port(80, bothWays(10, 2000, 10, 300))})});
+
+    EXPECT_THAT(
+        notable(all),
+        HasSubstr("The busiest of the ports counted is TCP 80: 3,000 bytes from it, 800 bytes to it."));
+}
+
+TEST(Notable, AScanOverIPv6IsToldToo)
+{
+    ketmon::CTableFigures pairs = table("ipv6_traffic", {});
+    for (int i = 1; i <= 30; ++i)
+        pairs.rows.push_back(pair("2001:db8::9", "2001:db8::1:" + std::to_string(i), 1, 58));
+    pairs.rows.push_back(pair("2001:db8::1", "2001:db8::2", 10, 1000));
+    pairs.rows.push_back(pair("2001:db8::2", "2001:db8::1", 10, 1000));
+
+    EXPECT_THAT(notable(figures(100, 10000, {pairs})),
+                HasSubstr("2001:db8::9 sent to 30 addresses, and 30 of them never answered."));
+}
+
+CFigures withSignals(std::vector<ketmon::CSignalFigure> signals)
+{
+    CFigures all = figures(1000, 64000, {});
+    all.signals = std::move(signals);
+    return all;
+}
+
+TEST(Notable, ConnectionsThatNobodyAcceptsAreTold)
+{
+    EXPECT_THAT(notable(withSignals({{"connections_requested", "", 60}, {"connections_accepted", "", 29}})),
+                HasSubstr("TCP connections were asked for 60 times and accepted 29 times."));
+    EXPECT_THAT(notable(withSignals({{"connections_requested", "", 60}, {"connections_accepted", "", 30}})),
+                Not(HasSubstr("asked for")));
+    EXPECT_THAT(notable(withSignals({{"connections_requested", "", 49}, {"connections_accepted", "", 0}})),
+                Not(HasSubstr("asked for")));
+}
+
+TEST(Notable, BindingsThatChangeAreTold)
+{
+    EXPECT_THAT(
+        notable(withSignals({{"changed_bindings", "", 1}})),
+        HasSubstr("IP addresses that were bound to one MAC address were announced with another: once."));
+    EXPECT_THAT(notable(withSignals({{"changed_bindings", "", 3}})), HasSubstr("another: 3 times."));
+    EXPECT_THAT(notable(withSignals({{"changed_bindings", "", 0}})), Not(HasSubstr("another")));
 }
 
 } // namespace

@@ -201,6 +201,71 @@ TEST(ReportText, ShowsErrorsOnlyWhereThereAreSome)
     EXPECT_EQ(part(drawn(all), "Errors"), "");
 }
 
+TEST(ReportText, CallsTablesOfIPv4SoBesideThoseOfIPv6)
+{
+    std::string const report = drawn(figures(10, 1000,
+                                             {table("ip_traffic", {}), notCounted("udp_ports"),
+                                              table("ipv6_traffic", {pair("fe80::1", "fe80::2", 10, 1000)}),
+                                              table("ipv6_udp_ports", {port(53, bothWays(1, 9, 1, 9))})}));
+
+    EXPECT_THAT(report, HasSubstr("\nNothing was seen of: IPv4 conversations\n"
+                                  "Not counted: UDP ports of IPv4 (1.99)\n"));
+}
+
+TEST(ReportText, SaysOfSignalsThatTheyAreNotCountedOrThatThereWereNone)
+{
+    CFigures all = figures(10, 1000);
+    all.signals = {{"fragments", "Fragments", {}}, {"redirects", "Redirects", {}}};
+    CReportStyle selected;
+    selected.selected = true;
+    CReportStyle others = selected;
+    others.signalsChosen = false;
+
+    EXPECT_THAT(drawn(all), HasSubstr("\nNot counted: signals (2.6)\n"));
+    EXPECT_THAT(drawn(all, selected), HasSubstr("\nNot counted: signals (2.6)\n"));
+    EXPECT_THAT(drawn(all, others), Not(HasSubstr("signals")));
+    all.signals[0].count = all.signals[1].count = 0;
+    EXPECT_THAT(drawn(all), Not(HasSubstr("signals"))) << "most captures have none";
+    EXPECT_THAT(drawn(all, selected), HasSubstr("\nNothing was seen of: signals\n"));
+    all.signals[1].count = 2;
+    EXPECT_THAT(drawn(all, selected), Not(HasSubstr("signals")));
+}
+
+TEST(ReportText, SaysOfFixedRowsThatNoneOfThemCountedAnything)
+{
+    ketmon::CRowFigures none;
+    none.type = none.name = "GRE";
+    none.frames = none.bytes = 0;
+    CReportStyle selected;
+    selected.selected = true;
+
+    EXPECT_THAT(drawn(figures(10, 1000, {table("tunnels", {none})}), selected),
+                HasSubstr("\nNothing was seen of: tunnels\n"));
+}
+
+TEST(ReportText, TellsHostsOfOneNetworkApart)
+{
+    std::string const network = "2001:db8:aaaa:bbbb:cccc:dddd:";
+    CFigures const all =
+        figures(100, 10000,
+                {table("ipv6_traffic", {pair(network + "eeee:f001", network + "eeee:f002", 10, 1000),
+                                        pair(network + "eeee:f001", network + "eeee:f003", 9, 900)})});
+
+    std::string const rows = part(drawn(all), "IP conv");
+
+    for (char const * const host : {":eeee:f001", ":eeee:f002", ":eeee:f003"})
+        EXPECT_THAT(rows, HasSubstr(host));
+    EXPECT_THAT(rows, HasSubstr("2001:db8:aaaa~"));
+}
+
+TEST(ReportText, NamesWhatHasNoProtocolByItsMedium)
+{
+    CFigures all = figures(100, 10000, {table("protocols", {protocol(0, 100, 10000)})});
+    EXPECT_THAT(drawn(all), HasSubstr("\n  LLC null"));
+    all.source.linkType = "ppp";
+    EXPECT_THAT(drawn(all), HasSubstr("\n  (none) "));
+}
+
 TEST(ReportText, HasOnlyNumbersWithoutNames)
 {
     CFigures const all = figures(

@@ -71,6 +71,17 @@ TEST(Greeting, HelloHasItsBytes)
                                                     20));
 }
 
+TEST(Greeting, HelloOfBothTreesHasTheSecondFingerprintBehind)
+{
+    CHello hello = helloFor({"2.4"});
+    std::string const first = hello.body();
+    hello.extendedFingerprint = 0x1122334455667788;
+
+    EXPECT_EQ(hello.body(), first + "\x88\x77\x66\x55\x44\x33\x22\x11");
+    EXPECT_EQ(CHello::parsed(hello.body(), own).extendedFingerprint, hello.extendedFingerprint);
+    EXPECT_EQ(CHello::parsed(first, own).extendedFingerprint, std::nullopt);
+}
+
 TEST(Greeting, WelcomeHasItsBytes)
 {
     std::string const expected("KETM"                             // magic
@@ -105,6 +116,32 @@ TEST(Greeting, WelcomeHasItsBytes)
     EXPECT_EQ(someWelcome().body(), expected);
 }
 
+TEST(Greeting, WelcomeOfBothTreesHasTheOtherGroupsAndLimitsToo)
+{
+    CWelcome welcome = someWelcome();
+    welcome.limits.ipv6Connections = 300;
+    welcome.limits.neighbours = 65535;
+    std::string const first = welcome.body();
+    EXPECT_EQ(first, someWelcome().body()) << "no limits of the second tree unless that is known";
+
+    welcome.extended = true;
+    welcome.groups |= 0x00FE0000;
+
+    EXPECT_EQ(welcome.body(), changed(first, 48, "\xFE") + std::string("\x2C\x01\0\0"  // IPv6 traffic
+                                                                       "\xC8\0\0\0"    // IPv6 protocols
+                                                                       "\xE8\x03\0\0"  // TCP ports
+                                                                       "\xE8\x03\0\0"  // UDP ports
+                                                                       "\x01\x10\0\0"  // outer VLANs
+                                                                       "\x01\x10\0\0"  // inner VLANs
+                                                                       "\xFF\xFF\0\0", // neighbours
+                                                                       28));
+    CWelcome const read = CWelcome::parsed(welcome.body(), own);
+    EXPECT_TRUE(read.extended);
+    EXPECT_EQ(read.groups, welcome.groups);
+    EXPECT_EQ(read.limits, welcome.limits);
+    EXPECT_FALSE(CWelcome::parsed(first, own).extended);
+}
+
 TEST(Greeting, WelcomeTellsAllOfIt)
 {
     CWelcome const sent = someWelcome();
@@ -118,7 +155,7 @@ TEST(Greeting, WelcomeTellsAllOfIt)
     EXPECT_EQ(read.groups, sent.groups);
     EXPECT_EQ(read.errors, sent.errors);
     EXPECT_EQ(read.kind, sent.kind);
-    EXPECT_EQ(read.linkType, ethernetLinkType);
+    EXPECT_EQ(read.linkType, ketmon::linktype::ethernet);
     EXPECT_EQ(read.linkSpeed, sent.linkSpeed);
     EXPECT_EQ(read.limits, sent.limits);
     EXPECT_EQ(read.source, sent.source);
@@ -167,6 +204,21 @@ TEST(Greeting, CutAtAnyLengthOrTooLongIsRefused)
         EXPECT_THROW(CWelcome::parsed(welcome.substr(0, length), own), CProtocolError) << length;
     EXPECT_THROW(CHello::parsed(hello + "x", own), CProtocolError);
     EXPECT_THROW(CWelcome::parsed(welcome + "x", own), CProtocolError);
+
+    // What is behind for the second tree is there whole or not at all.
+    CHello helloOfBoth = helloFor({"1.5", "1.4.1"});
+    helloOfBoth.extendedFingerprint = own;
+    CWelcome welcomeOfBoth = someWelcome();
+    welcomeOfBoth.extended = true;
+    for (std::size_t length = hello.size() + 1; length < helloOfBoth.body().size(); ++length)
+        EXPECT_THROW(CHello::parsed(helloOfBoth.body().substr(0, length), own), CProtocolError) << length;
+    for (std::size_t length = welcome.size() + 1; length < welcomeOfBoth.body().size(); ++length)
+        EXPECT_THROW(CWelcome::parsed(welcomeOfBoth.body().substr(0, length), own), CProtocolError) << length;
+    EXPECT_THROW(CHello::parsed(helloOfBoth.body() + "x", own), CProtocolError);
+    EXPECT_THROW(CWelcome::parsed(welcomeOfBoth.body() + "x", own), CProtocolError);
+    EXPECT_THROW(CWelcome::parsed(changed(welcomeOfBoth.body(), welcome.size(), std::string("\1\0", 2)), own),
+                 CProtocolError)
+        << "a table of one row";
 }
 
 TEST(Greeting, WelcomeThatNoAgentSaysIsRefused)

@@ -17,9 +17,8 @@ namespace {
 
 std::vector<std::string> selected(std::vector<std::string> const & names)
 {
-    CAgentStatistic tree;
     std::vector<std::string> texts;
-    CSelection const selection(names, tree);
+    CSelection const selection(names);
     for (COid const & oid : selection.oids())
         texts.push_back(oid.toString());
     return texts;
@@ -66,7 +65,8 @@ TEST(Endpoint, RefusesWhatIsNone)
 
 TEST(Selection, IsTheSameInWhateverOrder)
 {
-    EXPECT_EQ(selected({}), Names{"1"});
+    EXPECT_EQ(selected({}), (Names{"1", "2"}));
+    EXPECT_EQ(selected({"2.4", "2.1"}), (Names{"1.1", "2.1", "2.4"}));
     EXPECT_EQ(selected({"1.5", "1"}), Names{"1"});
     EXPECT_EQ(selected({"1.5"}), (Names{"1.1", "1.5"}));
     EXPECT_EQ(selected({"1.4.1", "1.4"}), (Names{"1.1", "1.4"}));
@@ -77,10 +77,12 @@ TEST(Selection, IsTheSameInWhateverOrder)
 TEST(Selection, RefusesWhatCanNotBeSelected)
 {
     // No identifiers, ones that would wrap, ones that lead nowhere, and rows.
-    for (std::string const name : {"", ".", "1.", "1..5", "x", "1.5x", "01.5", "65537", "1.65541", "0", "2",
-                                   "1.0", "1.12", "1.1.7", "1.5.1", "1.8.1.2", "-1", " 1"})
+    for (std::string const name :
+         {"",  ".",   "1.",    "1..5", "x",    "1.5x",  "01.5",  "65537",   "1.65541", "0",
+          "3", "2.8", "2.1.1", "1.0",  "1.12", "1.1.7", "1.5.1", "1.8.1.2", "-1",      " 1"})
         EXPECT_THROW(selected({name}), CBadSelection) << name;
     EXPECT_THROW(selected({std::string(100000, '1')}), CBadSelection);
+    EXPECT_THROW(CSelection({"2.1"}, false), CBadSelection) << "the other side knows the first tree alone";
 }
 
 TEST(Selection, OfPartOfAGroupIsSampled)
@@ -88,9 +90,8 @@ TEST(Selection, OfPartOfAGroupIsSampled)
     CAgentStatistic live;
     live.frameTables.frameTypes.unicast.frames = 7U;
     live.frameTables.frameSizes.size64.frames = 7U;
-    CAgentStatistic shape;
     CStatSnapshot sender;
-    CSelection({"1.4.1"}, shape).select(sender);
+    CSelection({"1.4.1"}).select(sender);
     CAgentStatistic const nothing;
     sender.initSnapshot(nothing);
     sender.nextSample(live);
@@ -101,6 +102,13 @@ TEST(Selection, OfPartOfAGroupIsSampled)
     auto const & tree = dynamic_cast<CAgentStatistic const &>(*receiver.getStat("1"));
     EXPECT_EQ(tree.frameTables.frameTypes.unicast.frames.get(), 7U);
     EXPECT_EQ(tree.frameTables.frameSizes.size64.frames.get(), 0U);
+}
+
+// Whoever changes one parts this ketmon from all of before: the first locks them out, the second hides its tree from them.
+TEST(Fingerprint, OfEachTreeStaysWhatItIs)
+{
+    EXPECT_EQ(schemaFingerprint(), 0x9BDA6C20C84EDB25U);
+    EXPECT_EQ(extendedFingerprint(), 0xEB3B249906FE20C0U);
 }
 
 TEST(Fingerprint, TellsSchemasApart)

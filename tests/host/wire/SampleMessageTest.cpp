@@ -53,6 +53,43 @@ TEST(SampleMessage, HasItsBytes)
     EXPECT_EQ(someHead().body({}, std::string_view("\0\0", 2)), expected);
 }
 
+TEST(SampleMessage, OfBothTreesHasTheLedgersOfBoth)
+{
+    CSampleHead head = someHead();
+    head.ledgers.ipv6Connections = {9, 10, 11, 0, 0};
+    head.ledgers.neighbours = {12, 0, 0, 0, 0};
+    std::string const first = someHead().body({}, "packed");
+    EXPECT_EQ(head.body({}, "packed"), first) << "those of the second tree are only told where it is known";
+    head.bothTrees = true;
+
+    std::string const both = head.body({}, "packed");
+
+    constexpr std::size_t set = 4 * 8 + 1 + 2 * 8;
+    std::string const expected = first.substr(0, set) + std::string("\x02\x06\x01\0", 4) + // 1, 9, 10, 16
+                                 first.substr(set + 2, 80) +
+                                 std::string("\x09\0\0\0\0\0\0\0" // IPv6 traffic
+                                             "\x0A\0\0\0\0\0\0\0"
+                                             "\x0B\0\0\0\0\0\0\0"
+                                             "\0\0\0\0\0\0\0\0"
+                                             "\0\0\0\0\0\0\0\0"
+                                             "\x0C\0\0\0\0\0\0\0" // neighbours
+                                             "\0\0\0\0\0\0\0\0"
+                                             "\0\0\0\0\0\0\0\0"
+                                             "\0\0\0\0\0\0\0\0"
+                                             "\0\0\0\0\0\0\0\0",
+                                             80) +
+                                 "packed";
+    EXPECT_EQ(both, expected);
+    std::string_view packed;
+    EXPECT_EQ(CSampleHead::parsed(both, {}, packed, true).ledgers, head.ledgers);
+    EXPECT_EQ(packed, "packed");
+    for (std::size_t length = 0; length < both.size() - 6; ++length)
+        EXPECT_THROW(CSampleHead::parsed(both.substr(0, length), {}, packed, true), CProtocolError) << length;
+    std::string unknown = both;
+    unknown[set + 2] = 3;
+    EXPECT_THROW(CSampleHead::parsed(unknown, {}, packed, true), CProtocolError);
+}
+
 TEST(SampleMessage, TellsAllOfIt)
 {
     CSampleHead const sent = someHead();

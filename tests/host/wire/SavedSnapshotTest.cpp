@@ -85,12 +85,22 @@ TEST(SavedSnapshot, HasItsFieldsWhereTheFormSays)
 {
     std::string const bytes = encoded(example());
 
-    EXPECT_EQ(bytes.substr(0, 16), std::string("ketmon\x1A\x01\x36\x02\0\0\x06\0\0\0", 16));
+    EXPECT_EQ(bytes.substr(0, 16), std::string("ketmon\x1A\x02\x72\x03\0\0\x06\0\0\0", 16));
     EXPECT_EQ(bytes.substr(24, 8), "\x88\x77\x66\x55\x44\x33\x22\x11");
     EXPECT_EQ(bytes.substr(32, 16), std::string("\x03\0\0\0\x03\0\0\0\x12\0\0\0\x06\0\0\0", 16));
     EXPECT_EQ(bytes.substr(132, 4), std::string("\x21\x4E\0\0", 4)); // the fourth limit
     EXPECT_EQ(bytes.substr(552, 1), "\x0A");                         // the last count
-    EXPECT_EQ(bytes.substr(560), "a.pcappacked");
+    EXPECT_EQ(bytes.substr(876), "a.pcappacked");
+
+    // Without the second tree.
+    CSavedSnapshot first = example();
+    first.extended = false;
+    std::string const older = encoded(first);
+    EXPECT_EQ(older.substr(0, 16), std::string("ketmon\x1A\x01\x36\x02\0\0\x06\0\0\0", 16));
+    EXPECT_EQ(older.substr(16, 544), bytes.substr(16, 544));
+    EXPECT_EQ(older.substr(560), "a.pcappacked");
+    EXPECT_FALSE(parsedSavedSnapshot(older).extended);
+    EXPECT_TRUE(parsedSavedSnapshot(bytes).extended);
 }
 
 TEST(SavedSnapshot, CutAnywhereItIsRefused)
@@ -105,9 +115,12 @@ TEST(SavedSnapshot, CutAnywhereItIsRefused)
 TEST(SavedSnapshot, OfAnotherFormOrOtherStatisticsItIsRefused)
 {
     std::string bytes = encoded(example());
-    bytes[7] = 2;
+    bytes[7] = 3;
     EXPECT_THAT(complaint(bytes), HasSubstr("a form that this ketmon doesn't know"));
-    bytes[7] = 1;
+    bytes[7] = 2;
+    bytes[560] ^= 1;
+    EXPECT_THAT(complaint(bytes), HasSubstr("other statistics"));
+    bytes[560] ^= 1;
     bytes[16] ^= 1;
     EXPECT_THAT(complaint(bytes), HasSubstr("other statistics"));
 

@@ -93,7 +93,7 @@ TEST_F(LateBinding, ProgramEndsCleanlyWithEverythingLoaded)
 }
 
 // The reverse of the order in which the lists were built, each format once.
-std::string const endOfFormats = "gone: protocol id\ngone: string\ngone: IP\n"
+std::string const endOfFormats = "gone: IPv6\ngone: protocol id\ngone: string\ngone: IP\n"
                                  "gone: MAC\ngone: double\ngone: integer\n";
 
 TEST_F(LateBinding, FormatsOfTheHostGoWithTheProgram)
@@ -120,10 +120,12 @@ TEST_F(LateBinding, FormatsOfAModuleGoWhenItGoesWithTheLibrary)
 // A client that only shows what others analysed.
 TEST_F(LateBinding, TextOfAnAddressIsAFirstCallToo)
 {
-    test::Outcome const outcome = run("text");
+    for (std::string const mode : {"text", "ipv6Text"}) {
+        test::Outcome const outcome = run(mode);
 
-    EXPECT_EQ(outcome.output, untilTheFirstCall + "text: " + captureLibrary + "\n");
-    EXPECT_EQ(outcome.status, 0U);
+        EXPECT_EQ(outcome.output, untilTheFirstCall + mode + ": " + captureLibrary + "\n");
+        EXPECT_EQ(outcome.status, 0U);
+    }
 }
 
 // What the compiler's support of delayed loading raises for a library that isn't found.

@@ -8,6 +8,7 @@
 //     formats   the same, with formats of the host's left in the library's lists
 //     plugin    leaves such formats and unloads everything, the probe holding the library longest
 //     text      ends when the text of an address was made, without any analysis
+//     ipv6Text  the same with an address of IPv6
 //     again     uses everything, unloads the capture library alone, and uses everything again
 //     handler   tells which structured exception the first call raises
 
@@ -66,8 +67,8 @@ int main(int, char ** arguments)
         tell("loaded");
         HMODULE const probe = load(arguments[2]);
         call(probe, "makeManager");
-        if (std::strcmp(mode, "text") == 0) {
-            call(probe, "text");
+        if (std::strcmp(mode, "text") == 0 || std::strcmp(mode, "ipv6Text") == 0) {
+            call(probe, mode);
             return 0;
         }
         call(probe, "begin");

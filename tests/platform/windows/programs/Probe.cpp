@@ -40,10 +40,15 @@ __declspec(dllexport) void begin()
     manager->beginAnalyzing(nullptr);
 }
 
-// The text of an address is made by the capture library.
+// The texts of addresses are made by the capture library.
 __declspec(dllexport) void text()
 {
     KetStats::CMACAddressFormat().formatValue(CMACAddr(), nullptr);
+}
+
+__declspec(dllexport) void ipv6Text()
+{
+    KetStats::CIPv6AddressFormat().formatValue(KetStats::CIPv6Address().bytes.data(), 16, nullptr);
 }
 
 // Leaves a format in each of the host's lists, for the library to delete.
@@ -55,6 +60,7 @@ __declspec(dllexport) void leaveFormats()
     KetStats::CustomIPFormats->push_back(new CToldFormat("IP"));
     KetStats::CustomStringFormats->push_back(new CToldFormat("string"));
     KetStats::CustomProtocolIdFormats->push_back(new CToldFormat("protocol id"));
+    KetStats::CustomIPv6Formats->push_back(new CToldFormat("IPv6"));
 }
 
 __declspec(dllexport) void end()

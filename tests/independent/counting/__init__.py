@@ -1,0 +1,1 @@
+"""The steps of the independent count; ../count.py says what they make together."""

@@ -1,0 +1,1 @@
+"""The captures that ../generate.py writes, one function for each."""
